@@ -1,0 +1,1 @@
+// placeholder so that the room builds; goes with its first file

@@ -1,0 +1,61 @@
+#include "base/messages.h"
+
+#include <utility>
+
+namespace Messages {
+
+namespace {
+
+HookTable Hooks;
+
+void AddLine(std::string& lines, std::string_view line) {
+    lines.append(line);
+    lines.push_back('\n');
+}
+
+}
+
+HookTable Install(HookTable hooks) {
+    return std::exchange(Hooks, std::move(hooks));
+}
+
+void Alert(std::string_view text) {
+    if (Hooks.Alert) Hooks.Alert(text);
+}
+
+void Note(std::string_view line) {
+    if (Hooks.Note) Hooks.Note(line);
+}
+
+void Status(std::string_view line) {
+    if (Hooks.Status) Hooks.Status(line);
+}
+
+bool AskYesNo(std::string_view text, bool defaultAnswer) {
+    return Hooks.AskYesNo ? Hooks.AskYesNo(text, defaultAnswer) : defaultAnswer;
+}
+
+int AskChoice(std::string_view text, const char* const* buttons, int count, int defaultButton) {
+    return Hooks.AskChoice ? Hooks.AskChoice(text, buttons, count, defaultButton) : defaultButton;
+}
+
+Recorder::Recorder() {
+    HookTable hooks;
+    hooks.Alert = [this](std::string_view text) { AddLine(Alerts, text); };
+    hooks.Note = [this](std::string_view line) { AddLine(Notes, line); };
+    hooks.AskYesNo = [this](std::string_view text, bool defaultAnswer) {
+        AddLine(Questions, text);
+        return Answer ? Answer(defaultAnswer) : defaultAnswer;
+    };
+    hooks.AskChoice = [this](std::string_view text, const char* const*, int, int defaultButton) {
+        AddLine(Questions, text);
+        return defaultButton;
+    };
+    Former = Install(std::move(hooks));
+}
+
+Recorder::~Recorder() {
+    Install(std::move(Former));
+}
+
+}

@@ -1,0 +1,46 @@
+// How every room speaks to the user: alerts, questions, notes and the status line.
+// A window installs its own hooks; a headless run installs plain ones; a test collects what was said.
+// Nothing here decides anything: the callers choose the words, the hooks choose the place.
+#pragma once
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Messages {
+
+struct HookTable {
+    std::function<void(std::string_view text)> Alert;    // stops the user: something failed
+    std::function<void(std::string_view line)> Note;     // one line into the notebook
+    std::function<void(std::string_view line)> Status;   // what is going on right now; empty clears it
+    std::function<bool(std::string_view text, bool defaultAnswer)> AskYesNo; // true for Yes
+    // Shows the text with one button a choice and returns the index of the one pressed.
+    std::function<int(std::string_view text, const char* const* buttons, int count, int defaultButton)> AskChoice;
+};
+
+// Replaces the hooks and returns the former ones. An empty hook falls back to the silent one:
+// nothing is shown, and a question is answered by its default.
+HookTable Install(HookTable hooks);
+
+void Alert(std::string_view text);
+void Note(std::string_view line);
+void Status(std::string_view line);
+[[nodiscard]] bool AskYesNo(std::string_view text, bool defaultAnswer);
+[[nodiscard]] int AskChoice(std::string_view text, const char* const* buttons, int count, int defaultButton);
+
+// Collects all messages of a stretch of work; the former hooks come back at its end.
+// Questions are answered by Answer, or by their default while it is empty.
+class Recorder {
+public:
+    Recorder();
+    ~Recorder();
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+
+    std::string Alerts, Notes, Questions; // one line an entry
+    std::function<bool(bool defaultAnswer)> Answer;
+
+private:
+    HookTable Former;
+};
+
+}
