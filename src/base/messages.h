@@ -9,12 +9,13 @@
 namespace Messages {
 
 struct HookTable {
-    std::function<void(std::string_view text)> Alert;    // stops the user: something failed
-    std::function<void(std::string_view line)> Note;     // one line into the notebook
-    std::function<void(std::string_view line)> Status;   // what is going on right now; empty clears it
+    std::function<void(std::string_view text)> Alert;  // stops the user: something failed
+    std::function<void(std::string_view line)> Note;   // one line into the notebook
+    std::function<void(std::string_view line)> Status; // what is going on right now; empty clears it
     std::function<bool(std::string_view text, bool defaultAnswer)> AskYesNo; // true for Yes
     // Shows the text with one button a choice and returns the index of the one pressed.
-    std::function<int(std::string_view text, const char* const* buttons, int count, int defaultButton)> AskChoice;
+    std::function<int(std::string_view text, const char* const* buttons, int count, int defaultButton)>
+        AskChoice;
 };
 
 // Replaces the hooks and returns the former ones. An empty hook falls back to the silent one:
