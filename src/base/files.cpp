@@ -1,0 +1,311 @@
+#include "base/files.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace Files {
+
+namespace {
+
+constexpr std::size_t BlockSize = std::size_t{256} << 10;
+
+int Failure() {
+    return errno ? -errno : -EIO;
+}
+
+int NativeOpen(const char* path, Mode mode) {
+    int flags = O_CLOEXEC;
+    switch (mode) {
+    case Mode::Read: flags |= O_RDONLY; break;
+    case Mode::ReadWrite: flags |= O_RDWR; break;
+    case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    }
+    const int handle = ::open(path, flags, 0666);
+    if (handle < 0) return Failure();
+    // A folder opens for reading, but has no bytes.
+    struct stat status {};
+    if (::fstat(handle, &status) == 0 && S_ISDIR(status.st_mode)) {
+        ::close(handle);
+        return -EISDIR;
+    }
+    return handle;
+}
+
+std::int64_t NativeReadAt(int handle, void* data, std::size_t bytes, std::int64_t position) {
+    std::size_t done = 0;
+    while (done < bytes) {
+        const ssize_t n = ::pread(handle, static_cast<char*>(data) + done, bytes - done,
+                                  position + static_cast<std::int64_t>(done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return Failure();
+        if (n == 0) break;
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
+std::int64_t NativeWriteAt(int handle, const void* data, std::size_t bytes, std::int64_t position) {
+    std::size_t done = 0;
+    while (done < bytes) {
+        const ssize_t n = ::pwrite(handle, static_cast<const char*>(data) + done, bytes - done,
+                                   position + static_cast<std::int64_t>(done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return n < 0 ? Failure() : -ENOSPC;
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
+std::int64_t NativeLength(int handle) {
+    struct stat status {};
+    if (::fstat(handle, &status) != 0) return Failure();
+    return status.st_size;
+}
+
+int NativeSetLength(int handle, std::int64_t length) {
+    return ::ftruncate(handle, length) == 0 ? 0 : Failure();
+}
+
+int NativeFlush(int handle) {
+    return ::fsync(handle) == 0 ? 0 : Failure();
+}
+
+int NativeClose(int handle) {
+    return ::close(handle) == 0 ? 0 : Failure();
+}
+
+// The rename itself must survive a crash, so the folder goes to the disk with it.
+int NativeRename(const char* from, const char* to) {
+    if (::rename(from, to) != 0) return Failure();
+    const std::filesystem::path folder = std::filesystem::path(to).parent_path();
+    const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (handle >= 0) {
+        ::fsync(handle);
+        ::close(handle);
+    }
+    return 0;
+}
+
+int NativeRemove(const char* path) {
+    return ::unlink(path) == 0 ? 0 : Failure();
+}
+
+constexpr Platform NativePlatform = {
+    .Open = NativeOpen,
+    .ReadAt = NativeReadAt,
+    .WriteAt = NativeWriteAt,
+    .Length = NativeLength,
+    .SetLength = NativeSetLength,
+    .Flush = NativeFlush,
+    .Close = NativeClose,
+    .Rename = NativeRename,
+    .Remove = NativeRemove,
+};
+
+Platform Current = NativePlatform;
+
+}
+
+const Platform& Native() {
+    return NativePlatform;
+}
+
+void Use(const Platform& platform) {
+    Current = platform;
+}
+
+File::~File() {
+    Close(*this);
+}
+
+File::File(File&& other) noexcept : Name(std::move(other.Name)), Handle(std::exchange(other.Handle, -1)) {}
+
+File& File::operator=(File&& other) noexcept {
+    if (this != &other) {
+        Close(*this);
+        Name = std::move(other.Name);
+        Handle = std::exchange(other.Handle, -1);
+    }
+    return *this;
+}
+
+int Open(File& file, const std::string& path, Mode mode) {
+    Close(file);
+    if (path.find('\0') != std::string::npos) return EINVAL;
+    const int handle = Current.Open(path.c_str(), mode);
+    if (handle < 0) return -handle;
+    file.Handle = handle;
+    file.Name = path;
+    return 0;
+}
+
+int Close(File& file) {
+    if (!file.IsOpen()) return 0;
+    const int result = Current.Close(std::exchange(file.Handle, -1));
+    return result < 0 ? -result : 0;
+}
+
+int ReadAt(File& file, std::int64_t position, std::span<std::byte> data, std::size_t& got) {
+    got = 0;
+    if (position < 0) return EINVAL;
+    const std::int64_t n = Current.ReadAt(file.Handle, data.data(), data.size(), position);
+    if (n < 0) return static_cast<int>(-n);
+    got = static_cast<std::size_t>(n);
+    return 0;
+}
+
+int WriteAt(File& file, std::int64_t position, std::span<const std::byte> data) {
+    if (position < 0) return EINVAL;
+    const std::int64_t n = Current.WriteAt(file.Handle, data.data(), data.size(), position);
+    if (n < 0) return static_cast<int>(-n);
+    return static_cast<std::size_t>(n) == data.size() ? 0 : ENOSPC;
+}
+
+int Length(File& file, std::int64_t& length) {
+    const std::int64_t n = Current.Length(file.Handle);
+    length = std::max<std::int64_t>(n, 0);
+    return n < 0 ? static_cast<int>(-n) : 0;
+}
+
+int SetLength(File& file, std::int64_t length) {
+    return length < 0 ? EINVAL : -Current.SetLength(file.Handle, length);
+}
+
+int Flush(File& file) {
+    return -Current.Flush(file.Handle);
+}
+
+int Rename(const std::string& from, const std::string& to) {
+    return -Current.Rename(from.c_str(), to.c_str());
+}
+
+int Remove(const std::string& path) {
+    return -Current.Remove(path.c_str());
+}
+
+bool Exists(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+std::string ErrorText(int code) {
+    return code > 0 ? std::generic_category().message(code) : "unexpected end of file";
+}
+
+std::string WithExtension(std::string_view path, std::string_view extension) {
+    std::filesystem::path result(path);
+    result.replace_extension(extension);
+    return result.string();
+}
+
+std::string ExtensionOf(std::string_view path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+Replacement::~Replacement() {
+    if (Temporary.empty()) return;
+    Close(Content);
+    (void)Remove(Temporary);
+}
+
+int Replacement::Begin(const std::string& path) {
+    // A link stays a link: what it leads to is replaced.
+    std::error_code ignored;
+    const std::filesystem::path real = std::filesystem::weakly_canonical(path, ignored);
+    Target = real.empty() ? path : real.string();
+    const std::string temporary = Target + ".~new";
+    const int error = Open(Content, temporary, Mode::Create);
+    if (error != 0) return error;
+    Temporary = temporary;
+    struct stat status {};
+    if (::stat(Target.c_str(), &status) == 0) (void)::fchmod(Content.Handle, status.st_mode & 07777);
+    return 0;
+}
+
+int Replacement::Commit() {
+    int error = Flush(Content);
+    const int closing = Close(Content);
+    if (error == 0) error = closing;
+    if (error == 0) error = Rename(Temporary, Target);
+    if (error == 0) Temporary.clear();
+    return error;
+}
+
+Reader::Reader(File& file, std::int64_t position) : Source(file), Position(position) {}
+
+int Reader::Open() {
+    Block.resize(BlockSize);
+    return Length(Source, FileLength);
+}
+
+bool Reader::Fill() {
+    BlockStart = Position;
+    LastError = ReadAt(Source, Position, Block, BlockBytes);
+    return LastError == 0 && BlockBytes > 0;
+}
+
+bool Reader::Read(void* target, std::size_t bytes) {
+    auto* to = static_cast<std::byte*>(target);
+    while (bytes > 0) {
+        const std::int64_t inBlock = Position - BlockStart;
+        if (inBlock < 0 || inBlock >= static_cast<std::int64_t>(BlockBytes)) {
+            if (!Fill()) return false;
+            continue;
+        }
+        const auto at = static_cast<std::size_t>(inBlock);
+        const std::size_t n = std::min(bytes, BlockBytes - at);
+        std::memcpy(to, Block.data() + at, n);
+        to += n;
+        bytes -= n;
+        Position += static_cast<std::int64_t>(n);
+    }
+    return true;
+}
+
+bool Reader::Skip(std::uint64_t bytes) {
+    LastError = 0;
+    if (Remaining() < 0 || bytes > static_cast<std::uint64_t>(Remaining())) return false;
+    Position += static_cast<std::int64_t>(bytes);
+    return true;
+}
+
+Writer::Writer(File& file, std::int64_t position) : Target(file), Position(position) {
+    Block.reserve(BlockSize);
+}
+
+int Writer::Write(const void* data, std::size_t bytes) {
+    if (Block.size() + bytes > BlockSize) {
+        const int error = Finish();
+        if (error != 0) return error;
+    }
+    const auto* from = static_cast<const std::byte*>(data);
+    Block.insert(Block.end(), from, from + bytes);
+    return 0;
+}
+
+int Writer::SeekTo(std::int64_t position) {
+    const int error = Finish();
+    Position = position;
+    return error;
+}
+
+int Writer::Finish() {
+    const int error = WriteAt(Target, Position, Block);
+    if (error == 0) Position += static_cast<std::int64_t>(Block.size());
+    Block.clear();
+    return error;
+}
+
+}

@@ -1,0 +1,123 @@
+// The file layer: the few things that are asked of the platform's files, in one table, so that a test can put
+// files that fail in their place. Errors are the platform's own codes, 0 for success.
+// Positions are given with each call; a File has no place of its own.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Files {
+
+enum class Mode : std::uint8_t {
+    Read,      // must exist
+    ReadWrite, // must exist
+    Create,    // created, or cut to length 0
+};
+
+// The platform's operations; a negative result stands for -error.
+struct Platform {
+    int (*Open)(const char* path, Mode mode);
+    std::int64_t (*ReadAt)(int handle, void* data, std::size_t bytes, std::int64_t position);
+    std::int64_t (*WriteAt)(int handle, const void* data, std::size_t bytes, std::int64_t position);
+    std::int64_t (*Length)(int handle);
+    int (*SetLength)(int handle, std::int64_t length);
+    int (*Flush)(int handle); // returns when the content is on the disk
+    int (*Close)(int handle);
+    int (*Rename)(const char* from, const char* to);
+    int (*Remove)(const char* path);
+};
+
+// The table in use. Tests replace it for a while.
+[[nodiscard]] const Platform& Native();
+void Use(const Platform& platform);
+
+class File {
+public:
+    File() = default;
+    ~File();
+    File(File&& other) noexcept;
+    File& operator=(File&& other) noexcept;
+
+    [[nodiscard]] bool IsOpen() const { return Handle >= 0; }
+
+    std::string Name;
+    int Handle = -1;
+};
+
+[[nodiscard]] int Open(File& file, const std::string& path, Mode mode);
+// Closes; closing a closed file does nothing.
+int Close(File& file);
+
+// Reads up to data.size() bytes; got is less only at the end of the file.
+[[nodiscard]] int ReadAt(File& file, std::int64_t position, std::span<std::byte> data, std::size_t& got);
+[[nodiscard]] int WriteAt(File& file, std::int64_t position, std::span<const std::byte> data);
+[[nodiscard]] int Length(File& file, std::int64_t& length);
+[[nodiscard]] int SetLength(File& file, std::int64_t length);
+[[nodiscard]] int Flush(File& file);
+[[nodiscard]] int Rename(const std::string& from, const std::string& to);
+[[nodiscard]] int Remove(const std::string& path);
+[[nodiscard]] bool Exists(const std::string& path);
+
+// The system's words for an error code.
+[[nodiscard]] std::string ErrorText(int code);
+
+// "name.ext" for a path with or without an extension; the extension is given with its point.
+[[nodiscard]] std::string WithExtension(std::string_view path, std::string_view extension);
+// The extension in lower case, with its point; empty when there is none.
+[[nodiscard]] std::string ExtensionOf(std::string_view path);
+
+// A new content for a file that replaces the old one only when it is whole and on the disk.
+// Until Commit succeeds the old file stays as it was; an uncommitted content is removed.
+class Replacement {
+public:
+    ~Replacement();
+    [[nodiscard]] int Begin(const std::string& path);
+    [[nodiscard]] int Commit();
+
+    File Content;
+
+private:
+    std::string Target, Temporary;
+};
+
+// Sequential access with a block between, for readers and writers of many small records.
+class Reader {
+public:
+    explicit Reader(File& file, std::int64_t position);
+
+    [[nodiscard]] int Open(); // learns the file's length
+    // False at the end of the file or on an error (LastError, 0 at the end).
+    [[nodiscard]] bool Read(void* target, std::size_t bytes);
+    [[nodiscard]] bool Skip(std::uint64_t bytes);
+    [[nodiscard]] std::int64_t Remaining() const { return FileLength - Position; }
+
+    int LastError = 0;
+
+private:
+    [[nodiscard]] bool Fill();
+
+    File& Source;
+    std::int64_t Position, FileLength = 0;
+    std::int64_t BlockStart = 0;
+    std::size_t BlockBytes = 0;
+    std::vector<std::byte> Block;
+};
+
+class Writer {
+public:
+    explicit Writer(File& file, std::int64_t position);
+
+    [[nodiscard]] int Write(const void* data, std::size_t bytes);
+    [[nodiscard]] int SeekTo(std::int64_t position);
+    [[nodiscard]] int Finish(); // writes what is still in the block
+
+private:
+    File& Target;
+    std::int64_t Position;
+    std::vector<std::byte> Block;
+};
+
+}

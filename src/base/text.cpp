@@ -1,0 +1,94 @@
+#include "base/text.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace Text {
+
+namespace {
+
+char Folded(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+// Length of the well-formed sequence at the start, 0 when there is none (RFC 3629, table of section 4).
+std::size_t SequenceLength(std::string_view s) {
+    const auto byte = [&](std::size_t i) { return i < s.size() ? static_cast<unsigned char>(s[i]) : 0u; };
+    const unsigned first = byte(0);
+    if (first < 0x80) return 1;
+    std::size_t length = 0;
+    unsigned low = 0x80, high = 0xBF;
+    if (first >= 0xC2 && first <= 0xDF) {
+        length = 2;
+    } else if (first >= 0xE0 && first <= 0xEF) {
+        length = 3;
+        if (first == 0xE0) low = 0xA0;
+        if (first == 0xED) high = 0x9F;
+    } else if (first >= 0xF0 && first <= 0xF4) {
+        length = 4;
+        if (first == 0xF0) low = 0x90;
+        if (first == 0xF4) high = 0x8F;
+    } else {
+        return 0;
+    }
+    if (byte(1) < low || byte(1) > high) return 0;
+    for (std::size_t i = 2; i < length; ++i)
+        if (byte(i) < 0x80 || byte(i) > 0xBF) return 0;
+    return length;
+}
+
+bool IsUtf8(std::string_view s) {
+    while (!s.empty()) {
+        const std::size_t length = SequenceLength(s);
+        if (length == 0) return false;
+        s.remove_prefix(length);
+    }
+    return true;
+}
+
+}
+
+std::string_view FromField(std::span<const char> field) {
+    const auto end = std::find(field.begin(), field.end(), '\0');
+    return {field.data(), static_cast<std::size_t>(end - field.begin())};
+}
+
+void ToField(std::span<char> field, std::string_view text) {
+    if (field.empty()) return;
+    const std::size_t n = std::min(text.size(), field.size() - 1);
+    std::memcpy(field.data(), text.data(), n);
+    std::fill(field.begin() + static_cast<std::ptrdiff_t>(n), field.end(), '\0');
+}
+
+std::string Utf8(std::string_view bytes) {
+    if (IsUtf8(bytes)) return std::string(bytes);
+    std::string out;
+    for (const char c : bytes) {
+        const auto code = static_cast<unsigned char>(c);
+        if (code < 0x80) {
+            out.push_back(c);
+        } else {
+            out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+        }
+    }
+    return out;
+}
+
+bool SameFolded(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return Folded(x) == Folded(y); });
+}
+
+std::string Hex(std::span<const std::byte> bytes) {
+    static constexpr char Digits[] = "0123456789abcdef";
+    std::string out;
+    out.reserve(bytes.size() * 2);
+    for (const std::byte b : bytes) {
+        out.push_back(Digits[std::to_integer<unsigned>(b) >> 4]);
+        out.push_back(Digits[std::to_integer<unsigned>(b) & 15]);
+    }
+    return out;
+}
+
+}

@@ -1,0 +1,25 @@
+// Texts in fixed fields, and their way to the screen.
+#pragma once
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace Text {
+
+// The characters before the first zero byte, at most the whole field.
+[[nodiscard]] std::string_view FromField(std::span<const char> field);
+
+// Fills a field: cut to its size less one, the rest zero.
+void ToField(std::span<char> field, std::string_view text);
+
+// Valid UTF-8 as it is; any other bytes are taken for Latin-1, in which older programs wrote.
+[[nodiscard]] std::string Utf8(std::string_view bytes);
+
+// Equal without regard to case of the letters A to Z.
+[[nodiscard]] bool SameFolded(std::string_view a, std::string_view b);
+
+// Two lower-case digits a byte.
+[[nodiscard]] std::string Hex(std::span<const std::byte> bytes);
+
+}
