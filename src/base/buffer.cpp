@@ -223,6 +223,11 @@ void Release(Heap*& heap) {
     heap = nullptr;
 }
 
+void Rename(Heap& heap, std::string_view name, Heap* owner) {
+    heap.HeapName = name;
+    heap.Owner = owner;
+}
+
 std::size_t TotalBytes() {
     return Total;
 }

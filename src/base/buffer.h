@@ -46,9 +46,9 @@ public:
     [[nodiscard]] std::size_t AreaCount() const { return Areas.size(); }
     [[nodiscard]] std::size_t HoleCount() const;
 
-    const std::string HeapName;
-    Heap* const Owner; // the heap whose path leads here; none at the top
-    const Buffer::Kind Kind;
+    std::string HeapName;
+    Heap* Owner; // the heap whose path leads here; none at the top
+    Buffer::Kind Kind;
 
 private:
     struct Hole {
@@ -85,6 +85,9 @@ private:
 
 // Gives the heap back, with all heaps below it, and clears the reference.
 void Release(Heap*& heap);
+
+// Puts a heap under another name, which must not be in use.
+void Rename(Heap& heap, std::string_view name, Heap* owner);
 
 // Bytes that all heaps together hold from the system.
 [[nodiscard]] std::size_t TotalBytes();

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace Text {
+namespace Texts {
 
 namespace {
 

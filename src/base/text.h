@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace Text {
+namespace Texts {
 
 // The characters before the first zero byte, at most the whole field.
 [[nodiscard]] std::string_view FromField(std::span<const char> field);
