@@ -27,6 +27,10 @@ void Note(std::string_view line) {
     if (Hooks.Note) Hooks.Note(line);
 }
 
+void Log(std::string_view line) {
+    if (Hooks.Log) Hooks.Log(line);
+}
+
 void Status(std::string_view line) {
     if (Hooks.Status) Hooks.Status(line);
 }
@@ -43,6 +47,7 @@ Recorder::Recorder() {
     HookTable hooks;
     hooks.Alert = [this](std::string_view text) { AddLine(Alerts, text); };
     hooks.Note = [this](std::string_view line) { AddLine(Notes, line); };
+    hooks.Log = hooks.Note;
     hooks.AskYesNo = [this](std::string_view text, bool defaultAnswer) {
         AddLine(Questions, text);
         return Answer ? Answer(defaultAnswer) : defaultAnswer;

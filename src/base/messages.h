@@ -10,7 +10,8 @@ namespace Messages {
 
 struct HookTable {
     std::function<void(std::string_view text)> Alert;  // stops the user: something failed
-    std::function<void(std::string_view line)> Note;   // one line into the notebook
+    std::function<void(std::string_view line)> Note;   // worth reading: into the notebook
+    std::function<void(std::string_view line)> Log;    // routine: into the notebook, for the record
     std::function<void(std::string_view line)> Status; // what is going on right now; empty clears it
     std::function<bool(std::string_view text, bool defaultAnswer)> AskYesNo; // true for Yes
     // Shows the text with one button a choice and returns the index of the one pressed.
@@ -24,6 +25,7 @@ HookTable Install(HookTable hooks);
 
 void Alert(std::string_view text);
 void Note(std::string_view line);
+void Log(std::string_view line);
 void Status(std::string_view line);
 [[nodiscard]] bool AskYesNo(std::string_view text, bool defaultAnswer);
 [[nodiscard]] int AskChoice(std::string_view text, const char* const* buttons, int count, int defaultButton);
@@ -37,7 +39,7 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    std::string Alerts, Notes, Questions; // one line an entry
+    std::string Alerts, Notes, Questions; // one line an entry; Notes hold the log as well
     std::function<bool(bool defaultAnswer)> Answer;
 
 private:

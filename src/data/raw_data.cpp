@@ -1,0 +1,118 @@
+#include "data/raw_data.h"
+
+#include "base/messages.h"
+#include "data/bundle.h"
+#include "data/scratch.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace RawData {
+
+namespace {
+
+bool Refuse(std::string_view text, bool alert) {
+    if (alert) Messages::Alert(text);
+    return false;
+}
+
+bool ReadPiece(Files::File& file, std::int64_t position, std::span<std::byte> target, bool alert) {
+    if (position < 0) return Refuse("Read - Error seeking data", alert);
+    std::size_t got = 0;
+    const int error = Files::ReadAt(file, position, target, got);
+    if (error == 0 && got == target.size()) return true;
+    return Refuse(Bundle::FileMessage("Read - Error reading data", error), alert);
+}
+
+// Blocks that lie close together are read in one go and picked apart; distant ones are read one by one.
+bool ReadInterleaved(const VennicTrace& trace, Files::File& file, std::int64_t position,
+                     std::span<std::byte> target, bool alert) {
+    const std::int64_t block = trace.TrInterleaveSize, skip = trace.TrInterleaveSkip;
+    if (skip < block || position < trace.TrFileOffset) return Refuse("Read - Error seeking data", alert);
+    const std::span<std::byte> gather = Scratch::Deinterleave();
+    if (gather.empty()) return Refuse("Load Trace: De-interleave buffer could not be allocated.", true);
+    const std::int64_t inTrace = position - trace.TrFileOffset;
+    std::int64_t blockStart = trace.TrFileOffset + inTrace / block * skip;
+    std::int64_t rest = inTrace % block; // bytes of the first block that come before the position
+    const auto room = static_cast<std::int64_t>(gather.size());
+    constexpr std::int64_t CloseTogether = 4096;
+
+    while (!target.empty()) {
+        const auto wanted = static_cast<std::int64_t>(target.size());
+        if (skip > CloseTogether || skip > room) {
+            const auto piece = static_cast<std::size_t>(std::min(block - rest, wanted));
+            if (!ReadPiece(file, blockStart + rest, target.first(piece), alert)) return false;
+            target = target.subspan(piece);
+            blockStart += skip;
+            rest = 0;
+            continue;
+        }
+        const std::int64_t blocksWanted = (rest + wanted - 1) / block + 1;
+        const std::int64_t blocks = std::min(blocksWanted, (room - block) / skip + 1);
+        const std::int64_t lastBytes = blocks == blocksWanted ? (rest + wanted - 1) % block + 1 : block;
+        const auto stretch = static_cast<std::size_t>((blocks - 1) * skip + lastBytes);
+        if (blockStart < 0) return Refuse("Read - Error seeking data", alert);
+        std::size_t got = 0;
+        const int error = Files::ReadAt(file, blockStart, gather.first(stretch), got);
+        if (error != 0) return Refuse(Bundle::FileMessage("Read - Error reading data", error), alert);
+        if (got < stretch) return Refuse("Error: loading beyond Trace end", alert);
+        for (std::int64_t i = 0; i < blocks; ++i) {
+            const auto piece =
+                static_cast<std::size_t>(std::min(block - rest, static_cast<std::int64_t>(target.size())));
+            std::memcpy(target.data(), gather.data() + i * skip + rest, piece);
+            target = target.subspan(piece);
+            rest = 0;
+        }
+        blockStart += blocks * skip;
+    }
+    return true;
+}
+
+}
+
+std::size_t SampleSize(int format) {
+    return format == 1 || format == 2 ? 4 : format == 3 ? 8 : 2;
+}
+
+bool IsInterleaved(const VennicTrace& trace) {
+    if (trace.TrInterleaveSize <= 0) return false;
+    const std::int64_t bytes =
+        std::int64_t{trace.TrDataPoints} * static_cast<std::int64_t>(SampleSize(trace.TrDataFormat));
+    return !(bytes == trace.TrInterleaveSize && trace.TrInterleaveSize == trace.TrInterleaveSkip);
+}
+
+bool NeedsSwap(const VennicTrace& trace) {
+    return ((trace.TrDataKind & DataKind::LittleEndian) != 0) != Bytes::MachineIsLittle;
+}
+
+std::int64_t EndOf(const VennicTrace& trace) {
+    const auto size = static_cast<std::int64_t>(SampleSize(trace.TrDataFormat));
+    if (!IsInterleaved(trace)) return trace.TrFileOffset + size * trace.TrDataPoints;
+    const std::int64_t pointsInBlock = std::max<std::int64_t>(trace.TrInterleaveSize / size, 1);
+    const std::int64_t blocks = (std::int64_t{trace.TrDataPoints} - 1) / pointsInBlock + 1;
+    return trace.TrFileOffset + (blocks - 1) * trace.TrInterleaveSkip + trace.TrInterleaveSize;
+}
+
+std::int64_t ComputeDataEnd(const void* record, std::int64_t dataStart) {
+    std::int64_t end = dataStart;
+    if (!Tree::IsValid(record)) return end;
+    if (Tree::Level(record) == 4) {
+        const auto& trace = *static_cast<const VennicTrace*>(record);
+        return trace.TrDataPoints > 0 && !trace.IsTemporary ? std::max(end, EndOf(trace)) : end;
+    }
+    for (int i = 1; i <= Tree::ChildCount(record); ++i) end = ComputeDataEnd(Tree::Child(record, i), end);
+    return end;
+}
+
+bool ReadSamples(const VennicTrace& trace, Files::File& file, std::int64_t position,
+                 std::span<std::byte> buffer, std::size_t count, std::size_t sampleSize, bool swap,
+                 bool alert) {
+    if (count > buffer.size() / sampleSize) return Refuse("Error: Trace too long for scratch vector.", alert);
+    const std::span<std::byte> target = buffer.first(count * sampleSize);
+    const bool read = IsInterleaved(trace) ? ReadInterleaved(trace, file, position, target, alert)
+                                           : ReadPiece(file, position, target, alert);
+    if (read && swap) Bytes::ReverseElements(target, sampleSize);
+    return read;
+}
+
+}

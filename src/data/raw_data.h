@@ -1,0 +1,37 @@
+// The raw samples of a data file: where a trace lies, and how its samples are read.
+// Positions are bytes from the start of the file.
+//
+// An interleaved trace lies in blocks of TrInterleaveSize bytes, one block every TrInterleaveSkip bytes from
+// TrFileOffset on, so that several traces share a stretch of the file block by block. Its positions count the
+// trace's own bytes only, as if the blocks lay one behind the other.
+#pragma once
+#include "base/files.h"
+#include "trees/vennic_tree.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace RawData {
+
+// Bytes of one stored sample: 4 for formats 1 and 2, 8 for format 3, 2 for all others.
+[[nodiscard]] std::size_t SampleSize(int format);
+
+[[nodiscard]] bool IsInterleaved(const VennicTrace& trace);
+
+// True when the samples' byte order is not this machine's.
+[[nodiscard]] bool NeedsSwap(const VennicTrace& trace);
+
+// The first byte behind the trace's samples.
+[[nodiscard]] std::int64_t EndOf(const VennicTrace& trace);
+
+// The first byte behind all samples of the tree's valid traces, at least dataStart.
+[[nodiscard]] std::int64_t ComputeDataEnd(const void* root, std::int64_t dataStart);
+
+// Reads count samples from a position of the trace on into the buffer, de-interleaved, in this machine's
+// order when swap is set. False when the file gives fewer; alert decides whether that is said.
+[[nodiscard]] bool ReadSamples(const VennicTrace& trace, Files::File& file, std::int64_t position,
+                               std::span<std::byte> buffer, std::size_t count, std::size_t sampleSize,
+                               bool swap, bool alert);
+
+}
