@@ -1,0 +1,203 @@
+#include "data/analysis_file.h"
+
+#include "base/messages.h"
+
+#include <cstdio>
+
+namespace {
+
+// The loader's own word on a foreign order; " converted. " has no case in this version.
+void NoteByteOrder() {
+    if (AnalysisTree::LastLoad.State == RecordTree::LoadState::Swapped)
+        Messages::Log(" \".ana\"-file swapped. ");
+}
+
+bool LoadTree(DataSession& session, const std::string& path) {
+    if (!CreateAnalysisTree(session)) return false;
+    const int error = Tree::Load(path, session.Analysis.Handle, session.Analysis.Info);
+    if (error == Tree::Success) {
+        NoteByteOrder();
+        return true;
+    }
+    Messages::Alert("## " + Tree::LastError() + ": \"" + path + "\". ## ");
+    return false;
+}
+
+bool FitsDataSet(const DataSession& session) {
+    if (AnalysisTreeCheck(session, false)) return true;
+    Messages::Alert("This Analysis File is incompatible with the present \"vnc\" Tree!");
+    (void)AnalysisTreeCheck(session, true);
+    return false;
+}
+
+void Report(bool verbose, const std::string& line) {
+    if (verbose) Messages::Note(line);
+}
+
+std::string Mismatch(const char* level, int index, bool vennicMissing) {
+    return std::string("  mismatch in ") + level + "-" + std::to_string(index) +
+           (vennicMissing ? ": vnc=nil, ana<>nil." : ": vnc<>nil, ana=nil.");
+}
+
+std::string InWidth(int value, int width) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%*d", width, value);
+    return text;
+}
+
+// Compares the children of two records by position; perChild goes on below a pair that both have.
+template <class PerChild>
+bool SameChildren(const void* vennic, const void* analysis, const char* level, bool verbose,
+                  PerChild perChild) {
+    int index = 1;
+    for (;; ++index) {
+        const void* const child = Tree::Child(vennic, index);
+        if (!child) break;
+        const void* const mirror = Tree::Child(analysis, index);
+        if (!mirror) {
+            Report(verbose, Mismatch(level, index, false));
+            return false;
+        }
+        if (!perChild(child, mirror, index)) return false;
+    }
+    if (!Tree::Child(analysis, index)) return true;
+    Report(verbose, Mismatch(level, index, true));
+    return false;
+}
+
+void* MirrorOf(const DataSession& session, const VennicGroup* group) {
+    return Tree::Child(Tree::Root(session.Analysis.Handle), Tree::IndexOf(group));
+}
+
+void* MirrorOf(const DataSession& session, const VennicGroup* group, const VennicSeries* series) {
+    return Tree::Child(MirrorOf(session, group), Tree::IndexOf(series));
+}
+
+// Moves a file that the program could not use out of the way, to the first free name.
+int SetAside(const std::string& path) {
+    std::string target = path + ".old";
+    for (int n = 2; Files::Exists(target); ++n) target = path + ".old" + std::to_string(n);
+    const int error = Files::Rename(path, target);
+    if (error == 0) Messages::Note("The former analysis file is kept as \"" + target + "\".");
+    return error;
+}
+
+}
+
+bool CreateAnalysisTree(DataSession& session) {
+    Tree::Dispose(session.Analysis.Handle);
+    session.Analysis = {};
+    session.Analysis.Handle = AnalysisTree::Define();
+    if (session.Analysis.Handle) return true;
+    Messages::Alert("Cannot create Analysis Tree");
+    return false;
+}
+
+bool BuildAnalysisTree(DataSession& session) {
+    Tree::Handle* const tree = session.Analysis.Handle;
+    auto* const root = static_cast<AnalysisRoot*>(Tree::Append(tree, nullptr));
+    if (!root) return false;
+    root->Version = 1;
+    const void* const vennic = Tree::Root(session.Vennic.Handle);
+    for (int g = 1; g <= Tree::ChildCount(vennic); ++g) {
+        void* const group = Tree::Append(tree, root);
+        if (!group) return false;
+        for (int s = 1; s <= Tree::ChildCount(Tree::Child(vennic, g)); ++s)
+            if (!Tree::Append(tree, group)) return false;
+    }
+    return true;
+}
+
+bool NewEmptyAnalysis(DataSession& session) {
+    session.FitNewSetup = true;
+    return CreateAnalysisTree(session) && BuildAnalysisTree(session);
+}
+
+bool LoadAnalysisFile(DataSession& session, const std::string& path) {
+    session.FitNewSetup = true;
+    session.AnalysisUnreadable = false;
+    if (!Files::Exists(path)) return NewEmptyAnalysis(session);
+    if (LoadTree(session, path) && FitsDataSet(session)) {
+        session.Analysis.FromFile = true;
+        Messages::Log("Existing Analysis file loaded: \"" + path + "\"");
+        return true;
+    }
+    session.AnalysisUnreadable = true;
+    return NewEmptyAnalysis(session);
+}
+
+bool LinkAnalysis(DataSession& session) {
+    return LoadAnalysisFile(session, AnalysisFileName(session));
+}
+
+bool AnalysisTreeCheck(const DataSession& session, bool verbose) {
+    const void* const vennic = Tree::Root(session.Vennic.Handle);
+    const void* const analysis = Tree::Root(session.Analysis.Handle);
+    if (!vennic || !analysis) return true;
+    Report(verbose, "Tree check:");
+    const auto sameSeries = [&](const void*, const void*, int index) {
+        Report(verbose, "    Series:" + InWidth(index, 4));
+        return true;
+    };
+    const auto sameGroup = [&](const void* group, const void* mirror, int index) {
+        Report(verbose, "  Group:" + InWidth(index, 4));
+        return SameChildren(group, mirror, "Series", verbose, sameSeries);
+    };
+    if (!SameChildren(vennic, analysis, "Group", verbose, sameGroup)) return false;
+    Report(verbose, "End of compare. ");
+    return true;
+}
+
+bool AppendAnalysisGroup(DataSession& session) {
+    return Tree::Append(session.Analysis.Handle, Tree::Root(session.Analysis.Handle)) != nullptr;
+}
+
+bool AppendAnalysisSeries(DataSession& session, const VennicGroup* group) {
+    void* const mirror = MirrorOf(session, group);
+    return mirror && Tree::Append(session.Analysis.Handle, mirror) != nullptr;
+}
+
+void DeleteAnalysisGroup(DataSession& session, const VennicGroup* group) {
+    void* mirror = MirrorOf(session, group);
+    Tree::Delete(session.Analysis.Handle, mirror);
+}
+
+void DeleteAnalysisSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series) {
+    void* mirror = MirrorOf(session, group, series);
+    Tree::Delete(session.Analysis.Handle, mirror);
+}
+
+void DeleteSweepValues(DataSession& session, const VennicGroup* group, const VennicSeries* series,
+                       const VennicSweep* sweep) {
+    const void* const mirror = MirrorOf(session, group, series);
+    for (int r = 1; r <= Tree::ChildCount(mirror); ++r) {
+        const void* const record = Tree::Child(mirror, r);
+        for (int e = 1; e <= Tree::ChildCount(record); ++e) {
+            void* value = Tree::Child(Tree::Child(record, e), Tree::IndexOf(sweep));
+            Tree::Delete(session.Analysis.Handle, value);
+        }
+    }
+}
+
+std::string AnalysisFileName(const DataSession& session) {
+    return Files::WithExtension(session.FileName, AnalysisTree::Format.Extension);
+}
+
+bool SaveAnalysis(DataSession& session) {
+    if (!session.Modify && !session.AnalysisWritable) {
+        Messages::Alert("Cannot modify: data file opened read-only.");
+        return false;
+    }
+    const std::string path = AnalysisFileName(session);
+    if (session.AnalysisUnreadable) {
+        const int error = SetAside(path);
+        if (error != 0) {
+            Messages::Alert("Error storing \".ana\"-file: " + Files::ErrorText(error));
+            return false;
+        }
+        session.AnalysisUnreadable = false;
+    }
+    if (Tree::Store(path, session.Analysis.Handle, true) == Tree::Success) return true;
+    Messages::Alert("Error storing \".ana\"-file: " + Tree::LastError());
+    return false;
+}
