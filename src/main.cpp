@@ -1,3 +1,8 @@
-int main() {
-    return 0;
+#include "app/start.h"
+
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv) {
+    return Start::Main(std::vector<std::string>(argv + 1, argv + argc));
 }

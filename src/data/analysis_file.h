@@ -1,5 +1,5 @@
-// The analysis tree of the open data set: building it in parallel to the Vennic tree, loading it from the ".ana"
-// file beside the data, checking that both have the same shape, keeping it in step, storing it.
+// The analysis tree of the open data set: building it in parallel to the Vennic tree, loading it from the
+// ".ana" file beside the data, checking that both have the same shape, keeping it in step, storing it.
 #pragma once
 #include "data/session.h"
 
@@ -12,8 +12,8 @@
 // Both of the above; the former tree goes.
 [[nodiscard]] bool NewEmptyAnalysis(DataSession& session);
 
-// Loads the file if it exists and fits the data set. In every other case an empty analysis stands afterwards, and
-// the file stays as it is. False only when there is no memory for a tree.
+// Loads the file if it exists and fits the data set. In every other case an empty analysis stands afterwards,
+// and the file stays as it is. False only when there is no memory for a tree.
 [[nodiscard]] bool LoadAnalysisFile(DataSession& session, const std::string& path);
 
 // What opening a data set does: loads the ".ana" file of its name.
@@ -32,6 +32,6 @@ void DeleteSweepValues(DataSession& session, const VennicGroup* group, const Ven
 
 [[nodiscard]] std::string AnalysisFileName(const DataSession& session);
 
-// Stores the tree beside the data file. A file that could not be used at opening is kept under a name with ".old"
-// behind it. False with an alert, also when the data set was opened without the right to.
+// Stores the tree beside the data file. A file that could not be used at opening is kept under a name with
+// ".old" behind it. False with an alert, also when the data set was opened without the right to.
 [[nodiscard]] bool SaveAnalysis(DataSession& session);

@@ -16,7 +16,7 @@ namespace {
 
 // The trees of a data set in the order in which they are read.
 struct TreeRow {
-    SessionTree DataSession::* Tree;
+    SessionTree DataSession::*Tree;
     const RecordTree::TreeFormat& Format;
     Tree::Handle* (*Define)(std::string_view heapName, const RecordTree::LoadOptions& options);
     const char* HeapName;
@@ -91,8 +91,8 @@ bool ReadTrees(DataSession& session) {
 }
 
 bool CheckLength(DataSession& session) {
-    session.DataEnd = RawData::ComputeDataEnd(Tree::Root(session.Vennic.Handle),
-                                              Bundle::DataStart(session.FileKind));
+    session.DataEnd =
+        RawData::ComputeDataEnd(Tree::Root(session.Vennic.Handle), Bundle::DataStart(session.FileKind));
     std::int64_t length = 0;
     const int error = Files::Length(session.DataFile, length);
     if (error != 0) {
@@ -114,8 +114,7 @@ Path PathThrough(void* record, int level) {
     Path path;
     path.Records[level] = record;
     for (int up = level; up > 0; --up) path.Records[up - 1] = Tree::Parent(path.Records[up]);
-    for (int down = level + 1; down <= 4; ++down)
-        path.Records[down] = Tree::Child(path.Records[down - 1], 1);
+    for (int down = level + 1; down <= 4; ++down) path.Records[down] = Tree::Child(path.Records[down - 1], 1);
     return path;
 }
 

@@ -36,6 +36,8 @@ constexpr std::int64_t PositionMax = std::numeric_limits<std::int32_t>::max();
 // machine.
 constexpr std::int64_t LoadBudgetBase = std::int64_t{64} << 20;
 constexpr std::int64_t LoadBudgetFactor = 16;
+// So few references cost nothing, and the read of the missing record then says where a file was cut.
+constexpr std::int64_t ChildrenAlwaysTried = 1024;
 
 constexpr std::int32_t SelectedBit = 1;
 constexpr std::int32_t ClosedBit = 2;
@@ -154,10 +156,10 @@ int LoadRecord(LoadPass& load, void* parent, int index, int level, void*& record
     if (count < 0) return Fail("Tree.LoadRecord: negative number of children.");
     if (count == 0 || level + 1 >= load.Levels) return Success;
 
-    // Each child takes its record and its own count from the file; more than fit cannot be there.
-    const std::int64_t childBytes = std::int64_t{load.Info.Sizes[LevelAt(level + 1)]} + 4;
+    // Each child takes at least its own count from the file; a vector for more than fit is not worth asking for.
+    const std::int64_t fitting = load.File.Remaining() / static_cast<std::int64_t>(sizeof count);
     void** children = nullptr;
-    if (count <= load.File.Remaining() / childBytes)
+    if (count <= std::max(fitting, ChildrenAlwaysTried))
         children = static_cast<void**>(load.Tree.Heap->Allocate(LevelAt(count) * sizeof(void*)));
     if (!children) return Fail("Tree.LoadRecord - allocating child entries failed");
     header.Children = children;

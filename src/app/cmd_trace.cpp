@@ -1,0 +1,137 @@
+// trace: one corrected trace as CSV, JSON or NumPy file.
+#include "app/command_line.h"
+#include "app/commands.h"
+#include "app/json.h"
+#include "app/npy.h"
+#include "base/messages.h"
+#include "data/traces.h"
+#include "setup/settings.h"
+
+#include <charconv>
+#include <iostream>
+#include <memory>
+
+namespace Commands {
+
+namespace {
+
+struct Arguments {
+    std::string File, Target, Reference, Out;
+    bool NoLeak = false, Zero = false, AsJson = false;
+    double FilterHz = 0;
+    int First = 0;
+    int Points = 0x7fffffff;
+};
+
+struct Found {
+    VennicSweep* Sweep = nullptr;
+    VennicTrace* Trace = nullptr;
+};
+
+void AppendNumber(std::string& text, double value) {
+    char digits[32];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
+    text.append(digits, end);
+}
+
+// A sample is a 32-bit real: its shortest text that reads back to it.
+void AppendNumber(std::string& text, float value) {
+    char digits[32];
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
+    text.append(digits, end);
+}
+
+double XStartOf(const VennicTrace& trace) {
+    return trace.TrXStart + trace.FirstPoint * trace.TrXInterval;
+}
+
+std::string CsvText(const VennicTrace& trace) {
+    std::string text = Texts::Utf8(Texts::FromField(trace.TrXUnit)) + "," +
+                       Texts::Utf8(Texts::FromField(trace.TrYUnit)) + "\n";
+    const std::span<const float> samples = Traces::Loaded(trace);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        AppendNumber(text,
+                     trace.TrXStart + static_cast<double>(trace.FirstPoint + static_cast<std::int64_t>(i)) *
+                                          trace.TrXInterval);
+        text.push_back(',');
+        AppendNumber(text, samples[i]);
+        text.push_back('\n');
+    }
+    return text;
+}
+
+std::string JsonText(const std::string& target, const VennicTrace& trace) {
+    Json::Value document;
+    document["Target"] = target;
+    document["Points"] = trace.PointsLoaded;
+    document["FirstPoint"] = trace.FirstPoint;
+    document["XInterval"] = Json::Number(trace.TrXInterval);
+    document["XStart"] = Json::Number(XStartOf(trace));
+    document["XUnit"] = Json::String(Texts::FromField(trace.TrXUnit));
+    document["YUnit"] = Json::String(Texts::FromField(trace.TrYUnit));
+    document["Samples"] = Json::Numbers(Traces::Loaded(trace));
+    return document.dump() + "\n";
+}
+
+int WriteOut(const std::string& path, const std::string& content) {
+    if (path.empty()) {
+        std::cout.write(content.data(), static_cast<std::streamsize>(content.size())).flush();
+        return std::cout.good() ? CommandLine::Done : CommandLine::Failed;
+    }
+    Files::Replacement file;
+    int error = file.Begin(path);
+    if (error == 0) error = Files::WriteAt(file.Content, 0, std::as_bytes(std::span(content)));
+    if (error == 0) error = file.Commit();
+    if (error == 0) return CommandLine::Done;
+    Messages::Alert("Error writing \"" + path + "\": " + Files::ErrorText(error));
+    return CommandLine::Failed;
+}
+
+bool TakeReference(const std::string& text) {
+    CommandLine::Target target;
+    if (!CommandLine::ParseTarget(text, 2, 2, target)) return false;
+    CommandLine::Session().ReferenceSeries = static_cast<VennicSeries*>(CommandLine::Find(target));
+    Setup::Settings.SubtractReference = true;
+    return CommandLine::Session().ReferenceSeries != nullptr;
+}
+
+int Trace(const Arguments& arguments) {
+    CommandLine::Target target;
+    if (!CommandLine::ParseTarget(arguments.Target, 4, 4, target))
+        return CommandLine::Misused("A trace is named by group.series.sweep.trace, such as 1.2.1.1.");
+    if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
+    auto* const trace = static_cast<VennicTrace*>(CommandLine::Find(target));
+    if (!trace) return CommandLine::Failed;
+    Setup::Settings.NoLeakSubtraction = arguments.NoLeak;
+    Setup::Settings.SubtractZero = arguments.Zero;
+    Setup::Settings.TraceFilterFactor.fill(arguments.FilterHz);
+    if (!arguments.Reference.empty() && !TakeReference(arguments.Reference)) return CommandLine::Failed;
+
+    DataSession& session = CommandLine::Session();
+    auto* const sweep = static_cast<VennicSweep*>(Tree::Parent(trace));
+    const Traces::Range range{arguments.Points, arguments.First, true};
+    if (!Traces::LoadAndCorrect(session, sweep, trace, session.DataHeap, range)) return CommandLine::Failed;
+    if (Files::ExtensionOf(arguments.Out) == ".npy")
+        return WriteOut(arguments.Out, Npy::Vector(Traces::Loaded(*trace)));
+    return WriteOut(arguments.Out, arguments.AsJson ? JsonText(target.Text(), *trace) : CsvText(*trace));
+}
+
+}
+
+Procedure DeclareTrace(CLI::App& command) {
+    const auto arguments = std::make_shared<Arguments>();
+    command.add_option("FILE", arguments->File, "Data file")->required();
+    command.add_option("TARGET", arguments->Target, "group.series.sweep.trace, from 1")->required();
+    command.add_flag("--no-leak", arguments->NoLeak, "Do not subtract the leak trace");
+    command.add_flag("--zero", arguments->Zero, "Subtract the zero offset");
+    command.add_option("--reference", arguments->Reference, "Subtract this series (group.series)");
+    command.add_option("--filter", arguments->FilterHz, "Corner of the Gaussian filter, Hz")
+        ->check(CLI::PositiveNumber);
+    command.add_option("--first", arguments->First, "First point, from 0")->check(CLI::NonNegativeNumber);
+    command.add_option("--points", arguments->Points, "At most so many points")->check(CLI::PositiveNumber);
+    command.add_option("--out", arguments->Out, "Write to a file; .npy for NumPy");
+    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    return [arguments] { return Trace(*arguments); };
+}
+
+}

@@ -1,0 +1,211 @@
+#include "app/command_line.h"
+
+#include "app/commands.h"
+#include "app/start.h"
+#include "base/messages.h"
+#include "data/scratch.h"
+#include "setup/settings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <iostream>
+#include <string_view>
+#include <unistd.h>
+
+namespace CommandLine {
+
+MessageOptions Options;
+
+namespace {
+
+DataSession OpenSession;
+bool StatusShown = false;
+
+void ClearStatus() {
+    if (!StatusShown) return;
+    std::fputs("\r\033[K", stderr);
+    StatusShown = false;
+}
+
+void Say(std::string_view text) {
+    ClearStatus();
+    std::cerr << text << '\n';
+}
+
+void ShowStatus(std::string_view line) {
+    if (!isatty(STDERR_FILENO)) return;
+    ClearStatus();
+    if (line.empty()) return;
+    std::cerr << line << std::flush;
+    StatusShown = true;
+}
+
+bool AskOnTerminal(bool defaultAnswer) {
+    std::string line;
+    while (true) {
+        std::cerr << (defaultAnswer ? "[Y/n] " : "[y/N] ") << std::flush;
+        if (!std::getline(std::cin, line) || line.empty()) return defaultAnswer;
+        if (line[0] == 'y' || line[0] == 'Y') return true;
+        if (line[0] == 'n' || line[0] == 'N') return false;
+    }
+}
+
+bool AnswerQuestion(std::string_view text, bool defaultAnswer) {
+    Say(text);
+    if (Options.Answer == Answer::Ask && isatty(STDIN_FILENO)) return AskOnTerminal(defaultAnswer);
+    const bool yes = Options.Answer == Answer::Ask ? defaultAnswer : Options.Answer == Answer::Yes;
+    Say(yes ? "Yes" : "No");
+    return yes;
+}
+
+int AnswerChoice(std::string_view text, const char* const* buttons, int count, int defaultButton) {
+    Say(text);
+    Say(count > 0 ? buttons[defaultButton] : "");
+    return defaultButton;
+}
+
+struct CommandRow {
+    const char* Word;
+    const char* Help;
+    Commands::Procedure (*Declare)(CLI::App& command);
+};
+
+constexpr CommandRow Rows[] = {
+    {"info", "Show the record trees of a data set or of a tree file", Commands::DeclareInfo},
+    {"trace", "Print a corrected trace as CSV, JSON or NumPy file", Commands::DeclareTrace},
+    {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
+    //{"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
+    //{"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
+};
+
+// The longest trace of the tree: a run without a window makes room for it, as a start with larger settings
+// would.
+std::int32_t LongestTrace(const void* record) {
+    if (Tree::Level(record) == 4) return static_cast<const VennicTrace*>(record)->TrDataPoints;
+    std::int32_t longest = 0;
+    for (int i = 1; i <= Tree::ChildCount(record); ++i)
+        longest = std::max(longest, LongestTrace(Tree::Child(record, i)));
+    return longest;
+}
+
+}
+
+bool InstallHooks() {
+    Messages::HookTable hooks;
+    hooks.Alert = Say;
+    hooks.Note = Say;
+    hooks.Log = [](std::string_view line) {
+        if (Options.Verbose) Say(line);
+    };
+    hooks.Status = ShowStatus;
+    hooks.AskYesNo = AnswerQuestion;
+    hooks.AskChoice = AnswerChoice;
+    Messages::Install(std::move(hooks));
+    return true;
+}
+
+int Run(const std::vector<std::string>& arguments) {
+    CLI::App app{"Qorvanite analyses electrophysiological recordings.", "qorvanite"};
+    app.set_version_flag("--version", Start::VersionName());
+    app.require_subcommand(0, 1);
+    app.fallthrough();
+    std::string answer = "ask";
+    app.add_option("--answer", answer, "How questions are answered: yes, no or ask")
+        ->check(CLI::IsMember({"yes", "no", "ask"}));
+    app.add_flag("--verbose", Options.Verbose, "Show routine messages as well");
+
+    std::vector<std::pair<CLI::App*, Commands::Procedure>> commands;
+    for (const CommandRow& row : Rows) {
+        CLI::App* const command = app.add_subcommand(row.Word, row.Help);
+        commands.emplace_back(command, row.Declare(*command));
+    }
+
+    try {
+        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+        app.parse(reversed);
+    } catch (const CLI::ParseError& error) {
+        const bool asked = error.get_exit_code() == 0; // --help and --version
+        app.exit(error, std::cout, std::cerr);
+        return asked ? Done : WrongUse;
+    }
+    Options.Answer = answer == "yes" ? Answer::Yes : answer == "no" ? Answer::No : Answer::Ask;
+
+    for (const auto& [command, procedure] : commands) {
+        if (!command->parsed()) continue;
+        const int status = procedure();
+        ClearStatus();
+        return status;
+    }
+    std::cerr << app.help();
+    return Misused("A command is needed.");
+}
+
+DataSession& Session() {
+    return OpenSession;
+}
+
+void CloseSession() {
+    CloseDataFile(OpenSession);
+}
+
+bool Open(const std::string& path, OpenMode mode) {
+    if (!OpenDataFile(OpenSession, path, mode)) return false;
+    const std::int32_t longest = LongestTrace(Tree::Root(OpenSession.Vennic.Handle));
+    if (longest > Setup::Settings.MaxSamplePoints) {
+        Scratch::Release();
+        Setup::Settings.MaxSamplePoints = Setup::LimitedSamplePoints(longest);
+        Setup::Settings.MaxStimPoints =
+            std::max(Setup::Settings.MaxStimPoints, Setup::Settings.MaxSamplePoints);
+    }
+    return true;
+}
+
+std::string Target::Text() const {
+    std::string text;
+    for (const int position : Positions) {
+        if (!text.empty()) text += '.';
+        text += std::to_string(position);
+    }
+    return text;
+}
+
+bool ParseTarget(const std::string& text, int leastDepth, int mostDepth, Target& target) {
+    target.Positions.clear();
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (true) {
+        int position = 0;
+        const auto [next, error] = std::from_chars(at, end, position);
+        if (error != std::errc{} || position < 1) return false;
+        target.Positions.push_back(position);
+        if (next == end) break;
+        if (*next != '.') return false;
+        at = next + 1;
+    }
+    const int depth = static_cast<int>(target.Positions.size());
+    return depth >= leastDepth && depth <= mostDepth;
+}
+
+void* Find(const Target& target) {
+    static constexpr const char* Names[] = {"group", "series", "sweep", "trace"};
+    void* record = Tree::Root(OpenSession.Vennic.Handle);
+    for (std::size_t level = 0; level < target.Positions.size(); ++level) {
+        void* const child = Tree::Child(record, target.Positions[level]);
+        if (!child) {
+            Messages::Alert("There is no " + std::string(Names[level]) + " " +
+                            std::to_string(target.Positions[level]) + " for target " + target.Text() + " (" +
+                            std::to_string(Tree::ChildCount(record)) + " there).");
+            return nullptr;
+        }
+        record = child;
+    }
+    return record;
+}
+
+int Misused(const std::string& text) {
+    std::cerr << text << '\n';
+    return WrongUse;
+}
+
+}

@@ -1,0 +1,48 @@
+// The program without a window: one command word, its options, and what is printed.
+// Results go to standard output, messages to standard error. Exit status 0 done, 1 failed, 2 wrong use.
+#pragma once
+#include "data/session.h"
+
+#include <string>
+#include <vector>
+
+namespace CommandLine {
+
+inline constexpr int Done = 0;
+inline constexpr int Failed = 1;
+inline constexpr int WrongUse = 2;
+
+// Alerts and notes go to standard error; questions as Answer says; progress only to a terminal.
+[[nodiscard]] bool InstallHooks();
+
+enum class Answer { Ask, Yes, No }; // Ask: on a terminal; elsewhere the question's own default
+
+struct MessageOptions {
+    CommandLine::Answer Answer = Answer::Ask;
+    bool Verbose = false; // show the routine log as well
+};
+extern MessageOptions Options;
+
+[[nodiscard]] int Run(const std::vector<std::string>& arguments);
+
+// The one open data set of a run.
+[[nodiscard]] DataSession& Session();
+void CloseSession();
+
+// Opens it, with room for its longest trace. False when the reason has been said.
+[[nodiscard]] bool Open(const std::string& path, OpenMode mode);
+
+// Positions in the tree, from 1: "2.1.3" is group 2, series 1, sweep 3.
+struct Target {
+    std::vector<int> Positions;
+    [[nodiscard]] std::string Text() const;
+};
+// False for anything but depth positions (or, with a shallower least depth, at least so many).
+[[nodiscard]] bool ParseTarget(const std::string& text, int leastDepth, int mostDepth, Target& target);
+// The record of a target; none, with a message, when the data set has no such record.
+[[nodiscard]] void* Find(const Target& target);
+
+// Says what was wrong with the use of a command, and returns WrongUse.
+[[nodiscard]] int Misused(const std::string& text);
+
+}

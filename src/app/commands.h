@@ -1,0 +1,18 @@
+// The commands, one file each. Each declares its options on a subcommand; the procedure that is left behind
+// runs when the subcommand was named, and returns the exit status.
+#pragma once
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace Commands {
+
+using Procedure = std::function<int()>;
+
+Procedure DeclareInfo(CLI::App& command);
+Procedure DeclareTrace(CLI::App& command);
+Procedure DeclareStimulus(CLI::App& command);
+Procedure DeclareFit(CLI::App& command);
+Procedure DeclareDemo(CLI::App& command);
+
+}

@@ -1,0 +1,103 @@
+#include "app/start.h"
+
+#include "app/command_line.h"
+#include "base/messages.h"
+#include "base/units.h"
+#include "data/scratch.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+namespace Start {
+
+namespace {
+
+ProgramState State;
+bool ShutdownDone = false;
+
+bool SetProductDefaults() {
+    State.ProgramName = "Qorvanite";
+    State.ProgramVersion = "v" QORVANITE_VERSION;
+    State.NoHardware = true;
+    State.FitEnabled = true;
+    return true;
+}
+
+// The base units need no start of their own: their state is ready before main. What is left is the order in
+// which the shell and the product come up.
+Units::Unit ClockUnit{"Clock", {}, [] {
+                          SetProgress(50);
+                          return true;
+                      }};
+Units::Unit ConsoleUnit{"Console", {&ClockUnit}, [] {
+                            SetProgress(51);
+                            return CommandLine::InstallHooks();
+                        }};
+Units::Unit ShellUnit{"Shell", {&ClockUnit, &ConsoleUnit}, [] {
+                          SetProgress(52);
+                          return true;
+                      }};
+Units::Unit ProductUnit{"Product", {&ShellUnit}, SetProductDefaults};
+Units::Unit TopUnit{"Qorvanite", {&ShellUnit, &ProductUnit}, [] {
+                        SetProgress(56);
+                        return true;
+                    }};
+
+int StartKind(int kind, int miniMode, const std::vector<std::string>& arguments) {
+    State.ProgramKind = kind;
+    State.MiniMode = miniMode;
+    // Registered as the exit hook, so that it also runs when a unit ends the process.
+    std::atexit(Shutdown);
+    const int status = CommandLine::Run(arguments);
+    Shutdown();
+    return status;
+}
+
+std::string Joined(const std::vector<std::string>& arguments) {
+    std::string line;
+    for (const std::string& argument : arguments) {
+        if (!line.empty()) line += ' ';
+        line += argument;
+    }
+    return line.substr(0, CommandLineMax);
+}
+
+}
+
+const ProgramState& Program() {
+    return State;
+}
+
+std::string VersionName() {
+    return State.ProgramName + " " + State.ProgramVersion;
+}
+
+void SetProgress(int code) {
+    State.Progress = code;
+}
+
+int Main(const std::vector<std::string>& arguments) {
+    State.CommandLine = Joined(arguments);
+    SetProgress(49);
+    try {
+        if (!Units::Initialise(TopUnit)) return 1;
+        return StartKind(QorvaniteKind, 0, arguments);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "qorvanite: out of memory (%d)\n", State.Progress);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "qorvanite: %s (%d)\n", failure.what(), State.Progress);
+    }
+    Shutdown();
+    return 1;
+}
+
+void Shutdown() {
+    if (ShutdownDone) return;
+    ShutdownDone = true;
+    CommandLine::CloseSession();
+    Scratch::Release();
+    std::fflush(stdout);
+}
+
+}
