@@ -131,7 +131,9 @@ int ReadBytes(LoadPass& load, std::byte* user, int level) {
         if (!load.File.Skip(file - ram)) return ReadFailure(load.File, 3);
         return Success;
     }
-    if (!load.File.Read(user, file)) return ReadFailure(load.File, file == ram ? 1 : 4);
+    // What a record holds beyond its file form is no part of the comparison with other programs' files.
+    const bool shorter = file < load.Tree.FileSizes[LevelAt(level)];
+    if (!load.File.Read(user, file)) return ReadFailure(load.File, shorter ? 4 : 1);
     std::memset(user + file, 0, ram - file);
     return Success;
 }
