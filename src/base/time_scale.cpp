@@ -48,7 +48,8 @@ std::string TimeText(double time, bool withMilliseconds) {
     double ofDay = std::fmod(time, Day);
     if (ofDay < 0) ofDay += Day;
     if (!std::isfinite(ofDay)) return withMilliseconds ? "************" : "********";
-    const auto milliseconds = static_cast<long>(ofDay * 1000.0);
+    // Rounded, for the modulus leaves midnight a hair before itself.
+    const long milliseconds = std::lround(ofDay * 1000.0) % 86400000;
     const long seconds = milliseconds / 1000;
     char text[32];
     std::snprintf(text, sizeof text, "%02ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60, seconds % 60);
