@@ -158,7 +158,8 @@ int LoadRecord(LoadPass& load, void* parent, int index, int level, void*& record
     if (count < 0) return Fail("Tree.LoadRecord: negative number of children.");
     if (count == 0 || level + 1 >= load.Levels) return Success;
 
-    // Each child takes at least its own count from the file; a vector for more than fit is not worth asking for.
+    // Each child takes at least its own count from the file; a vector for more than fit is not worth asking
+    // for.
     const std::int64_t fitting = load.File.Remaining() / static_cast<std::int64_t>(sizeof count);
     void** children = nullptr;
     if (count <= std::max(fitting, ChildrenAlwaysTried))
@@ -537,7 +538,11 @@ bool IsValid(const void* record) {
 }
 
 void SetValid(void* record, bool valid) {
-    if (record) HeaderOf(record).Omitted = valid ? 0 : 1;
+    if (!record || IsValid(record) == valid) return;
+    Header& header = HeaderOf(record);
+    header.Omitted = valid ? 0 : 1;
+    // Two that change places keep the count: the parent itself must tell the next incremental store.
+    if (header.Parent) ForgetStored(HeaderOf(header.Parent));
 }
 
 int LoadInfo(const std::string& path, int highestLevel, FileInfo& info, std::span<std::byte> rootBytes) {
