@@ -67,20 +67,16 @@ bool HasNegativeBlock(const IVRecord& record) {
     return !AnyOff(record.NBlVh, record.NBlSl);
 }
 
-// 1 + exp((x - half)/slope); direction -1 turns the sign of the exponent.
-void TabulateGate(const Tables& tables, double half, double slope, double direction, double* column) {
-    const std::size_t points = tables.X.size();
-    for (std::size_t k = 0; k < points; ++k) column[k] = direction * (tables.X[k] - half) / slope;
-    VectorExp::Exp(column, column, points);
-    for (std::size_t k = 0; k < points; ++k) column[k] = 1.0 + column[k];
+// 1 + exp(-(x - half)/slope)
+void TabulateGate(const Tables& tables, double half, double slope, double* column) {
+    VectorExp::Decay(tables.X.data(), half, slope, column, tables.X.size());
+    for (std::size_t k = 0; k < tables.X.size(); ++k) column[k] = 1.0 + column[k];
 }
 
 // 1 - exp(-(x - shift)/k)
 void TabulateField(const Tables& tables, double shift, double* column) {
-    const std::size_t points = tables.X.size();
-    for (std::size_t k = 0; k < points; ++k) column[k] = -(tables.X[k] - shift) / ThermalVoltage;
-    VectorExp::Exp(column, column, points);
-    for (std::size_t k = 0; k < points; ++k) column[k] = 1.0 - column[k];
+    VectorExp::Decay(tables.X.data(), shift, ThermalVoltage, column, tables.X.size());
+    for (std::size_t k = 0; k < tables.X.size(); ++k) column[k] = 1.0 - column[k];
 }
 
 void DivideBy(const double* divisors, std::size_t points, double* values) {
@@ -112,15 +108,15 @@ void Tabulate(const FitFunction& function, Tables& tables) {
         TabulateField(tables, 0.0, column[FieldColumn]);
     }
     if (HasActivation(record)) {
-        TabulateGate(tables, record.Vhalf.Value, record.Slope.Value, -1.0, column[ActivationColumn]);
+        TabulateGate(tables, record.Vhalf.Value, record.Slope.Value, column[ActivationColumn]);
         if (record.Power > 1)
             for (std::size_t k = 0; k < tables.X.size(); ++k)
                 column[ActivationColumn][k] = IntegerPower(column[ActivationColumn][k], record.Power);
     }
-    if (HasPositiveBlock(record))
-        TabulateGate(tables, record.PBlVh.Value, record.PBlSl.Value, 1.0, column[PositiveColumn]);
+    if (HasPositiveBlock(record)) // its exponent has the other sign
+        TabulateGate(tables, record.PBlVh.Value, -record.PBlSl.Value, column[PositiveColumn]);
     if (HasNegativeBlock(record))
-        TabulateGate(tables, record.NBlVh.Value, record.NBlSl.Value, -1.0, column[NegativeColumn]);
+        TabulateGate(tables, record.NBlVh.Value, record.NBlSl.Value, column[NegativeColumn]);
     Current(record, 1.0, tables, column[BasisColumn]);
 }
 

@@ -73,8 +73,7 @@ void Tabulate(const FitFunction& function, Tables& tables) {
             std::fill_n(column, points, 0.0);
             continue;
         }
-        for (std::size_t k = 0; k < points; ++k) column[k] = -tables.X[k] / tau;
-        VectorExp::Exp(column, column, points);
+        VectorExp::Decay(tables.X.data(), 0.0, tau, column, points);
         if (record.Rising)
             for (std::size_t k = 0; k < points; ++k) column[k] = 1.0 - column[k];
     }

@@ -47,8 +47,7 @@ bool ModelSetup(void* memory, FitFunction& function) {
 
 void TabulateTerm(const GenExpTerm& term, double shift, std::span<const double> x, double* column) {
     const double tau = term.Tau.Value, amplitude = term.Amp.Value, power = term.Power.Value;
-    for (std::size_t k = 0; k < x.size(); ++k) column[k] = -(x[k] - shift) / tau;
-    VectorExp::Exp(column, column, x.size());
+    VectorExp::Decay(x.data(), shift, tau, column, x.size());
     for (std::size_t k = 0; k < x.size(); ++k) {
         if (x[k] - shift <= 0.0) {
             column[k] = 0.0;

@@ -76,9 +76,7 @@ bool ModelSetup(void* memory, FitFunction& function) {
 }
 
 void Decay(const Tables& tables, double delay, double tau, double* column) {
-    const std::size_t points = tables.X.size();
-    for (std::size_t k = 0; k < points; ++k) column[k] = -(tables.X[k] - delay) / tau;
-    VectorExp::Exp(column, column, points);
+    VectorExp::Decay(tables.X.data(), delay, tau, column, tables.X.size());
 }
 
 // m into its column, the gating current into the gate column.

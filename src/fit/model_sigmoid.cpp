@@ -90,9 +90,7 @@ void TabulateBoltzmann(const FitFunction& function, Tables& tables) {
         const BoltzmannTerm& term = record.Terms[i];
         if (TermOff(term)) continue;
         double* divisor = tables.Column[DivisorColumn(i)];
-        for (std::size_t k = 0; k < points; ++k)
-            divisor[k] = (term.Xhalf.Value - tables.X[k]) / term.Slope.Value;
-        VectorExp::Exp(divisor, divisor, points);
+        VectorExp::Decay(tables.X.data(), term.Xhalf.Value, term.Slope.Value, divisor, points);
         for (std::size_t k = 0; k < points; ++k) divisor[k] = IntegerPower(1.0 + divisor[k], term.Power);
         Reciprocals(divisor, points, tables.Column[BasisColumn(i)]);
     }

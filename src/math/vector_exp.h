@@ -7,7 +7,11 @@
 
 namespace VectorExp {
 
-// out[i] = exp(in[i]); in and out are the same array or do not overlap. Infinite results, zeros and values
+// out[i] = exp(-(x[i] - shift) / tau), the shape that most models are made of. Each operation of the argument
+// is rounded as written. A negative tau makes it grow.
+void Decay(const double* x, double shift, double tau, double* out, std::size_t count);
+
+// out[i] = exp(in[i]); in and out (here and above) are the same array or do not overlap. Infinite results, zeros and values
 // that are not numbers come out as std::exp gives them.
 void Exp(const double* in, double* out, std::size_t count);
 
