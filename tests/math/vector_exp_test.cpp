@@ -1,0 +1,62 @@
+#include "math/vector_exp.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+namespace {
+
+std::uint64_t Bits(double value) {
+    return std::bit_cast<std::uint64_t>(value);
+}
+
+std::vector<double> ManyArguments() {
+    std::vector<double> arguments;
+    for (int i = -20000; i <= 20000; ++i) {
+        arguments.push_back(i * 0.0354);
+        arguments.push_back(std::ldexp(i * 1.37, -i % 50));
+    }
+    return arguments;
+}
+
+TEST(VectorExp, StaysWithinOneUnitInTheLastPlace) {
+    std::vector<double> in;
+    for (const double x : ManyArguments())
+        if (std::fabs(x) < 708.0) in.push_back(x);
+    std::vector<double> out(in.size());
+    VectorExp::Exp(in.data(), out.data(), in.size());
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        const long double exact = std::exp(static_cast<long double>(in[i]));
+        const double unit = std::nextafter(out[i], HUGE_VAL) - out[i];
+        ASSERT_LE(std::fabs(static_cast<double>(exact - static_cast<long double>(out[i]))), unit) << in[i];
+    }
+}
+
+TEST(VectorExp, AnElementDoesNotDependOnItsPlaceOrNeighbours) {
+    std::vector<double> in = ManyArguments();
+    in.insert(in.begin() + 3, std::numeric_limits<double>::quiet_NaN());
+    std::vector<double> out(in.size()), shifted(in.size());
+    VectorExp::Exp(in.data(), out.data(), in.size());
+    for (const std::size_t first : {std::size_t{1}, std::size_t{5}, in.size() - 3}) {
+        VectorExp::Exp(in.data() + first, shifted.data(), in.size() - first);
+        for (std::size_t i = first; i < in.size(); ++i)
+            ASSERT_EQ(Bits(shifted[i - first]), Bits(out[i])) << in[i];
+    }
+    for (std::size_t i = 0; i < in.size(); i += 7)
+        ASSERT_EQ(Bits(VectorExp::Exp(in[i])), Bits(out[i])) << in[i];
+    VectorExp::Exp(in.data(), in.data(), in.size());
+    for (std::size_t i = 0; i < in.size(); ++i) ASSERT_EQ(Bits(in[i]), Bits(out[i]));
+}
+
+TEST(VectorExp, LeavesTheEdgesToTheLibrary) {
+    constexpr double Infinity = std::numeric_limits<double>::infinity();
+    const double in[] = {0.0, -0.0, Infinity, -Infinity, 709.5, 710.0, -709.0, -745.0, -746.0, 1E300, -1E300};
+    for (const double x : in) EXPECT_EQ(VectorExp::Exp(x), std::exp(x)) << x;
+    EXPECT_TRUE(std::isnan(VectorExp::Exp(std::nan(""))));
+}
+
+}
