@@ -75,7 +75,7 @@ constexpr CommandRow Rows[] = {
     {"info", "Show the record trees of a data set or of a tree file", Commands::DeclareInfo},
     {"trace", "Print a corrected trace as CSV, JSON or NumPy file", Commands::DeclareTrace},
     {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
-    //{"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
+    {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
     //{"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
 

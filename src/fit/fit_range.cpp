@@ -62,8 +62,9 @@ bool FindPoints(const Segment& segment, const SweepFit::Bounds& bounds, const Ve
 }
 
 // Where x begins. Only an exponential may count from the cursor, or from a given time.
-double FirstX(const Fit::Selected& selected, double rangeStart, double segmentStart) {
-    if (selected.Model != &Fit::ExponentialModel) return rangeStart - segmentStart;
+double FirstX(const Fit::Selected& selected, SweepFitType type, double rangeStart, double segmentStart) {
+    if (type != SweepFitType::Exponential && type != SweepFitType::OneExponential)
+        return rangeStart - segmentStart;
     auto& record = *static_cast<Fit::ExpRecord*>(selected.Record);
     switch (record.TimeSource) {
     case Fit::ExpTimeSource::CursorPosition: return 0.0;
@@ -112,7 +113,7 @@ bool Prepare(DataSession& session, const Fit::Selected& selected, const SweepFit
     work.XInterval = trace->TrXInterval;
     TakeUnits(*trace, params, work);
     work.SegmentStart = static_cast<double>(segment.FirstPoint) * work.XInterval;
-    work.FirstX = FirstX(selected, work.FirstPoint * work.XInterval, work.SegmentStart);
+    work.FirstX = FirstX(selected, params.FitType, work.FirstPoint * work.XInterval, work.SegmentStart);
     FillArrays(*trace, work);
     // The fit's copy is made; the samples would pile up over a long series.
     Traces::ReleaseTrace(trace);

@@ -132,10 +132,8 @@ bool FitBreak(Engine& engine) {
 
 bool RunModel(Engine& engine, const Fit::Selected& selected, Fit::Outcome& outcome) {
     const Work& work = engine.Work;
-    Fit::Data data{.X = work.FitDataX, .Y = work.FitDataY};
-    data.FullGrid = {static_cast<std::size_t>(work.RangePoints), work.XInterval, work.FirstX};
-    data.XUnit = work.XUnit;
-    data.YUnit = work.YUnit;
+    const Fit::Grid grid{static_cast<std::size_t>(work.RangePoints), work.XInterval, work.FirstX};
+    const Fit::Data data{work.FitDataX, work.FitDataY, grid, work.XUnit, work.YUnit};
     engine.Params.Control.BreakProc = [&engine] { return FitBreak(engine); };
     outcome = Fit::Run(selected, data, engine.Params.Control);
     engine.Params.Control.BreakProc = {};
@@ -170,7 +168,8 @@ bool SweepFitPass(Engine& engine, Pass pass) {
     }
     if (pass == Pass::Skip) return EmptyRow(engine, params);
 
-    Report report{.Sweep = session.CurSweep};
+    Report report;
+    report.Sweep = session.CurSweep;
     if (!RunModel(engine, selected, report.Outcome)) return false;
     if (pass == Pass::Run) {
         report.Stored = StoreRow(engine, params);
