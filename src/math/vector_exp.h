@@ -11,8 +11,8 @@ namespace VectorExp {
 // is rounded as written. A negative tau makes it grow.
 void Decay(const double* x, double shift, double tau, double* out, std::size_t count);
 
-// out[i] = exp(in[i]); in and out (here and above) are the same array or do not overlap. Infinite results, zeros and values
-// that are not numbers come out as std::exp gives them.
+// out[i] = exp(in[i]); in and out (here and above) are the same array or do not overlap. Infinite results,
+// zeros and values that are not numbers come out as std::exp gives them.
 void Exp(const double* in, double* out, std::size_t count);
 
 // exp of one value, bit for bit as the array gives it.

@@ -158,7 +158,8 @@ int LoadRecord(LoadPass& load, void* parent, int index, int level, void*& record
     if (count < 0) return Fail("Tree.LoadRecord: negative number of children.");
     if (count == 0 || level + 1 >= load.Levels) return Success;
 
-    // Each child takes at least its own count from the file; a vector for more than fit is not worth asking for.
+    // Each child takes at least its own count from the file; a vector for more than fit is not worth asking
+    // for.
     const std::int64_t fitting = load.File.Remaining() / static_cast<std::int64_t>(sizeof count);
     void** children = nullptr;
     if (count <= std::max(fitting, ChildrenAlwaysTried))
