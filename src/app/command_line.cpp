@@ -75,8 +75,8 @@ constexpr CommandRow Rows[] = {
     {"info", "Show the record trees of a data set or of a tree file", Commands::DeclareInfo},
     {"trace", "Print a corrected trace as CSV, JSON or NumPy file", Commands::DeclareTrace},
     {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
-    //{"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
-    //{"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
+    {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
+    {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
 
 // The longest trace of the tree: a run without a window makes room for it, as a start with larger settings

@@ -2,6 +2,7 @@
 
 #include "base/messages.h"
 #include "data/bundle.h"
+#include "data/sample_format.h"
 #include "data/scratch.h"
 
 #include <algorithm>
@@ -71,7 +72,8 @@ bool ReadInterleaved(const VennicTrace& trace, Files::File& file, std::int64_t p
 }
 
 std::size_t SampleSize(int format) {
-    return format == 1 || format == 2 ? 4 : format == 3 ? 8 : 2;
+    const std::size_t size = SampleFormat::SampleSize(static_cast<DataFormat>(format));
+    return size > 0 ? size : 2;
 }
 
 bool IsInterleaved(const VennicTrace& trace) {

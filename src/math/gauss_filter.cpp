@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -47,6 +48,21 @@ void CutFutureSide(FilterRecord& record, int cut) {
     for (double& value : coefficients) value /= sum;
 }
 
+// A fixed count a pass, from a local array to another, is what the compiler turns into vector code.
+template <class From, class To>
+void CopyAs(const From* from, std::ptrdiff_t count, To* to) {
+    constexpr std::ptrdiff_t Pass = 8;
+    std::ptrdiff_t i = 0;
+    for (; i + Pass <= count; i += Pass) {
+        From in[Pass];
+        To out[Pass];
+        std::memcpy(in, from + i, sizeof in);
+        for (std::ptrdiff_t k = 0; k < Pass; ++k) out[k] = static_cast<To>(in[k]);
+        std::memcpy(to + i, out, sizeof out);
+    }
+    for (; i < count; ++i) to[i] = static_cast<To>(from[i]);
+}
+
 // The samples as the edges see them. Index 0 is the first sample, whatever is padded ahead of it.
 template <class Real>
 struct Samples {
@@ -67,9 +83,9 @@ struct Samples {
     void Widen(std::ptrdiff_t from, std::ptrdiff_t count, double* window) const {
         std::ptrdiff_t i = 0;
         for (; i < count && from + i < 0; ++i) window[i] = At(from + i);
-        const std::ptrdiff_t plain = std::min(count, Points - from);
-        for (; i < plain; ++i) window[i] = static_cast<double>(First[from + i]);
-        for (; i < count; ++i) window[i] = At(from + i);
+        const std::ptrdiff_t plain = std::max(i, std::min(count, Points - from));
+        if (plain > i) CopyAs(First + from + i, plain - i, window + i);
+        for (i = plain; i < count; ++i) window[i] = At(from + i);
     }
 };
 
@@ -103,8 +119,7 @@ bool Apply(FilterRecord& record, std::span<const Real> source, std::span<Real> t
         const std::ptrdiff_t count = std::min(BlockPoints, std::min(computed, room - shift) - from);
         samples.Widen(from - half, count + 2 * half, window);
         sum(window + half, static_cast<std::size_t>(count), taps, sums);
-        Real* const out = target.data() + shift + from;
-        for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = static_cast<Real>(sums[i]);
+        CopyAs(sums, count, target.data() + shift + from);
     }
     if (shift > 0 && computed > 0) {
         // With less room than the shift no block ran: the head is all there is.

@@ -1,0 +1,303 @@
+#include "app/fit_job.h"
+
+#include "app/command_line.h"
+#include "app/interrupt.h"
+#include "app/json.h"
+#include "base/messages.h"
+#include "data/analysis_file.h"
+#include "data/sweep_stimulus.h"
+#include "fit/sweep_fit.h"
+#include "setup/settings.h"
+
+#include <charconv>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+namespace {
+
+// What is kept of a sweep's pass: the records go on to the next one.
+struct Row {
+    std::string Target;
+    Fit::Outcome Outcome;
+    int RangePoints = 0, FitPoints = 0;
+    double FirstX = 0, SegmentStart = 0;
+    struct Value {
+        std::string Name, Unit;
+        FitParam Param;
+        bool Derived = false;
+    };
+    std::vector<Value> Values;
+};
+
+std::string Folded(std::string_view name) {
+    std::string folded;
+    for (const char c : name)
+        if (c != ' ' && c != '-' && c != '&' && c != '_' && c != '.')
+            folded += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return folded;
+}
+
+// By the short or long name, without regard to case, blanks and hyphens: "hodgkinhuxley", "1-exponential".
+std::optional<SweepFitType> TypeNamed(std::string_view name) {
+    const std::string wanted = Folded(name);
+    for (int i = 0; i < SweepFitTypes; ++i) {
+        const FitTypeName names = NameOf(static_cast<SweepFitType>(i));
+        if (wanted == Folded(names.Short) || wanted == Folded(names.Long))
+            return static_cast<SweepFitType>(i);
+    }
+    return std::nullopt;
+}
+
+std::string NamesOfModels(Fit::SweepRecords& records) {
+    std::string list;
+    for (int i = 0; i < SweepFitTypes; ++i) {
+        const auto type = static_cast<SweepFitType>(i);
+        if (!Fit::Select(records, type)) continue;
+        if (!list.empty()) list += ", ";
+        list += NameOf(type).Short;
+    }
+    return list;
+}
+
+bool ReadNumber(std::string_view text, double& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} && end == text.data() + text.size();
+}
+
+// "25,75": percent of the segment.
+bool ReadBounds(const std::string& text, SweepFit::FitParams& params) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos) return false;
+    double left = 0, right = 0;
+    if (!ReadNumber(std::string_view(text).substr(0, comma), left) ||
+        !ReadNumber(std::string_view(text).substr(comma + 1), right))
+        return false;
+    constexpr double Limit = 1000; // percent
+    if (!(left >= -Limit && right <= Limit && left < right)) return false;
+    params.FitLeftBound = left / 100.0;
+    params.FitRightBound = right / 100.0;
+    return true;
+}
+
+// "Tau1=0.002", "Tau1=0.002:hold", "Tau1=:off" (which keeps the value).
+bool SetParam(const Fit::Selected& selected, const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos) return false;
+    const std::string name = text.substr(0, equals);
+    std::string valueText = text.substr(equals + 1);
+    std::optional<FitParamState> state;
+    if (const std::size_t colon = valueText.find(':'); colon != std::string::npos) {
+        const std::string word = valueText.substr(colon + 1);
+        if (Texts::SameFolded(word, "fit"))
+            state = FitParamState::Fit;
+        else if (Texts::SameFolded(word, "hold"))
+            state = FitParamState::Hold;
+        else if (Texts::SameFolded(word, "off"))
+            state = FitParamState::Off;
+        else
+            return false;
+        valueText.resize(colon);
+    }
+    double value = 0;
+    if (valueText.empty()) {
+        const std::optional<Fit::ParamEntry> entry = Fit::FindParam(selected, name);
+        if (!entry || !state) return false;
+        value = entry->Param->Value;
+    } else if (!ReadNumber(valueText, value)) {
+        return false;
+    }
+    return Fit::SetByName(selected, name, value, state);
+}
+
+std::string NamesOfParams(const Fit::Selected& selected) {
+    std::string list;
+    for (const Fit::SettingEntry& setting : Fit::Settings(selected))
+        list += (list.empty() ? "" : ", ") + std::string(setting.Name);
+    for (const Fit::ParamEntry& param : Fit::Params(selected))
+        if (!param.Derived && !param.Column.empty())
+            list += (list.empty() ? "" : ", ") + std::string(param.Name);
+    return list;
+}
+
+// Everything of the command line that can be judged before a file is opened. Done, or WrongUse.
+int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
+    SweepFit::FitParams& params = engine.Params;
+    const std::optional<SweepFitType> type = TypeNamed(job.Type);
+    if (!type || !Fit::Select(engine.Records, *type))
+        return CommandLine::Misused("The type \"" + job.Type +
+                                    "\" cannot be fitted. Types: " + NamesOfModels(engine.Records) + ".");
+    params.FitType = *type;
+    params.FitTrace = job.Trace;
+    params.NewAnalysisMode =
+        job.Overwrite ? SweepFit::AnalysisMode::Overwrite : SweepFit::AnalysisMode::Append;
+    if (!job.Bounds.empty() && !ReadBounds(job.Bounds, params))
+        return CommandLine::Misused(
+            "Bounds are two percentages of the segment within -1000 and 1000, the left "
+            "below the right, such as 10,90.");
+    params.Control.MaxIterations = job.MaxIterations.value_or(params.Control.MaxIterations);
+    params.Control.StepSize = job.Step.value_or(params.Control.StepSize);
+    params.Control.Epsilon = job.Epsilon.value_or(params.Control.Epsilon);
+    params.MaxNoOfFittedPoints = job.MaxPoints.value_or(params.MaxNoOfFittedPoints);
+
+    const Fit::Selected selected = Fit::Select(engine.Records, *type);
+    for (const std::string& text : job.Params)
+        if (!SetParam(selected, text))
+            return CommandLine::Misused("\"" + text + "\" sets no parameter: NAME=VALUE[:fit|hold|off] of " +
+                                        NamesOfParams(selected) + ".");
+    return CommandLine::Done;
+}
+
+// The offset that leads to a segment by its number; the driver itself counts from the relevant one.
+bool TakeSegment(SweepFit::Engine& engine, int segment) {
+    if (segment == 0) return true;
+    const DataSession& session = engine.Session;
+    const auto* const trace = Tree::ChildAs<VennicTrace>(session.CurSweep, engine.Params.FitTrace);
+    SweepStimulus stimulus;
+    if (!trace ||
+        !FindStimulus(session, *session.CurSweep, ChannelFor(session, *session.CurSweep, *trace), stimulus))
+        return true; // the driver says what is missing
+    const int count = static_cast<int>(stimulus.Segments.size());
+    if (segment > count) {
+        Messages::Alert("There is no segment " + std::to_string(segment) + " (" + std::to_string(count) +
+                        " there).");
+        return false;
+    }
+    engine.Params.FitSegOffset = segment - stimulus.Channel->ChRelY;
+    return true;
+}
+
+Row KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
+    const SweepFit::Work& work = engine.Work;
+    Row row;
+    const void* const series = Tree::Parent(report.Sweep);
+    CommandLine::Target target;
+    target.Positions = {Tree::IndexOf(Tree::Parent(series)), Tree::IndexOf(series),
+                        Tree::IndexOf(report.Sweep)};
+    row.Target = target.Text();
+    row.Outcome = report.Outcome;
+    row.RangePoints = work.RangePoints;
+    row.FitPoints = work.FitPoints;
+    row.FirstX = work.FirstX;
+    row.SegmentStart = work.SegmentStart;
+    for (const Fit::ParamEntry& entry : Fit::Params(Fit::Select(engine.Records, engine.Params.FitType)))
+        row.Values.push_back({std::string(entry.Column.empty() ? entry.Name : entry.Column),
+                              Fit::UnitText(entry.Unit, work.XUnit, work.YUnit), *entry.Param,
+                              entry.Derived});
+    return row;
+}
+
+bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
+    Json::Value document;
+    document["Type"] = NameOf(engine.Params.FitType).Short;
+    document["Sweeps"] = Json::Value::array();
+    for (const Row& row : rows) {
+        Json::Value sweep;
+        sweep["Target"] = row.Target;
+        sweep["Iterations"] =
+            row.Outcome.Iterations ? Json::Value(*row.Outcome.Iterations) : Json::Value(nullptr);
+        sweep["FitTermination"] = static_cast<int>(row.Outcome.FitTermination);
+        sweep["LastResidual"] = Json::Number(row.Outcome.LastResidual);
+        sweep["Residual"] = Json::Number(row.Outcome.Residual);
+        sweep["RangePoints"] = row.RangePoints;
+        sweep["FitPoints"] = row.FitPoints;
+        sweep["FirstX"] = Json::Number(row.FirstX);
+        sweep["SegmentStart"] = Json::Number(row.SegmentStart);
+        sweep["Parameters"] = Json::Value::array();
+        for (const Row::Value& value : row.Values)
+            sweep["Parameters"].push_back({{"Name", value.Name},
+                                           {"Value", Json::Number(value.Param.Value)},
+                                           {"State", static_cast<int>(value.Param.State)},
+                                           {"Store", value.Param.Store},
+                                           {"Unit", Json::String(value.Unit)}});
+        document["Sweeps"].push_back(std::move(sweep));
+    }
+    return Json::Print(document);
+}
+
+// A column is worth its place when it goes into the analysis or was worked out by the fit, and a sweep has a
+// value.
+bool IsShown(const std::vector<Row>& rows, std::size_t column) {
+    const Row::Value& first = rows.front().Values[column];
+    const bool isResidual = column + 1 == rows.front().Values.size();
+    if (first.Param.Store == 0 && !first.Derived && !isResidual) return false;
+    for (const Row& row : rows)
+        if (row.Values[column].Param.State != FitParamState::Off) return true;
+    return false;
+}
+
+bool PrintTable(const std::vector<Row>& rows) {
+    if (rows.empty()) return true;
+    constexpr int Width = 14;
+    std::vector<std::size_t> columns;
+    for (std::size_t i = 0; i < rows.front().Values.size(); ++i)
+        if (IsShown(rows, i)) columns.push_back(i);
+    std::printf("%-10s %6s %-10s", "Sweep", "Iter.", "Ending");
+    for (const std::size_t i : columns) {
+        const Row::Value& value = rows.front().Values[i];
+        const std::string head = value.Unit.empty() ? value.Name : value.Name + "/" + value.Unit;
+        std::printf(" %*s", Width, head.c_str());
+    }
+    std::printf("\n");
+    for (const Row& row : rows) {
+        const std::string iterations = row.Outcome.Iterations ? std::to_string(*row.Outcome.Iterations) : "-";
+        std::printf("%-10s %6s %-10s", row.Target.c_str(), iterations.c_str(),
+                    Fit::NameOf(row.Outcome.FitTermination));
+        for (const std::size_t i : columns) {
+            const FitParam& param = row.Values[i].Param;
+            if (param.State == FitParamState::Off)
+                std::printf(" %*s", Width, "-");
+            else
+                std::printf(" %*.6g%s", Width - (param.State == FitParamState::Hold ? 1 : 0), param.Value,
+                            param.State == FitParamState::Hold ? "h" : "");
+        }
+        std::printf("\n");
+    }
+    return std::fflush(stdout) == 0;
+}
+
+bool RunFits(const FitJob& job, SweepFit::Engine& engine, bool wholeSeries) {
+    if (job.Show) return SweepFit::ShowFitCommand(engine);
+    return wholeSeries ? SweepFit::AutoFitCommand(engine) : SweepFit::FitCommand(engine);
+}
+
+}
+
+int RunFitJob(const FitJob& job) {
+    CommandLine::Target target;
+    if (!CommandLine::ParseTarget(job.Target, 2, 3, target))
+        return CommandLine::Misused("A series or sweep is named by group.series or group.series.sweep.");
+    SweepFit::Engine engine(CommandLine::Session());
+    const int taken = TakeSettings(job, engine);
+    if (taken != CommandLine::Done) return taken;
+    const OpenMode mode = job.Store ? OpenMode::Analysis : OpenMode::Read;
+    if (!CommandLine::Open(job.File, mode)) return CommandLine::Failed;
+    void* record = CommandLine::Find(target);
+    if (!record) return CommandLine::Failed;
+    const bool wholeSeries = target.Positions.size() == 2;
+    if (wholeSeries) record = Tree::Child(record, 1);
+    if (!record) {
+        Messages::Alert("The series has no sweep.");
+        return CommandLine::Failed;
+    }
+    GetRelatives(engine.Session, record);
+    if (!TakeSegment(engine, job.Segment)) return CommandLine::Failed;
+    Setup::Settings.NoLeakSubtraction = job.NoLeak;
+    Setup::Settings.SubtractZero = job.Zero;
+    Setup::Settings.TraceFilterFactor.fill(job.FilterHz);
+
+    std::vector<Row> rows;
+    engine.Finished = [&](const SweepFit::Report& report) { rows.push_back(KeepRow(engine, report)); };
+    engine.Poll = [] { return Interrupt::Requested() ? SweepFit::Request::Stop : SweepFit::Request::None; };
+    const Interrupt::Guard interruptible;
+    bool done = RunFits(job, engine, wholeSeries);
+    Messages::Status("");
+
+    if (job.Store && !rows.empty() && !SaveAnalysis(engine.Session)) done = false;
+    if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(rows))) done = false;
+    if (Interrupt::Requested()) {
+        Messages::Alert("Stopped by the user after " + std::to_string(rows.size()) + " sweeps.");
+        done = false;
+    }
+    return done ? CommandLine::Done : CommandLine::Failed;
+}

@@ -1,0 +1,117 @@
+#include "fit/params.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace Fit {
+
+namespace {
+
+char Lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool SameText(std::string_view a, std::string_view b) {
+    return a == b;
+}
+
+bool SameLetters(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, {}, Lower, Lower);
+}
+
+std::byte* FieldAt(const Selected& selected, std::size_t at) {
+    return static_cast<std::byte*>(selected.Record) + at;
+}
+
+template <typename T>
+T Load(const std::byte* field) {
+    T value;
+    std::memcpy(&value, field, sizeof value);
+    return value;
+}
+
+template <typename T>
+void StoreAs(double value, std::byte* field) {
+    const T stored = static_cast<T>(value);
+    std::memcpy(field, &stored, sizeof stored);
+}
+
+double Load(const SettingRow& row, const std::byte* field) {
+    switch (row.Kind) {
+    case SettingKind::Int16: return Load<std::int16_t>(field);
+    case SettingKind::Byte: return Load<std::uint8_t>(field);
+    case SettingKind::Real64: break;
+    }
+    return Load<double>(field);
+}
+
+bool SetSetting(const SettingRow& row, double value, std::byte* field) {
+    if (value < row.Min || value > row.Max) return false;
+    if (row.Kind != SettingKind::Real64 && value != std::floor(value)) return false;
+    switch (row.Kind) {
+    case SettingKind::Int16: StoreAs<std::int16_t>(value, field); break;
+    case SettingKind::Byte: StoreAs<std::uint8_t>(value, field); break;
+    case SettingKind::Real64: StoreAs<double>(value, field); break;
+    }
+    return true;
+}
+
+}
+
+std::vector<ParamEntry> Params(const Selected& selected) {
+    std::vector<ParamEntry> entries;
+    if (!selected) return entries;
+    entries.reserve(selected.Model->Params.size());
+    for (const ParamRow& row : selected.Model->Params) {
+        const char* column = selected.Level == Level::Sweep ? row.SweepColumn : row.SeriesColumn;
+        entries.push_back({row.Name, column ? column : std::string_view(), row.Unit,
+                           reinterpret_cast<FitParam*>(FieldAt(selected, row.At)), row.Derived});
+    }
+    return entries;
+}
+
+std::vector<SettingEntry> Settings(const Selected& selected) {
+    std::vector<SettingEntry> entries;
+    if (!selected) return entries;
+    for (const SettingRow& row : selected.Model->Settings)
+        entries.push_back({row.Name, row.Kind, Load(row, FieldAt(selected, row.At))});
+    return entries;
+}
+
+std::optional<ParamEntry> FindParam(const Selected& selected, std::string_view name) {
+    if (name.empty()) return {};
+    const std::vector<ParamEntry> entries = Params(selected);
+    for (const auto same : {SameText, SameLetters})
+        for (const auto text : {&ParamEntry::Name, &ParamEntry::Column})
+            for (const ParamEntry& entry : entries)
+                if (same(entry.*text, name)) return entry;
+    return {};
+}
+
+bool SetByName(const Selected& selected, std::string_view name, double value,
+               std::optional<FitParamState> state) {
+    if (!selected || !std::isfinite(value)) return false;
+    if (const auto entry = FindParam(selected, name)) {
+        entry->Param->Value = value;
+        if (state) entry->Param->State = *state;
+        return true;
+    }
+    if (state) return false;
+    for (const SettingRow& row : selected.Model->Settings)
+        if (SameLetters(row.Name, name)) return SetSetting(row, value, FieldAt(selected, row.At));
+    return false;
+}
+
+std::string UnitText(ParamUnit unit, std::string_view xUnit, std::string_view yUnit) {
+    switch (unit) {
+    case ParamUnit::X: return std::string(xUnit);
+    case ParamUnit::Y: return std::string(yUnit);
+    case ParamUnit::YThenX: return std::string(yUnit).append(xUnit);
+    case ParamUnit::YPerX: return std::string(yUnit).append("/").append(xUnit);
+    case ParamUnit::None: break;
+    }
+    return {};
+}
+
+}

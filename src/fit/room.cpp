@@ -1,1 +1,0 @@
-// placeholder so that the room builds; goes with its first file

@@ -1,0 +1,230 @@
+// Whole fits of every model against results computed independently of this program.
+#include "base/messages.h"
+#include "fit/fit.h"
+#include "vectors.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace {
+
+using nlohmann::json;
+
+struct Records {
+    Fit::SweepRecords Sweep = Fit::DefaultSweepRecords();
+    Fit::SeriesRecords Series = Fit::DefaultSeriesRecords();
+
+    Fit::Selected Select(const std::string& kind, const std::string& level) {
+        if (level == "sweep") {
+            for (int i = 0; i < SweepFitTypes; ++i)
+                if (NameOf(static_cast<SweepFitType>(i)).Short == kind)
+                    return Fit::Select(Sweep, static_cast<SweepFitType>(i));
+        } else {
+            for (int i = 0; i < SeriesFitTypes; ++i)
+                if (NameOf(static_cast<SeriesFitType>(i)).Short == kind)
+                    return Fit::Select(Series, static_cast<SeriesFitType>(i));
+        }
+        return {};
+    }
+};
+
+void LoadRecord(const Fit::Selected& selected, const json& record) {
+    for (const auto& [name, cell] : record.items()) {
+        if (!cell.is_array()) {
+            EXPECT_TRUE(Fit::SetByName(selected, name, Vectors::Number(cell))) << name;
+            continue;
+        }
+        const auto entry = Fit::FindParam(selected, name);
+        ASSERT_TRUE(entry) << name;
+        entry->Param->Value = Vectors::Number(cell[0]);
+        entry->Param->State = static_cast<FitParamState>(cell[1].get<int>());
+        entry->Param->Store = cell[2].get<std::uint8_t>();
+    }
+}
+
+void ExpectRecord(const Fit::Selected& selected, const json& record, const json& unchecked,
+                  double tolerance) {
+    std::size_t cells = 0;
+    for (const auto& entry : Fit::Params(selected)) {
+        SCOPED_TRACE(entry.Name);
+        ASSERT_TRUE(record.contains(entry.Name));
+        const json& cell = record[std::string(entry.Name)];
+        ++cells;
+        if (std::find(unchecked.begin(), unchecked.end(), entry.Name) != unchecked.end()) continue;
+        EXPECT_PRED3(Vectors::Near, entry.Param->Value, Vectors::Number(cell[0]), tolerance);
+        EXPECT_EQ(static_cast<int>(entry.Param->State), cell[1].get<int>());
+        EXPECT_EQ(entry.Param->Store, cell[2].get<int>());
+    }
+    for (const auto& setting : Fit::Settings(selected)) {
+        if (!record.contains(setting.Name)) continue;
+        ++cells;
+        EXPECT_EQ(setting.Value, record[std::string(setting.Name)].get<double>()) << setting.Name;
+    }
+    EXPECT_EQ(cells, record.size());
+}
+
+Fit::FitControl ControlOf(const json& block) {
+    Fit::FitControl control;
+    control.MaxIterations = block["MaxIterations"];
+    control.StepSize = block["StepSize"];
+    control.Epsilon = block["Epsilon"];
+    control.DisplayUpdate = block["DisplayUpdate"];
+    control.StopMaxIteration = block["StopMaxIteration"].get<std::uint8_t>();
+    control.StopEpsilon = block["StopEpsilon"].get<std::uint8_t>();
+    EXPECT_TRUE(block["BreakAt"].is_null()) << "this test does not break fits";
+    return control;
+}
+
+void RunFitCase(const json& c) {
+    const json &in = c["in"], &out = c["out"];
+    const double tolerance = c.contains("tol") ? c["tol"]["values"].get<double>() : 0.0;
+    Records records;
+    const Fit::Selected selected = records.Select(in["kind"], in["level"]);
+    ASSERT_TRUE(selected);
+    LoadRecord(selected, in["start"]);
+    Fit::FitControl control = ControlOf(in["control"]);
+    const std::vector<double> x = in["x"], y = in["y"];
+    Fit::Data data = {x, y, {}, "s", "A"};
+    if (in.contains("grid")) data.FullGrid = {in["grid"]["N"], in["grid"]["dt"], in["grid"]["x0"]};
+    int updates = 0;
+    const Messages::Recorder said;
+    const Fit::Outcome outcome = Fit::Run(selected, data, control, [&](const Fit::FitRun&) { ++updates; });
+
+    ASSERT_EQ(outcome.Ok, out["ok"].get<bool>()) << outcome.Message;
+    ExpectRecord(selected, out["record"], out.value("unchecked", json::array()), tolerance);
+    if (!outcome.Ok) {
+        EXPECT_EQ(outcome.Message, out["message"].get<std::string>());
+        return;
+    }
+    EXPECT_EQ(outcome.Iterations.has_value(), !out["iterations"].is_null());
+    if (outcome.Iterations) {
+        EXPECT_EQ(*outcome.Iterations, out["iterations"].get<int>());
+        EXPECT_EQ(updates, out["updates"].get<int>());
+        EXPECT_EQ(!said.Questions.empty(), out["zero_dialog"].get<bool>());
+    }
+    EXPECT_EQ(static_cast<int>(outcome.FitTermination), out["termination"].get<int>());
+    EXPECT_PRED3(Vectors::Near, outcome.LastResidual, out["last_residual"].get<double>(), tolerance);
+    const char* residual = in["level"] == "sweep" ? "out_residual" : "residual_recomputed";
+    EXPECT_PRED3(Vectors::Near, outcome.Residual, out[residual].get<double>(), tolerance);
+}
+
+void RunRegressions(const json& c) {
+    Fit::SeriesRecords records = Fit::DefaultSeriesRecords();
+    Fit::RegressRecord& lines = records.TwoRegressions;
+    const Fit::Selected selected = Fit::Select(records, SeriesFitType::TwoRegressions);
+    Fit::FitControl control = Fit::DefaultControl(Fit::Level::Series);
+    const std::vector<double> x = c["in"]["x"], y1 = c["in"]["y1"], y2 = c["in"]["y2"];
+    lines.FirstLine = 1;
+    ASSERT_TRUE(Fit::Run(selected, {x, y1, {}, {}, {}}, control).Ok);
+    const double residual1 = lines.Residual1.Value;
+    EXPECT_GT(residual1, 0.0);
+    lines.FirstLine = 0;
+    ASSERT_TRUE(Fit::Run(selected, {x, y2, {}, {}, {}}, control).Ok);
+    EXPECT_EQ(lines.Residual1.Value, residual1);
+    EXPECT_EQ(lines.Residual2.Value, control.LastResidual);
+    const double tolerance = c["tol"]["values"];
+    const json& out = c["out"];
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_PRED3(Vectors::Near, lines.Coeff1[i].Value, out["Coeff1"][i].get<double>(), tolerance);
+        EXPECT_PRED3(Vectors::Near, lines.Coeff2[i].Value, out["Coeff2"][i].get<double>(), tolerance);
+    }
+    EXPECT_PRED3(Vectors::Near, lines.Xintersept.Value, out["Xintersept"].get<double>(), tolerance);
+    EXPECT_PRED3(Vectors::Near, lines.Yintersept.Value, out["Yintersept"].get<double>(), tolerance);
+}
+
+void ExpectResult(const Fit::Result& result, const json& value, const json& state, double tolerance) {
+    EXPECT_EQ(result.Valid, state == 0);
+    EXPECT_PRED3(Vectors::Near, result.Value, value.get<double>(), tolerance);
+}
+
+void RunGrid(const json& c) {
+    const std::vector<double> y = c["in"]["y"];
+    const Fit::GridResults results =
+        Fit::DeriveFromValues(y, {y.size(), c["in"]["dt"].get<double>(), c["in"]["x0"].get<double>()});
+    const json& out = c["out"];
+    const bool peak = c["in"]["kind"] == "grid_peak";
+    ExpectResult(peak ? results.XPeak : results.XZero, out["x"], out["state"], c["tol"]["values"]);
+    if (peak) ExpectResult(results.YPeak, out["y"], out["state"], c["tol"]["values"]);
+}
+
+// A model whose curve is handed in: its record is the vector of its values.
+void RunResidual(const json& c) {
+    static const Fit::ModelRow Given = {
+        .Params = {},
+        .Settings = {},
+        .Columns = 1,
+        .SetupMessage = "",
+        .Init = nullptr,
+        .ModelSetup = nullptr,
+        .Tabulate = nullptr,
+        .Values =
+            [](const Fit::FitFunction& function, const Fit::Tables&, double* values) {
+                std::ranges::copy(*static_cast<std::vector<double>*>(function.Record), values);
+            },
+        .Solve = nullptr,
+        .Derive = nullptr,
+        .Residual = nullptr,
+        .SetUnits = nullptr,
+    };
+    const std::vector<double> y = c["in"]["y"];
+    std::vector<double> model = c["in"]["model"];
+    Fit::FitRun run;
+    run.X = run.Y = y;
+    run.Function.Model = &Given;
+    run.Function.Record = &model;
+    ASSERT_TRUE(Fit::Prepare(run));
+    EXPECT_PRED3(Vectors::Near, Fit::ComputeResidual(run), c["out"]["value"].get<double>(),
+                 c["tol"]["values"].get<double>());
+}
+
+TEST(FitVectors, EveryCaseAgrees) {
+    Fit::ResumeZeroCheck();
+    int fits = 0, others = 0;
+    for (const auto& c : Vectors::Cases("simplex_fits")) {
+        SCOPED_TRACE(c["id"].get<std::string>() + ": " + c["note"].get<std::string>());
+        const std::string kind = c["in"]["kind"];
+        if (kind == "curve") continue; // the series level's searches of a drawn curve
+        ++others;
+        if (kind == "2Regressions")
+            RunRegressions(c);
+        else if (kind == "grid_peak" || kind == "grid_zero")
+            RunGrid(c);
+        else if (kind == "residual")
+            RunResidual(c);
+        else {
+            --others;
+            ++fits;
+            RunFitCase(c);
+        }
+    }
+    EXPECT_EQ(fits, 19);
+    EXPECT_EQ(others, 4);
+}
+
+TEST(FitVectors, ReductionKeepsTheDocumentedPoints) {
+    const auto cases = Vectors::Cases("reduction");
+    ASSERT_FALSE(cases.empty());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c["id"].get<std::string>() + ": " + c["note"].get<std::string>());
+        const std::size_t n = c["in"]["N"], limit = c["in"]["M"], points = c["out"]["points"];
+        std::vector<std::size_t> want(points);
+        for (std::size_t i = 0; i < points; ++i)
+            want[i] = c["out"].contains("indices") ? c["out"]["indices"][i].get<std::size_t>() : i;
+        EXPECT_EQ(Reduction::Indices(n, limit), want);
+        const double ratio = c["out"].contains("ratio") ? c["out"]["ratio"].get<double>() : 1.0;
+        EXPECT_PRED3(Vectors::Near, Reduction::Ratio(n, limit), ratio, 1E-9);
+        std::vector<double> x(n), y(n);
+        for (std::size_t i = 0; i < n; ++i) y[i] = -(x[i] = static_cast<double>(i));
+        ASSERT_EQ(Reduction::Reduce(x, y, limit), points);
+        for (std::size_t i = 0; i < points; ++i) {
+            EXPECT_EQ(x[i], static_cast<double>(want[i]));
+            EXPECT_EQ(y[i], -x[i]);
+        }
+    }
+}
+
+}

@@ -1,0 +1,71 @@
+#include "math/matrix_inverse.h"
+#include "vectors.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using MatrixInverse::Matrix;
+
+int Load(const nlohmann::json& rows, Matrix& matrix) {
+    int i = 0;
+    for (const auto& row : rows) {
+        int j = 0;
+        for (const auto& value : row) matrix[i][j++] = value;
+        ++i;
+    }
+    return i;
+}
+
+TEST(MatrixInverse, InvertsTheDocumentedMatrices) {
+    const auto cases = Vectors::Cases("inverse");
+    ASSERT_FALSE(cases.empty());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c["id"].get<std::string>());
+        Matrix matrix = {}, inverse = {}, want = {};
+        const int n = Load(c["in"]["matrix"], matrix);
+        const double tolerance = c.contains("tol") ? c["tol"]["rel"].get<double>() : 1E-12;
+        const double determinant = MatrixInverse::Invert(matrix, inverse, n);
+        const double wantDeterminant = c["out"]["det"];
+        if (wantDeterminant == 0.0) {
+            EXPECT_EQ(determinant, 0.0);
+            Load(c["out"]["half_done"], want);
+        } else {
+            EXPECT_PRED3(Vectors::Near, determinant, wantDeterminant, tolerance);
+            Load(c["out"]["inverse"], want);
+        }
+        double largest = 0.0;
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j) largest = std::max(largest, std::fabs(want[i][j]));
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j)
+                EXPECT_NEAR(inverse[i][j], want[i][j], tolerance * largest) << i << "," << j;
+    }
+}
+
+TEST(MatrixInverse, WorksInPlaceAtFullWidthAndRefusesMore) {
+    constexpr int n = MatrixInverse::MaxSize;
+    Matrix a = {}, inverse = {};
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) a[i][j] = i == j ? 0.1 * i : 1.0 / (1 + i + j);
+    Matrix original;
+    std::copy(&a[0][0], &a[0][0] + n * n, &original[0][0]);
+    const double determinant = MatrixInverse::Invert(a, inverse, n);
+    EXPECT_EQ(MatrixInverse::Invert(a, a, n), determinant);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) {
+            double product = 0.0;
+            for (int k = 0; k < n; ++k) product += original[i][k] * a[k][j];
+            EXPECT_NEAR(product, i == j ? 1.0 : 0.0, 1E-9);
+            EXPECT_EQ(a[i][j], inverse[i][j]);
+        }
+    for (const int size : {-1, 0, n + 1}) {
+        const double before = a[0][0];
+        EXPECT_EQ(MatrixInverse::Invert(original, a, size), 0.0) << size;
+        EXPECT_EQ(a[0][0], before);
+    }
+}
+
+}
