@@ -238,7 +238,8 @@ TEST(CommandLine, PartsAndReferencesAreThoseOfTheTrace) {
 }
 
 TEST(CommandLine, AStimulusIsWholeOrOnlyWhatWasStored) {
-    for (const Json& wanted : Support::Expected("steps")["stimuli"]) {
+    const Json expected = Support::Expected("steps");
+    for (const Json& wanted : expected["stimuli"]) {
         if (wanted["length"] == wanted["stored_length"]) continue;
         const std::string target = std::to_string(wanted["path"][0].get<int>()) + "." +
                                    std::to_string(wanted["path"][1].get<int>()) + "." +
