@@ -225,12 +225,15 @@ int Replacement::Begin(const std::string& path) {
     std::error_code ignored;
     const std::filesystem::path real = std::filesystem::weakly_canonical(path, ignored);
     Target = real.empty() ? path : real.string();
+    struct stat status {};
+    const bool exists = ::stat(Target.c_str(), &status) == 0;
+    // The rename would put a file in the place of a device.
+    if (exists && !S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     const std::string temporary = Target + ".~new";
     const int error = Open(Content, temporary, Mode::Create);
     if (error != 0) return error;
     Temporary = temporary;
-    struct stat status {};
-    if (::stat(Target.c_str(), &status) == 0) (void)::fchmod(Content.Handle, status.st_mode & 07777);
+    if (exists) (void)::fchmod(Content.Handle, status.st_mode & 07777);
     return 0;
 }
 

@@ -70,7 +70,8 @@ int Close(File& file);
 [[nodiscard]] std::string ExtensionOf(std::string_view path);
 
 // A new content for a file that replaces the old one only when it is whole and on the disk.
-// Until Commit succeeds the old file stays as it was; an uncommitted content is removed.
+// Until Commit succeeds the old file stays as it was; an uncommitted content is removed. A folder or a device
+// is not replaced: Begin refuses.
 class Replacement {
 public:
     ~Replacement();

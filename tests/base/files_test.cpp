@@ -5,7 +5,7 @@
 
 #include <cerrno>
 #include <gtest/gtest.h>
-#include <numeric>
+#include <sys/stat.h>
 
 namespace {
 
@@ -70,6 +70,16 @@ TEST(Replacement, ALinkStaysALinkAndTheRightsStay) {
     EXPECT_TRUE(std::filesystem::is_symlink(folder.At("link.ana")));
     EXPECT_EQ(Support::ReadWhole(target), "new");
     EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms{0640});
+    EXPECT_EQ(folder.Count(), 2);
+}
+
+TEST(Replacement, AFolderOrADeviceIsNotReplaced) {
+    const Support::TempFolder folder;
+    std::filesystem::create_directory(folder.At("sub"));
+    ASSERT_EQ(::mkfifo(folder.At("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(Replace(folder.At("sub"), "x"), EISDIR);
+    EXPECT_EQ(Replace(folder.At("pipe"), "x"), EINVAL);
+    EXPECT_TRUE(std::filesystem::is_fifo(folder.At("pipe")));
     EXPECT_EQ(folder.Count(), 2);
 }
 
