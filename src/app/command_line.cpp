@@ -159,7 +159,12 @@ void CloseSession() {
 
 bool Open(const std::string& path, OpenMode mode) {
     if (!OpenDataFile(OpenSession, path, mode)) return false;
-    const std::int32_t longest = LongestTrace(Tree::Root(OpenSession.Vennic.Handle));
+    // A damaged record can name any number of points; room is made only for what the file can hold.
+    std::int64_t fileLength = 0;
+    if (Files::Length(OpenSession.DataFile, fileLength) != 0) fileLength = 0;
+    constexpr std::int64_t ShortestSample = 2;
+    const std::int64_t longest = std::min<std::int64_t>(LongestTrace(Tree::Root(OpenSession.Vennic.Handle)),
+                                                        fileLength / ShortestSample);
     if (longest > Setup::Settings.MaxSamplePoints) {
         Scratch::Release();
         Setup::Settings.MaxSamplePoints = Setup::LimitedSamplePoints(longest);

@@ -1,7 +1,11 @@
 // The program as users run it: its exit status, what it prints, and what it leaves behind.
+#include "app/command_line.h"
 #include "base/bytes.h"
+#include "base/messages.h"
 #include "base/text.h"
+#include "setup/settings.h"
 #include "support/fixtures.h"
+#include "support/tree_bytes.h"
 
 #include <cstdio>
 #include <cstring>
@@ -302,4 +306,30 @@ TEST(CommandLine, NumbersThatAreNotFiniteAreWordsAndTextsAreUtf8) {
         const Json trace = RunJson({"trace", folder.At("n.dat"), "1.1.1.1", "--no-leak", "--json"});
         EXPECT_EQ(trace["Samples"][0], "NAN");
     }
+}
+
+// The first trace of the sound data set says that it has so many points, in blocks that all lie on one
+// another.
+TEST(CommandLine, RoomIsMadeForTheLongestTraceThatTheFileCanHold) {
+    constexpr std::size_t TraceAt = 3500;
+    struct Case {
+        std::int32_t Points, BlockSize;
+        std::size_t FileBytes;
+        std::int32_t Room;
+    };
+    for (const Case& one : {Case{300'000, 0, 700'000, 300'000}, Case{2'000'000'000, 2, 700'000, 350'000},
+                            Case{2'000'000'000, 2, 0, 262'144}}) {
+        std::string bytes = Support::ReadWhole(Support::DataFile("damage/sound.dat"));
+        Support::Patch(bytes, TraceAt + 44, one.Points);
+        Support::Patch(bytes, TraceAt + 292, one.BlockSize);
+        if (one.FileBytes > 0) bytes.resize(one.FileBytes);
+        const Support::TempFolder folder;
+        const Messages::Recorder said;
+        Setup::Settings = {};
+        ASSERT_TRUE(CommandLine::Open(folder.Write("long.dat", bytes), OpenMode::Read)) << said.Alerts;
+        EXPECT_EQ(Setup::Settings.MaxSamplePoints, one.Room);
+        EXPECT_EQ(Setup::Settings.MaxStimPoints, one.Room);
+        CommandLine::CloseSession();
+    }
+    Setup::Settings = {};
 }
