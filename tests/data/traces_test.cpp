@@ -289,6 +289,24 @@ TEST(Traces, ASingleLeakIsUsedWithAWarningAndALeakHasNoLeak) {
     EXPECT_EQ(data.Said.Notes, "Warning - using single leak instead of averaged leak.\n");
 }
 
+TEST(Traces, ALeakLosesItsOwnZeroOffsetWhateverTheSettingsSay) {
+    OpenedData data(Support::Recording("plain.dat"));
+    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
+    VennicSweep* const sweep = OpenedData::SweepOf(trace);
+    VennicTrace* leak = nullptr;
+    ASSERT_TRUE(Traces::FindLeakTrace(sweep, *trace, leak));
+    leak->TrZeroData = 3e-11;
+    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, leak, data.Session.DataHeap));
+    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, trace, data.Session.DataHeap));
+    const float raw = trace->Samples[200], rawLeak = leak->Samples[200];
+    for (const bool zero : {false, true}) {
+        Setup::Settings.SubtractZero = zero;
+        ASSERT_TRUE(Traces::LoadTrace(data.Session, sweep, trace, data.Session.DataHeap));
+        EXPECT_EQ(trace->Samples[200], raw - (rawLeak + -3e-11f));
+        EXPECT_EQ(leak->Samples[200], rawLeak);
+    }
+}
+
 TEST(Traces, ExtremesOfADerivedTraceSkipWhatWasNotMeasured) {
     constexpr float NaN = std::numeric_limits<float>::quiet_NaN(),
                     Inf = std::numeric_limits<float>::infinity();
