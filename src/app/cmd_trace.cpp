@@ -87,25 +87,25 @@ int WriteOut(const std::string& path, const std::string& content) {
     return CommandLine::Failed;
 }
 
-bool TakeReference(const std::string& text) {
-    CommandLine::Target target;
-    if (!CommandLine::ParseTarget(text, 2, 2, target)) return false;
+bool TakeReference(const CommandLine::Target& target) {
     CommandLine::Session().ReferenceSeries = static_cast<VennicSeries*>(CommandLine::Find(target));
     Setup::Settings.SubtractReference = true;
     return CommandLine::Session().ReferenceSeries != nullptr;
 }
 
 int Trace(const Arguments& arguments) {
-    CommandLine::Target target;
+    CommandLine::Target target, reference;
     if (!CommandLine::ParseTarget(arguments.Target, 4, 4, target))
         return CommandLine::Misused("A trace is named by group.series.sweep.trace, such as 1.2.1.1.");
+    if (!arguments.Reference.empty() && !CommandLine::ParseTarget(arguments.Reference, 2, 2, reference))
+        return CommandLine::Misused("A reference series is named by group.series, such as 1.2.");
     if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
     auto* const trace = static_cast<VennicTrace*>(CommandLine::Find(target));
     if (!trace) return CommandLine::Failed;
     Setup::Settings.NoLeakSubtraction = arguments.NoLeak;
     Setup::Settings.SubtractZero = arguments.Zero;
     Setup::Settings.TraceFilterFactor.fill(arguments.FilterHz);
-    if (!arguments.Reference.empty() && !TakeReference(arguments.Reference)) return CommandLine::Failed;
+    if (!arguments.Reference.empty() && !TakeReference(reference)) return CommandLine::Failed;
 
     DataSession& session = CommandLine::Session();
     auto* const sweep = static_cast<VennicSweep*>(Tree::Parent(trace));

@@ -65,6 +65,14 @@ int AnswerChoice(std::string_view text, const char* const* buttons, int count, i
     return defaultButton;
 }
 
+// False, with words, when what the command printed did not reach its place: a full disk, a closed pipe.
+bool OutputWritten() {
+    std::cout.flush();
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) return true;
+    Say("Error writing to standard output.");
+    return false;
+}
+
 struct CommandRow {
     const char* Word;
     const char* Help;
@@ -135,7 +143,7 @@ int Run(const std::vector<std::string>& arguments) {
         if (!command->parsed()) continue;
         const int status = procedure();
         ClearStatus();
-        return status;
+        return OutputWritten() ? status : Failed;
     }
     std::cerr << app.help();
     return Misused("A command is needed.");

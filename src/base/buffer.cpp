@@ -45,6 +45,15 @@ std::string_view TakePart(std::string_view& path) {
     return part;
 }
 
+// Looked through before anything is made: a rejected name leaves no heaps behind on its way.
+bool IsPath(std::string_view name) {
+    do {
+        const std::string_view part = TakePart(name);
+        if (part.empty() || part.size() > NameMax) return false;
+    } while (!name.empty());
+    return true;
+}
+
 }
 
 Heap::Heap(std::string name, Heap* owner, Buffer::Kind kind)
@@ -192,10 +201,10 @@ bool Exists(std::string_view name) {
 }
 
 Heap* Create(std::string_view name, Kind kind) {
+    if (!IsPath(name)) return nullptr;
     Heap* heap = nullptr;
     do {
         const std::string_view part = TakePart(name);
-        if (part.empty() || part.size() > NameMax) return nullptr;
         Heap* const found = Find(part, heap);
         const bool last = name.empty();
         if (found && last && (kind == Kind::Unique || found->Kind == Kind::Unique)) return nullptr;

@@ -538,7 +538,11 @@ bool IsValid(const void* record) {
 }
 
 void SetValid(void* record, bool valid) {
-    if (record) HeaderOf(record).Omitted = valid ? 0 : 1;
+    if (!record || IsValid(record) == valid) return;
+    Header& header = HeaderOf(record);
+    header.Omitted = valid ? 0 : 1;
+    // Two that change places keep the count: the parent itself must tell the next incremental store.
+    if (header.Parent) ForgetStored(HeaderOf(header.Parent));
 }
 
 int LoadInfo(const std::string& path, int highestLevel, FileInfo& info, std::span<std::byte> rootBytes) {

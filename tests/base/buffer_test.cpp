@@ -1,0 +1,170 @@
+#include "base/buffer.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A heap of its own for each test, gone at its end.
+class Heap : public testing::Test {
+protected:
+    ~Heap() override { Buffer::Release(Of); }
+    Buffer::Heap* Of = Buffer::Create("HeapTest.HE", Buffer::Kind::Unique);
+};
+
+}
+
+TEST_F(Heap, TheFirstHoleThatIsLargeEnoughIsTaken) {
+    void* const a = Of->Allocate(64);
+    void* const small = Of->Allocate(16);
+    void* const between = Of->Allocate(16);
+    void* const c = Of->Allocate(64);
+    void* const last = Of->Allocate(64);
+    ASSERT_TRUE(a && small && between && c && last);
+    Of->Free(a, 64);
+    Of->Free(c, 64);
+    EXPECT_EQ(Of->HoleCount(), 2u);
+    EXPECT_EQ(Of->Allocate(40), a); // 48 in blocks: the rest of the hole stays one
+    EXPECT_EQ(Of->HoleCount(), 2u);
+    EXPECT_EQ(Of->Allocate(64), c); // an exact fit leaves nothing in the list
+    EXPECT_EQ(Of->HoleCount(), 1u);
+    EXPECT_EQ(Of->Allocate(1), static_cast<std::byte*>(a) + 48);
+    EXPECT_EQ(Of->HoleCount(), 0u);
+    EXPECT_GT(Of->Allocate(16), last);
+    EXPECT_EQ(Of->UsedBytes(), 64u + 16 + 16 + 64 + 64 + 16);
+}
+
+TEST_F(Heap, NeighbouringHolesBecomeOneInWhateverOrderTheyCome) {
+    constexpr int Orders[][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
+    for (const auto& order : Orders) {
+        void* blocks[3];
+        for (void*& block : blocks) block = Of->Allocate(48);
+        void* const guard = Of->Allocate(16);
+        for (const int i : order) Of->Free(blocks[i], 48);
+        EXPECT_EQ(Of->HoleCount(), 1u);
+        EXPECT_EQ(Of->Allocate(144), blocks[0]);
+        EXPECT_EQ(Of->HoleCount(), 0u);
+        Of->Free(guard, 16);
+        Of->Free(blocks[0], 144);
+    }
+    EXPECT_EQ(Of->UsedBytes(), 0u);
+}
+
+TEST_F(Heap, TheNewestBlockGoesBackToTheTail) {
+    void* const first = Of->Allocate(32);
+    void* const second = Of->Allocate(1000);
+    Of->Free(second, 1000);
+    EXPECT_EQ(Of->HoleCount(), 0u);
+    EXPECT_EQ(Of->Allocate(5000), second);
+    Of->Free(nullptr, 16);
+    EXPECT_NE(Of->Allocate(0), first);
+}
+
+TEST_F(Heap, BlocksOfAnyMixtureOfSizesNeverOverlap) {
+    struct Piece {
+        unsigned char* At;
+        std::size_t Size;
+        unsigned char Fill;
+    };
+    std::vector<Piece> pieces;
+    unsigned state = 1;
+    const auto next = [&state](unsigned below) {
+        return (state = state * 1664525u + 1013904223u) / 65536 % below;
+    };
+    for (int step = 0; step < 4000; ++step) {
+        if (pieces.size() > 40 || (!pieces.empty() && next(2) == 0)) {
+            const std::size_t index = next(static_cast<unsigned>(pieces.size()));
+            const Piece gone = pieces[index];
+            for (std::size_t i = 0; i < gone.Size; ++i) ASSERT_EQ(gone.At[i], gone.Fill);
+            Of->Free(gone.At, gone.Size);
+            pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(index));
+        } else {
+            const std::size_t size = 1 + next(6000);
+            auto* const at = static_cast<unsigned char*>(Of->Allocate(size));
+            ASSERT_NE(at, nullptr);
+            ASSERT_EQ(reinterpret_cast<std::uintptr_t>(at) % Buffer::BlockAlignment, 0u);
+            pieces.push_back({at, size, static_cast<unsigned char>(step)});
+            std::memset(at, step & 0xFF, size);
+        }
+    }
+    EXPECT_LT(Of->AreaBytes(), 1u << 20);
+    for (const Piece& piece : pieces) Of->Free(piece.At, piece.Size);
+    EXPECT_EQ(Of->UsedBytes(), 0u);
+    EXPECT_LE(Of->HoleCount(), Of->AreaCount());
+}
+
+TEST_F(Heap, ManySmallBlocksNeedFewAreas) {
+    for (int i = 0; i < 100'000; ++i) ASSERT_NE(Of->Allocate(256), nullptr);
+    EXPECT_LT(Of->AreaCount(), 40u);
+    EXPECT_LT(Of->AreaBytes(), Of->UsedBytes() / 4 * 5 + (1u << 20));
+}
+
+TEST_F(Heap, ALimitRefusesAndLeavesWhatStands) {
+    Of->SetLimit(200'000);
+    auto* const kept = static_cast<char*>(Of->Allocate(1000));
+    std::strcpy(kept, "kept");
+    const std::size_t used = Of->UsedBytes();
+    EXPECT_EQ(Of->Allocate(250'000), nullptr);
+    EXPECT_EQ(Of->Allocate(SIZE_MAX), nullptr);
+    EXPECT_EQ(Of->Allocate(SIZE_MAX / 2), nullptr);
+    EXPECT_EQ(Of->UsedBytes(), used);
+    EXPECT_NE(Of->Allocate(100), nullptr);
+    EXPECT_STREQ(kept, "kept");
+    Of->SetLimit(0);
+    EXPECT_NE(Of->Allocate(250'000), nullptr);
+}
+
+TEST_F(Heap, ContainersLiveInIt) {
+    const std::size_t before = Buffer::TotalBytes();
+    {
+        std::pmr::vector<std::pmr::string> words(Of);
+        for (int i = 0; i < 1000; ++i) words.emplace_back("a word that is too long for the string itself");
+        EXPECT_GE(Of->UsedBytes(), 46'000u);
+        EXPECT_EQ(words.back().get_allocator().resource(), Of);
+    }
+    EXPECT_EQ(Of->UsedBytes(), 0u);
+    EXPECT_THROW((void)Of->allocate(16, 64), std::bad_alloc); // a stricter alignment than its blocks have
+    Of->Clear();
+    EXPECT_EQ(Of->AreaBytes(), 0u);
+    EXPECT_EQ(Buffer::TotalBytes(), before);
+}
+
+TEST(HeapNames, APathMakesItsHeapsAndARejectedNameMakesNone) {
+    const std::string longest(Buffer::NameMax, 'x');
+    Buffer::Heap* paste = Buffer::Create("/NameTest/Edit.Paste");
+    ASSERT_NE(paste, nullptr);
+    EXPECT_EQ(Buffer::Create("NameTest/Edit.Paste"), paste);
+    EXPECT_TRUE(Buffer::Exists("/NameTest"));
+    EXPECT_TRUE(Buffer::Exists("/NameTest/Edit.Paste"));
+    EXPECT_FALSE(Buffer::Exists("Edit.Paste"));
+    EXPECT_FALSE(Buffer::Exists("/NameTest/Edit"));
+    EXPECT_FALSE(Buffer::Exists(""));
+    EXPECT_NE(Buffer::Create("/NameTest/" + longest), nullptr);
+    for (const std::string& bad : {std::string(), std::string("/"), longest + "x",
+                                   "/OtherTest/" + longest + "x", std::string("OtherTest/")}) {
+        EXPECT_EQ(Buffer::Create(bad), nullptr) << bad;
+        EXPECT_FALSE(Buffer::Exists("OtherTest")) << bad;
+    }
+    const std::size_t before = Buffer::TotalBytes();
+    ASSERT_NE(paste->Allocate(10), nullptr);
+    Buffer::Heap* top = paste->Owner;
+    Buffer::Release(top);
+    EXPECT_EQ(top, nullptr);
+    EXPECT_FALSE(Buffer::Exists("/NameTest/Edit.Paste"));
+    EXPECT_EQ(Buffer::TotalBytes(), before);
+    Buffer::Release(top); // none is allowed
+}
+
+TEST(HeapNames, AUniqueNameIsHandedOutOnce) {
+    Buffer::Heap* one = Buffer::Create("UniqueTest.HE", Buffer::Kind::Unique);
+    ASSERT_NE(one, nullptr);
+    EXPECT_EQ(Buffer::Create("UniqueTest.HE", Buffer::Kind::Unique), nullptr);
+    EXPECT_EQ(Buffer::Create("UniqueTest.HE"), nullptr);
+    Buffer::Rename(*one, "RenamedTest.HE", nullptr);
+    EXPECT_FALSE(Buffer::Exists("UniqueTest.HE"));
+    EXPECT_TRUE(Buffer::Exists("RenamedTest.HE"));
+    Buffer::Release(one);
+    EXPECT_FALSE(Buffer::Exists("RenamedTest.HE"));
+}

@@ -1,0 +1,149 @@
+#include "base/files.h"
+
+#include "support/failing_files.h"
+#include "support/temp_folder.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <numeric>
+
+namespace {
+
+std::span<const std::byte> BytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
+
+int Replace(const std::string& path, std::string_view content) {
+    Files::Replacement file;
+    int error = file.Begin(path);
+    if (error == 0) error = Files::WriteAt(file.Content, 0, BytesOf(content));
+    return error == 0 ? file.Commit() : error;
+}
+
+}
+
+TEST(Replacement, EveryFailureLeavesTheOldContentAndNothingBesideIt) {
+    struct Case {
+        const char* Name;
+        int Error;
+        void (*Break)();
+    };
+    const Case cases[] = {
+        {"cannot be created", EACCES, [] { Support::TheDisk.OpenError = EACCES; }},
+        {"full disk", ENOSPC, [] { Support::TheDisk.Room = 3; }},
+        {"not flushed", EIO, [] { Support::TheDisk.FlushError = EIO; }},
+        {"not renamed", EPERM, [] { Support::TheDisk.RenameError = EPERM; }},
+        {"no fault", 0, [] {}},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.Name);
+        const Support::TempFolder folder;
+        const std::string path = folder.Write("result.csv", "old");
+        const Support::FailingFiles disk;
+        one.Break();
+        EXPECT_EQ(Replace(path, "new content"), one.Error);
+        EXPECT_EQ(Support::ReadWhole(path), one.Error == 0 ? "new content" : "old");
+        EXPECT_EQ(folder.Count(), 1);
+        EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
+    }
+}
+
+TEST(Replacement, WithoutCommitNothingHappens) {
+    const Support::TempFolder folder;
+    const std::string path = folder.Write("a", "old");
+    {
+        Files::Replacement file;
+        ASSERT_EQ(file.Begin(path), 0);
+        ASSERT_EQ(Files::WriteAt(file.Content, 0, BytesOf("new")), 0);
+    }
+    EXPECT_EQ(Support::ReadWhole(path), "old");
+    EXPECT_EQ(folder.Count(), 1);
+    EXPECT_EQ(Replace(folder.At("missing/b"), "x"), ENOENT);
+}
+
+TEST(Replacement, ALinkStaysALinkAndTheRightsStay) {
+    const Support::TempFolder folder;
+    const std::string target = folder.Write("real.ana", "old");
+    std::filesystem::permissions(target, std::filesystem::perms{0640});
+    std::filesystem::create_symlink(target, folder.At("link.ana"));
+    ASSERT_EQ(Replace(folder.At("link.ana"), "new"), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.At("link.ana")));
+    EXPECT_EQ(Support::ReadWhole(target), "new");
+    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms{0640});
+    EXPECT_EQ(folder.Count(), 2);
+}
+
+TEST(Files, WhatCannotBeReadIsAnErrorAndNotContent) {
+    const Support::TempFolder folder;
+    Files::File file;
+    EXPECT_EQ(Files::Open(file, folder.Path, Files::Mode::Read), EISDIR);
+    EXPECT_EQ(Files::Open(file, folder.At("none"), Files::Mode::ReadWrite), ENOENT);
+    EXPECT_EQ(Files::Open(file, std::string("a\0b", 3), Files::Mode::Create), EINVAL);
+    EXPECT_FALSE(file.IsOpen());
+    ASSERT_EQ(Files::Open(file, folder.Write("f", "123456"), Files::Mode::Read), 0);
+    std::array<std::byte, 4> four{};
+    std::size_t got = 9;
+    EXPECT_EQ(Files::ReadAt(file, -1, four, got), EINVAL);
+    EXPECT_EQ(got, 0u);
+    EXPECT_EQ(Files::ReadAt(file, 4, four, got), 0);
+    EXPECT_EQ(got, 2u);
+    EXPECT_NE(Files::WriteAt(file, 0, BytesOf("x")), 0);
+    EXPECT_EQ(Files::ErrorText(0), "unexpected end of file");
+    EXPECT_EQ(Files::Close(file), 0);
+    EXPECT_EQ(Files::Close(file), 0);
+}
+
+TEST(Files, TheReaderCrossesItsBlocks) {
+    std::string content(700'001, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 7 + i / 251);
+    const Support::TempFolder folder;
+    Files::File file;
+    ASSERT_EQ(Files::Open(file, folder.Write("long", content), Files::Mode::Read), 0);
+    Files::Reader reader(file, 5);
+    ASSERT_EQ(reader.Open(), 0);
+    EXPECT_EQ(reader.Remaining(), 699'996);
+    std::string piece(1001, '\0');
+    std::size_t at = 5;
+    for (int step = 0; step < 400; ++step, at += 1001 + 11) {
+        ASSERT_TRUE(reader.Read(piece.data(), piece.size()));
+        ASSERT_EQ(piece, content.substr(at, piece.size())) << at;
+        ASSERT_TRUE(reader.Skip(11));
+    }
+    std::string rest(content.size() - at, '\0'); // longer than a block
+    ASSERT_TRUE(reader.Read(rest.data(), rest.size()));
+    EXPECT_EQ(rest, content.substr(at));
+    EXPECT_TRUE(reader.Skip(0));
+    EXPECT_FALSE(reader.Skip(1));
+    EXPECT_FALSE(reader.Skip(UINT64_MAX));
+    EXPECT_FALSE(reader.Read(rest.data(), 1));
+    EXPECT_EQ(reader.LastError, 0);
+
+    const Support::FailingFiles disk;
+    Support::TheDisk.ReadError = EIO;
+    Files::Reader failing(file, 0);
+    ASSERT_EQ(failing.Open(), 0);
+    EXPECT_FALSE(failing.Read(rest.data(), 1));
+    EXPECT_EQ(failing.LastError, EIO);
+}
+
+TEST(Files, TheWriterKeepsTheOrderOfItsPieces) {
+    const Support::TempFolder folder;
+    Files::File file;
+    ASSERT_EQ(Files::Open(file, folder.At("w"), Files::Mode::Create), 0);
+    const std::string piece(100'003, 'p'), large(600'000, 'L');
+    Files::Writer writer(file, 2);
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(writer.Write(piece.data(), piece.size()), 0);
+    ASSERT_EQ(writer.Write(large.data(), large.size()), 0);
+    ASSERT_EQ(writer.SeekTo(0), 0);
+    ASSERT_EQ(writer.Write("ab", 2), 0);
+    ASSERT_EQ(writer.Finish(), 0);
+    ASSERT_EQ(Files::Close(file), 0);
+    EXPECT_EQ(Support::ReadWhole(folder.At("w")), "ab" + piece + piece + piece + large);
+}
+
+TEST(Files, ExtensionsAreThoseOfTheLastPart) {
+    EXPECT_EQ(Files::ExtensionOf("/a.b/Cell 3.DAT"), ".dat");
+    EXPECT_EQ(Files::ExtensionOf("/a.b/cell"), "");
+    EXPECT_EQ(Files::WithExtension("/a.b/cell.7.dat", ".vnc"), "/a.b/cell.7.vnc");
+    EXPECT_EQ(Files::WithExtension("/a.b/cell", ".vnc"), "/a.b/cell.vnc");
+}

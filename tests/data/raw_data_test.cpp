@@ -1,0 +1,180 @@
+#include "data/raw_data.h"
+
+#include "base/messages.h"
+#include "data/scratch.h"
+#include "setup/settings.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+VennicTrace TraceAt(std::int32_t offset, std::int32_t points, std::uint8_t format, std::int32_t size,
+                    std::int32_t skip) {
+    VennicTrace trace{};
+    trace.TrFileOffset = offset;
+    trace.TrDataPoints = points;
+    trace.TrDataFormat = format;
+    trace.TrInterleaveSize = size;
+    trace.TrInterleaveSkip = skip;
+    return trace;
+}
+
+// The bytes of a trace, 1, 2, 3 ..., laid out in a file of 0xEE as its blocks say.
+std::string LaidOut(const VennicTrace& trace, std::vector<std::byte>& bytes) {
+    bytes.resize(static_cast<std::size_t>(trace.TrDataPoints) * RawData::SampleSize(trace.TrDataFormat));
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::byte>(i % 253 + 1);
+    const bool blocks = RawData::IsInterleaved(trace);
+    const std::size_t block = blocks ? static_cast<std::size_t>(trace.TrInterleaveSize) : bytes.size();
+    const std::size_t skip = blocks ? static_cast<std::size_t>(trace.TrInterleaveSkip) : block;
+    std::string file(static_cast<std::size_t>(RawData::EndOf(trace)), '\xEE');
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        file[static_cast<std::size_t>(trace.TrFileOffset) + i / block * skip + i % block] =
+            static_cast<char>(bytes[i]);
+    return file;
+}
+
+class RawSamples : public testing::Test {
+protected:
+    ~RawSamples() override {
+        Scratch::Release();
+        Setup::Settings = {};
+    }
+};
+
+}
+
+TEST_F(RawSamples, AnyStretchOfAnyLayoutIsReadBack) {
+    struct Case {
+        const char* Name;
+        VennicTrace Trace;
+    };
+    const Case cases[] = {
+        {"sequential", TraceAt(256, 1000, 0, 0, 0)},
+        {"one block: sequential", TraceAt(7, 500, 2, 2000, 2000)},
+        {"one sample a block", TraceAt(256, 3000, 0, 2, 6)},
+        {"wide samples, one a block", TraceAt(12, 700, 3, 8, 24)},
+        {"adjoining blocks", TraceAt(256, 900, 1, 4, 4)},
+        {"blocks of some samples", TraceAt(300, 1001, 0, 20, 44)},
+        {"large blocks far apart", TraceAt(256, 4000, 1, 512, 9000)},
+        {"more than the buffer holds", TraceAt(256, 16000, 0, 2, 64)},
+    };
+    Setup::Settings.MaxSamplePoints = Setup::MaxSamplePointsLowest; // 65528 bytes to pick blocks apart
+    const Support::TempFolder folder;
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.Name);
+        std::vector<std::byte> wanted;
+        Files::File file;
+        const std::string bytes = LaidOut(one.Trace, wanted);
+        ASSERT_EQ(Files::Open(file, folder.Write("raw", bytes), Files::Mode::Read), 0);
+        const std::size_t size = RawData::SampleSize(one.Trace.TrDataFormat), points = wanted.size() / size;
+        for (const std::size_t first :
+             {std::size_t{0}, std::size_t{1}, std::size_t{7}, points / 2 + 1, points - 1}) {
+            for (const std::size_t count :
+                 {std::size_t{1}, std::size_t{2}, std::size_t{33}, points - first}) {
+                if (first + count > points) continue;
+                std::vector<std::byte> got(count * size);
+                ASSERT_TRUE(RawData::ReadSamples(
+                    one.Trace, file, one.Trace.TrFileOffset + static_cast<std::int64_t>(first * size), got,
+                    count, size, false, true));
+                ASSERT_TRUE(std::equal(got.begin(), got.end(),
+                                       wanted.begin() + static_cast<std::ptrdiff_t>(first * size)))
+                    << first << " " << count;
+            }
+        }
+        std::vector<std::byte> got(wanted.size() + size);
+        ASSERT_TRUE(
+            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, true, true));
+        EXPECT_EQ(got[0], wanted[size - 1]); // in the other order
+        EXPECT_EQ(got[wanted.size() - 1], wanted[wanted.size() - size]);
+
+        // Fewer than asked for is a failure, at the last byte as well; only the alert flag lets it be said.
+        ASSERT_EQ(Files::Open(file, folder.At("raw"), Files::Mode::ReadWrite), 0);
+        ASSERT_EQ(Files::SetLength(file, static_cast<std::int64_t>(bytes.find_last_not_of('\xEE'))), 0);
+        const Messages::Recorder said;
+        EXPECT_FALSE(
+            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, false, false));
+        EXPECT_EQ(said.Alerts, "");
+        EXPECT_FALSE(
+            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, false, true));
+        EXPECT_NE(said.Alerts, "");
+    }
+}
+
+TEST_F(RawSamples, ALayoutThatCannotBeIsRefused) {
+    const Support::TempFolder folder;
+    Files::File file;
+    ASSERT_EQ(Files::Open(file, folder.Write("raw", std::string(5000, 'x')), Files::Mode::Read), 0);
+    std::vector<std::byte> got(200);
+    struct Case {
+        VennicTrace Trace;
+        std::int64_t Position;
+        const char* Alert;
+    };
+    const Case cases[] = {
+        {TraceAt(0, 100, 0, 20, 0), 0, "Read - Error seeking data\n"},
+        {TraceAt(0, 100, 0, 20, -20), 0, "Read - Error seeking data\n"},
+        {TraceAt(0, 100, 0, 20, 19), 0, "Read - Error seeking data\n"},
+        {TraceAt(-50, 100, 0, 20, 40), -50, "Read - Error seeking data\n"},
+        {TraceAt(-50, 100, 0, 0, 0), -50, "Read - Error seeking data\n"},
+        {TraceAt(100, 100, 0, 20, 40), 60, "Read - Error seeking data\n"},
+        {TraceAt(0, 100, 0, 2, INT32_MAX), 0, "Read - Error reading data: unexpected end of file\n"},
+        {TraceAt(4900, 100, 0, 2, 4), 4900, "Error: loading beyond Trace end\n"},
+    };
+    for (const Case& one : cases) {
+        const Messages::Recorder said;
+        EXPECT_FALSE(RawData::ReadSamples(one.Trace, file, one.Position, got, 100, 2, false, true));
+        EXPECT_EQ(said.Alerts, one.Alert);
+    }
+    EXPECT_FALSE(
+        RawData::ReadSamples(TraceAt(0, 100, 0, 0, 0), file, 0, got, 101, 2, false, false)); // no room
+    EXPECT_FALSE(
+        RawData::ReadSamples(TraceAt(0, 100, 0, 0, 0), file, 0, got, SIZE_MAX / 2 + 1, 2, false, false));
+}
+
+TEST_F(RawSamples, EndsAreCountedInBlocksAndDoNotOverflow) {
+    constexpr std::int64_t Max = INT32_MAX;
+    struct Case {
+        VennicTrace Trace;
+        std::int64_t End;
+    };
+    const Case cases[] = {
+        {TraceAt(256, 100, 0, 0, 0), 456},
+        {TraceAt(256, 100, 3, 0, 0), 1056},
+        {TraceAt(256, 100, 7, 0, 0), 456},
+        {TraceAt(256, 100, 0, -4, -8), 456},
+        {TraceAt(256, 100, 0, 200, 200), 456},
+        {TraceAt(256, 100, 0, 2, 6), 256 + 99 * 6 + 2},
+        {TraceAt(256, 101, 0, 20, 44), 256 + 10 * 44 + 20},
+        {TraceAt(256, 100, 0, 20, 44), 256 + 9 * 44 + 20},
+        {TraceAt(256, 100, 0, 1, 4), 256 + 99 * 4 + 1},
+        {TraceAt(INT32_MAX, INT32_MAX, 3, 0, 0), Max + 8 * Max},
+        {TraceAt(INT32_MAX, INT32_MAX, 0, 1, INT32_MAX), Max + (Max - 1) * Max + 1},
+    };
+    for (const Case& one : cases) EXPECT_EQ(RawData::EndOf(one.Trace), one.End);
+}
+
+TEST_F(RawSamples, TheDataEndIsTheLargestOfTheTracesThatLieInTheFile) {
+    Tree::Handle* tree = VennicTree::Define("RawTest.HE");
+    auto* const sweep = VennicTree::NewSweep(
+        tree, VennicTree::NewSeries(tree, VennicTree::NewGroup(tree, VennicTree::NewRoot(tree, 0, ""), 0), 0),
+        0);
+    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 256);
+    VennicTrace* traces[4];
+    for (VennicTrace*& trace : traces) {
+        trace = VennicTree::NewTrace(tree, sweep, 0);
+        trace->TrDataPoints = 10;
+        trace->TrFileOffset = static_cast<std::int32_t>(1000 * Tree::IndexOf(trace));
+    }
+    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 4020);
+    traces[3]->IsTemporary = 1;
+    Tree::SetValid(traces[2], false);
+    traces[1]->TrDataPoints = 0;
+    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 1020);
+    Tree::SetValid(sweep, false);
+    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 256);
+    EXPECT_EQ(RawData::ComputeDataEnd(nullptr, 4), 4);
+    Tree::Dispose(tree);
+}

@@ -1,0 +1,51 @@
+// The recordings of tests/data and what must come out of them (see tests/data/README.md).
+#pragma once
+#include "support/temp_folder.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <string>
+
+namespace Support {
+
+using Json = nlohmann::json;
+
+inline std::string DataFile(const std::string& name) {
+    return std::string(TEST_DATA) + "/" + name;
+}
+
+inline std::string Recording(const std::string& name) {
+    return DataFile("recordings/" + name);
+}
+
+// Fails the test program at once when there is no such file: nothing below could hold.
+inline Json ReadJson(const std::string& name) {
+    return Json::parse(ReadWhole(DataFile(name)));
+}
+
+inline Json Expected(const std::string& set) {
+    return ReadJson("recordings/" + set + ".json");
+}
+
+// The bytes of a damaged file: what is taken out, where it is cut, and what is written over it.
+inline std::string Damaged(const Json& damage) {
+    const auto name = damage["file"].get<std::string>();
+    const std::string extension = name.substr(name.rfind('.'));
+    std::string bytes =
+        ReadWhole(extension == ".onl" ? Recording("functions.onl") : DataFile("damage/sound" + extension));
+    for (const Json& piece : damage.value("remove", Json::array())) bytes.erase(piece[0], piece[1]);
+    bytes.resize(damage.value("length", bytes.size()));
+    for (const Json& patch : damage.value("patches", Json::array())) {
+        const auto hex = patch[1].get<std::string>();
+        std::string once;
+        for (std::size_t i = 0; i < hex.size(); i += 2)
+            once.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+        std::size_t at = patch[0];
+        for (int n = patch.size() > 2 ? patch[2].get<int>() : 1; n > 0; --n, at += once.size())
+            bytes.replace(at, once.size(), once);
+    }
+    return bytes;
+}
+
+}
