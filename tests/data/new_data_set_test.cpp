@@ -3,15 +3,11 @@
 #include "base/messages.h"
 #include "data/session.h"
 #include "data/traces.h"
+#include "support/temp_folder.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
-
-std::string TempPath(const char* name) {
-    return (std::filesystem::path(testing::TempDir()) / name).string();
-}
 
 VennicTrace* NewTraceIn(NewDataSet& set) {
     VennicGroup* const group = VennicTree::NewGroup(set.Vennic, set.Root, 0);
@@ -22,7 +18,8 @@ VennicTrace* NewTraceIn(NewDataSet& set) {
 }
 
 TEST(NewDataSet, EveryFormatComesBackWithinHalfARawUnit) {
-    const std::string path = TempPath("new_formats.dat");
+    const Support::TempFolder folder;
+    const std::string path = folder.At("formats.dat");
     const std::vector<float> samples = {0.0f, 1.5e-9f, -2.25e-9f, 3.2e-8f, -3.2e-8f, 7e-12f};
     for (std::uint8_t format = 0; format < 4; ++format) {
         {
@@ -47,21 +44,20 @@ TEST(NewDataSet, EveryFormatComesBackWithinHalfARawUnit) {
 }
 
 TEST(NewDataSet, NothingStandsInPlaceBeforeItIsFinished) {
-    const std::string path = TempPath("new_unfinished.dat");
-    std::filesystem::remove(path);
+    const Support::TempFolder folder;
     {
         NewDataSet set;
-        ASSERT_TRUE(BeginDataSet(set, path, "test"));
+        ASSERT_TRUE(BeginDataSet(set, folder.At("unfinished.dat"), "test"));
         ASSERT_TRUE(AppendSamples(set, *NewTraceIn(set), std::vector<float>(100)));
     }
-    EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_FALSE(std::filesystem::exists(path + ".~new"));
+    EXPECT_EQ(folder.Count(), 0);
 }
 
 TEST(NewDataSet, RefusesDataBeyondTheLimit) {
     const Messages::Recorder said;
+    const Support::TempFolder folder;
     NewDataSet set;
-    ASSERT_TRUE(BeginDataSet(set, TempPath("new_limit.dat"), "test"));
+    ASSERT_TRUE(BeginDataSet(set, folder.At("limit.dat"), "test"));
     VennicTrace* const trace = NewTraceIn(set);
     set.Position = 0x7fffffff - 8; // as if that much had been written: the last four samples still fit
     EXPECT_TRUE(AppendSamples(set, *trace, std::vector<float>(4)));

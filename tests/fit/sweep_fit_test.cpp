@@ -5,9 +5,9 @@
 #include "data/analysis_file.h"
 #include "data/new_data_set.h"
 #include "data/scratch.h"
+#include "support/temp_folder.h"
 
 #include <cmath>
-#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
@@ -70,8 +70,7 @@ bool WriteSet(const std::string& path) {
 class SweepFitting : public testing::Test {
 protected:
     void SetUp() override {
-        Path = (std::filesystem::path(testing::TempDir()) / "sweep_fitting.dat").string();
-        std::filesystem::remove(std::filesystem::path(Path).replace_extension(".ana"));
+        Path = Folder.At("sweep_fitting.dat");
         ASSERT_TRUE(WriteSet(Path));
         ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Analysis));
         Engine.Params.FitType = SweepFitType::Exponential;
@@ -96,6 +95,7 @@ protected:
     bool Said(const char* words) const { return Heard.Alerts.find(words) != std::string::npos; }
 
     Messages::Recorder Heard;
+    Support::TempFolder Folder;
     std::string Path;
     DataSession Session;
     SweepFit::Engine Engine{Session};
