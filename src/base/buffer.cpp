@@ -164,7 +164,7 @@ void Heap::RemoveFree(std::size_t size, std::byte* block) {
 }
 
 bool Heap::AddArea(std::size_t bytes) {
-    const std::size_t wanted = std::max(bytes, std::clamp(Taken / 4, AreaMin, AreaMax));
+    const std::size_t wanted = RoundUp(std::max(bytes, std::clamp(Taken / 4, AreaMin, AreaMax)));
     if (LimitBytes != 0 && Taken + wanted > LimitBytes) return false;
     auto* const start = static_cast<std::byte*>(std::malloc(wanted));
     if (!start) return false;

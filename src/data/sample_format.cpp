@@ -138,23 +138,33 @@ bool ConvertFormat(DataFormat sourceFormat, DataFormat targetFormat, std::span<c
 
 Extremes FindExtremes(std::span<const float> samples) {
     constexpr float Infinite = std::numeric_limits<float>::infinity();
-    // One pair of extremes a lane. The comparison is false for a NaN, which so leaves them as they are.
-    float low[Pass];
-    float high[Pass];
-    std::fill_n(low, Pass, Infinite);
-    std::fill_n(high, Pass, -Infinite);
+    constexpr std::size_t Lanes = 4, Chains = 4;
+    using Reals [[gnu::vector_size(Lanes * sizeof(float))]] = float;
+    // Several pairs of extremes, so that no comparison waits for the one before it. It is false for a NaN,
+    // which so leaves them as they are.
+    Reals low[Chains], high[Chains];
+    for (std::size_t c = 0; c < Chains; ++c) {
+        low[c] = Reals{} + Infinite;
+        high[c] = Reals{} - Infinite;
+    }
     std::size_t i = 0;
-    for (; i + Pass <= samples.size(); i += Pass) {
-        const float* const in = samples.data() + i;
-        for (std::size_t k = 0; k < Pass; ++k) low[k] = in[k] < low[k] ? in[k] : low[k];
-        for (std::size_t k = 0; k < Pass; ++k) high[k] = in[k] > high[k] ? in[k] : high[k];
+    for (; i + Chains * Lanes <= samples.size(); i += Chains * Lanes) {
+#pragma GCC unroll 4
+        for (std::size_t c = 0; c < Chains; ++c) {
+            Reals in;
+            std::memcpy(&in, samples.data() + i + c * Lanes, sizeof in);
+            low[c] = in < low[c] ? in : low[c];
+            high[c] = in > high[c] ? in : high[c];
+        }
     }
-    for (; i < samples.size(); ++i) {
-        low[0] = samples[i] < low[0] ? samples[i] : low[0];
-        high[0] = samples[i] > high[0] ? samples[i] : high[0];
-    }
-    const float least = *std::min_element(low, low + Pass);
-    const float greatest = *std::max_element(high, high + Pass);
+    float least = Infinite, greatest = -Infinite;
+    const auto take = [&](float lowest, float highest) {
+        least = lowest < least ? lowest : least;
+        greatest = highest > greatest ? highest : greatest;
+    };
+    for (std::size_t c = 0; c < Chains; ++c)
+        for (std::size_t lane = 0; lane < Lanes; ++lane) take(low[c][lane], high[c][lane]);
+    for (; i < samples.size(); ++i) take(samples[i], samples[i]);
     if (least > greatest) return {};
     return {.Min = least, .Max = greatest, .Known = true};
 }

@@ -1,0 +1,298 @@
+#include "fit/sweep_fit.h"
+
+#include "base/messages.h"
+#include "base/text.h"
+#include "data/analysis_file.h"
+#include "data/new_data_set.h"
+#include "data/scratch.h"
+#include "support/temp_folder.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr double Interval = 1e-4;
+constexpr int Sweeps = 4;
+constexpr int Baseline = 100, Gap = 50, Pulse = 600, Tail = 200; // points; the gap is not stored
+constexpr double Offset = 2e-9, Amplitude = 5e-9;
+
+double TauOf(int sweep) {
+    return 0.004 + 0.001 * sweep;
+}
+
+// A relaxation in each sweep's third segment, behind a segment that is not part of the trace.
+std::vector<float> SamplesOf(int sweep) {
+    std::vector<float> samples(Baseline + Pulse + Tail, 0.0f);
+    for (int i = 0; i < Pulse; ++i)
+        samples[static_cast<std::size_t>(Baseline + i)] =
+            static_cast<float>(Offset + Amplitude * std::exp(-i * Interval / TauOf(sweep)));
+    return samples;
+}
+
+void AddSegments(NewDataSet& set, void* channel) {
+    const struct {
+        int Points;
+        std::uint8_t Store;
+    } plan[] = {{Baseline, 1}, {Gap, 0}, {Pulse, 1}, {Tail, 1}};
+    for (const auto& row : plan) {
+        auto* const segment = static_cast<StimSegment*>(Tree::Append(set.Stim, channel));
+        segment->SgStoreKind = row.Store;
+        segment->SgDuration = row.Points * Interval;
+        segment->SgDeltaVFactor = segment->SgDeltaTFactor = 1.0;
+    }
+}
+
+bool WriteSet(const std::string& path) {
+    NewDataSet set;
+    if (!BeginDataSet(set, path, "test")) return false;
+    auto* const stim = static_cast<StimStimulation*>(Tree::Append(set.Stim, set.StimulusRoot));
+    stim->SsSampleInterval = Interval;
+    stim->SsNumberSweeps = Sweeps;
+    auto* const channel = static_cast<StimChannel*>(Tree::Append(set.Stim, stim));
+    channel->ChRelX = 2;
+    channel->ChRelY = 3;
+    AddSegments(set, channel);
+    VennicSeries* const series =
+        VennicTree::NewSeries(set.Vennic, VennicTree::NewGroup(set.Vennic, set.Root, 0), 0);
+    for (int i = 0; i < Sweeps; ++i) {
+        VennicSweep* const sweep = VennicTree::NewSweep(set.Vennic, series, 0);
+        sweep->SwStimCount = 1;
+        VennicTrace* const trace = VennicTree::NewTrace(set.Vennic, sweep, 0);
+        trace->TrDataFormat = 2;
+        trace->TrXInterval = Interval;
+        Texts::ToField(trace->TrYUnit, "A");
+        if (!AppendSamples(set, *trace, SamplesOf(i))) return false;
+    }
+    return FinishDataSet(set);
+}
+
+class SweepFitting : public testing::Test {
+protected:
+    void SetUp() override {
+        Path = Folder.At("sweep_fitting.dat");
+        ASSERT_TRUE(WriteSet(Path));
+        ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Analysis));
+        Engine.Params.FitType = SweepFitType::Exponential;
+        Select(1);
+    }
+    void TearDown() override {
+        CloseDataFile(Session);
+        Scratch::Release();
+    }
+
+    void Select(int sweep) { GetRelatives(Session, Tree::Child(Session.CurSeries, sweep)); }
+    int Records() const { return Tree::ChildCount(Session.CurASeries); }
+    const AnalysisValue& Cell(int record, int column, int sweep) const {
+        const void* const entry = Tree::Child(Tree::Child(Session.CurASeries, record), column);
+        return *Tree::ChildAs<AnalysisValue>(entry, sweep);
+    }
+    std::string ColumnName(int record, int column) const {
+        const auto* const entry =
+            Tree::ChildAs<AnalysisEntry>(Tree::Child(Session.CurASeries, record), column);
+        return std::string(Texts::FromField(entry->Name)) + "/" + std::string(Texts::FromField(entry->Unit));
+    }
+    bool Said(const char* words) const { return Heard.Alerts.find(words) != std::string::npos; }
+
+    Messages::Recorder Heard;
+    Support::TempFolder Folder;
+    std::string Path;
+    DataSession Session;
+    SweepFit::Engine Engine{Session};
+};
+
+constexpr int Amp0Column = 1, TauColumn = 3;
+
+}
+
+TEST_F(SweepFitting, TheRangeLiesInTheStoredSegmentOfYValues) {
+    const struct {
+        const char* What;
+        int SegOffset;
+        double Left, Right;
+        int First, Points;
+        double SegmentStart, FirstX;
+    } cases[] = {
+        {"the relevant segment, behind one that is not stored", 0, 0.0, 1.0, 100, 600, 0.01, 0.0},
+        {"bounds inside", 0, 0.25, 0.5, 250, 150, 0.01, 0.015},
+        {"a left bound in the segment before", 0, -0.1, 0.1, 40, 120, 0.01, -0.006},
+        {"a right bound beyond the trace", 1, 0.0, 1.5, 700, 200, 0.07, 0.0},
+        {"an offset beyond the last segment", 9, 0.0, 1.0, 700, 200, 0.07, 0.0},
+        {"an offset before the first segment", -9, 0.0, 1.0, 0, 100, 0.0, 0.0},
+    };
+    for (const auto& c : cases) {
+        Engine.Params.FitSegOffset = c.SegOffset;
+        Engine.Params.FitLeftBound = c.Left;
+        Engine.Params.FitRightBound = c.Right;
+        ASSERT_TRUE(SweepFit::PrepareData(Engine)) << c.What;
+        EXPECT_EQ(Engine.Work.FirstPoint, c.First) << c.What;
+        EXPECT_EQ(Engine.Work.RangePoints, c.Points) << c.What;
+        EXPECT_NEAR(Engine.Work.SegmentStart, c.SegmentStart, 1e-12) << c.What;
+        EXPECT_NEAR(Engine.Work.FirstX, c.FirstX, 1e-12) << c.What;
+    }
+    EXPECT_FLOAT_EQ(static_cast<float>(Engine.Work.FitDataY.front()), 0.0f);
+}
+
+TEST_F(SweepFitting, ARangeWithoutPointsIsRefused) {
+    Engine.Params.FitRightBound = 0.0;
+    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    EXPECT_TRUE(Said("Illegal pulse length"));
+    Engine.Params.FitRightBound = 1.0;
+    Engine.Params.FitSegOffset = -1;
+    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    EXPECT_TRUE(Said("Segment 2 is not stored in the trace."));
+    Engine.Params.FitSegOffset = 0;
+    Session.CurSweep->SwStimCount = 7;
+    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    EXPECT_TRUE(Said("This sweep has no stimulus segment to take the range from."));
+    EXPECT_EQ(Records(), 0);
+}
+
+TEST_F(SweepFitting, ACompressedTraceKeepsItsTimes) {
+    Session.CurTrace->TrXInterval = 2 * Interval;
+    Session.CurTrace->TrDataPoints /= 2;
+    ASSERT_TRUE(SweepFit::PrepareData(Engine));
+    EXPECT_EQ(Engine.Work.FirstPoint, Baseline / 2);
+    EXPECT_EQ(Engine.Work.RangePoints, Pulse / 2);
+    EXPECT_NEAR(Engine.Work.SegmentStart, 0.01, 1e-12);
+}
+
+TEST_F(SweepFitting, TimeZeroFollowsItsSourceForExponentialsOnly) {
+    Engine.Params.FitLeftBound = 0.5;
+    Fit::ExpRecord& record = Engine.Records.Exponential;
+    record.TimeSource = Fit::ExpTimeSource::CursorPosition;
+    ASSERT_TRUE(SweepFit::PrepareData(Engine));
+    EXPECT_EQ(Engine.Work.FirstX, 0.0);
+    record.TimeSource = Fit::ExpTimeSource::GivenTime0;
+    record.GivenTime0 = 0.02;
+    ASSERT_TRUE(SweepFit::PrepareData(Engine));
+    EXPECT_NEAR(Engine.Work.FirstX, 0.04 - 0.02, 1e-12);
+    record.GivenTime0 = 5.0; // behind the range: moved to its start
+    ASSERT_TRUE(SweepFit::PrepareData(Engine));
+    EXPECT_EQ(Engine.Work.FirstX, 0.0);
+    EXPECT_NEAR(record.GivenTime0, 0.04, 1e-12);
+    Engine.Params.FitType = SweepFitType::Gaussian;
+    ASSERT_TRUE(SweepFit::PrepareData(Engine));
+    EXPECT_NEAR(Engine.Work.FirstX, 0.03, 1e-12);
+}
+
+TEST_F(SweepFitting, OnlyExponentialsAndGatingAreThinned) {
+    Engine.Params.MaxNoOfFittedPoints = 50;
+    for (const auto& [type, points] :
+         {std::pair{SweepFitType::Exponential, 50}, std::pair{SweepFitType::HodgkinHuxley, 50},
+          std::pair{SweepFitType::Polynomial, Pulse}, std::pair{SweepFitType::Gaussian, Pulse}}) {
+        Engine.Params.FitType = type;
+        ASSERT_TRUE(SweepFit::PrepareData(Engine));
+        EXPECT_EQ(Engine.Work.FitPoints, points);
+        EXPECT_EQ(Engine.Work.FitDataX.size(), static_cast<std::size_t>(points));
+        EXPECT_EQ(Engine.Work.RangePoints, Pulse);
+    }
+}
+
+TEST_F(SweepFitting, AutoFitFillsTheTableFromTheSelectedSweepOn) {
+    Select(2);
+    std::vector<int> fitted;
+    Engine.Finished = [&](const SweepFit::Report& report) { fitted.push_back(Tree::IndexOf(report.Sweep)); };
+    ASSERT_TRUE(SweepFit::AutoFitCommand(Engine));
+    EXPECT_EQ(fitted, (std::vector<int>{2, 3, 4}));
+    ASSERT_EQ(Records(), 1);
+    const auto* const record = Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 1);
+    EXPECT_EQ(record->EntryCount, 3);
+    EXPECT_EQ(ColumnName(1, Amp0Column), "amp0/A");
+    EXPECT_EQ(ColumnName(1, TauColumn), "tau1/s");
+    EXPECT_EQ(Cell(1, TauColumn, 1).State, FitParamState::Off);
+    EXPECT_EQ(Cell(1, TauColumn, 1).Value, 0.0);
+    for (int sweep = 2; sweep <= Sweeps; ++sweep) {
+        EXPECT_EQ(Cell(1, TauColumn, sweep).State, FitParamState::Fit);
+        EXPECT_NEAR(Cell(1, TauColumn, sweep).Value, TauOf(sweep - 1), 1e-6);
+        EXPECT_NEAR(Cell(1, Amp0Column, sweep).Value, Offset, 1e-12);
+    }
+    EXPECT_NEAR(Engine.Records.Exponential.Terms[0].Tau.Value, TauOf(Sweeps - 1), 1e-6);
+}
+
+TEST_F(SweepFitting, ANewSetupOpensANewRecordAndOverwriteTakesTheLastOne) {
+    ASSERT_TRUE(SweepFit::FitCommand(Engine));
+    Select(2);
+    ASSERT_TRUE(SweepFit::FitCommand(Engine));
+    EXPECT_EQ(Records(), 1); // the same setup goes on in the same table
+    Engine.Params.NewAnalysisMode = SweepFit::AnalysisMode::Append;
+    Engine.Records.Exponential.YZero.Store = 1; // one more column
+    ASSERT_TRUE(SweepFit::FitCommand(Engine));
+    EXPECT_EQ(Records(), 2);
+    EXPECT_EQ(Cell(1, TauColumn, 1).State, FitParamState::Fit); // the first stays as it was
+    Engine.Params.FitType = SweepFitType::Polynomial;
+    Engine.Params.NewAnalysisMode = SweepFit::AnalysisMode::Overwrite;
+    ASSERT_TRUE(SweepFit::FitCommand(Engine));
+    ASSERT_EQ(Records(), 2);
+    EXPECT_EQ(Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 2)->FitType, 2);
+    EXPECT_EQ(SweepFit::AnalysisName(Engine), "2 of 2: Polynomial");
+    SweepFit::BackAnalysis(Engine);
+    SweepFit::BackAnalysis(Engine);
+    EXPECT_EQ(SweepFit::AnalysisName(Engine), "1 of 2: Exponential");
+    SweepFit::DeleteCurrentAnalysis(Engine);
+    EXPECT_EQ(SweepFit::AnalysisName(Engine), "1 of 1: Polynomial");
+    EXPECT_TRUE(Session.FitNewSetup);
+}
+
+TEST_F(SweepFitting, SkipEmptiesTheRowAndShowFitLeavesItAlone) {
+    ASSERT_TRUE(SweepFit::FitCommand(Engine));
+    const double fitted = Cell(1, TauColumn, 1).Value;
+    Engine.Records.Exponential.Terms[0].Tau.Value = 0.1;
+    ASSERT_TRUE(SweepFit::ShowFitCommand(Engine));
+    EXPECT_EQ(Cell(1, TauColumn, 1).Value, fitted);
+    EXPECT_EQ(Engine.Records.Exponential.Terms[0].Tau.Value, 0.1); // nothing was moved
+    EXPECT_EQ(Engine.Params.Control.MaxIterations, 200);
+    Engine.Params.ManualFit = true;
+    ASSERT_TRUE(SweepFit::ShowFitCommand(Engine));
+    EXPECT_EQ(Cell(1, TauColumn, 1).Value, 0.1); // manual mode stores without fitting
+    ASSERT_TRUE(SweepFit::SkipCommand(Engine));
+    EXPECT_EQ(Cell(1, TauColumn, 1).State, FitParamState::Off);
+    Session.FitNewSetup = true;
+    Engine.Params.ManualFit = false;
+    ASSERT_TRUE(SweepFit::ShowFitCommand(Engine)); // in a new setup it stores after all
+    EXPECT_EQ(Cell(1, TauColumn, 1).Value, 0.1);
+}
+
+TEST_F(SweepFitting, StopEndsTheRunAndKeepsWhatWasFitted) {
+    int asked = 0;
+    Engine.Params.Control.MaxIterations = 40;
+    std::vector<Fit::FitTermination> endings;
+    Engine.Poll = [&] { return ++asked > 60 ? SweepFit::Request::Stop : SweepFit::Request::None; };
+    Engine.Finished = [&](const SweepFit::Report& report) {
+        endings.push_back(report.Outcome.FitTermination);
+    };
+    ASSERT_TRUE(SweepFit::AutoFitCommand(Engine));
+    ASSERT_EQ(endings.size(), 2u);
+    EXPECT_EQ(endings.front(), Fit::FitTermination::MaxIterations);
+    EXPECT_EQ(endings.back(), Fit::FitTermination::Break);
+    EXPECT_EQ(Cell(1, TauColumn, 2).State, FitParamState::Fit);
+    EXPECT_EQ(Cell(1, TauColumn, 3).State, FitParamState::Off);
+}
+
+TEST_F(SweepFitting, StoredResultsComeBackWithTheDataSet) {
+    ASSERT_TRUE(SweepFit::AutoFitCommand(Engine));
+    const double tau = Cell(1, TauColumn, 3).Value;
+    ASSERT_TRUE(SaveAnalysis(Session));
+    ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Read));
+    GetRelatives(Session, Tree::Child(Session.CurSeries, 3));
+    ASSERT_EQ(Records(), 1);
+    EXPECT_EQ(Cell(1, TauColumn, 3).Value, tau);
+    EXPECT_EQ(Cell(1, TauColumn, 3).Store, 1);
+    EXPECT_EQ(Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 1)->RightBound, 1.0);
+    EXPECT_FALSE(SaveAnalysis(Session)); // opened for reading
+    EXPECT_TRUE(Said("Cannot modify: data file opened read-only."));
+}
+
+TEST_F(SweepFitting, RefusalsComeInWordsAndLeaveNoRecord) {
+    GetRelatives(Session, Session.CurSeries);
+    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    EXPECT_TRUE(Said("Please select Sweep in the data tree."));
+    Select(1);
+    Engine.Params.FitTrace = 2;
+    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    EXPECT_TRUE(Said("This trace does not exist."));
+    Engine.Params.FitTrace = 1;
+    Engine.Params.FitType = SweepFitType::Measure;
+    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    EXPECT_EQ(Records(), 0);
+}
