@@ -46,14 +46,13 @@ struct Shown {
     const SessionTree* Tree;
 };
 
-Json::Value TreeJson(const Shown& shown) {
+void PrintTree(const Shown& shown) {
     const Tree::FileInfo& info = shown.Tree->Info;
     const bool little = info.Swapped != Bytes::MachineIsLittle;
-    Json::Value tree;
-    tree["Order"] = little ? "little" : "big";
-    tree["Levels"] = info.Levels;
-    tree["Root"] = Json::Record(shown.Row->Format, Tree::Root(shown.Tree->Handle));
-    return tree;
+    std::cout << '"' << shown.Row->Key << "\":{\"Order\":\"" << (little ? "little" : "big")
+              << "\",\"Levels\":" << info.Levels << ",\"Root\":";
+    Json::PrintRecord(shown.Row->Format, Tree::Root(shown.Tree->Handle));
+    std::cout << '}';
 }
 
 Json::Value ItemsJson(const Bundle::Header& header) {
@@ -69,13 +68,17 @@ Json::Value ItemsJson(const Bundle::Header& header) {
 }
 
 bool PrintJson(const std::string& file, const DataSession* session, const std::vector<Shown>& trees) {
-    Json::Value document;
-    document["File"] = Json::String(file);
-    document["Kind"] = session ? Json::Value(static_cast<int>(session->FileKind)) : Json::Value(nullptr);
-    document["Items"] = session ? ItemsJson(session->Header) : Json::Value::array();
-    document["Trees"] = Json::Value::object();
-    for (const Shown& shown : trees) document["Trees"][shown.Row->Key] = TreeJson(shown);
-    return Json::Print(document);
+    const Json::Value kind =
+        session ? Json::Value(static_cast<int>(session->FileKind)) : Json::Value(nullptr);
+    const Json::Value items = session ? ItemsJson(session->Header) : Json::Value::array();
+    std::cout << "{\"File\":" << Json::String(file) << ",\"Kind\":" << kind << ",\"Items\":" << items
+              << ",\"Trees\":{";
+    for (std::size_t i = 0; i < trees.size(); ++i) {
+        if (i > 0) std::cout << ',';
+        PrintTree(trees[i]);
+    }
+    std::cout << "}}\n";
+    return std::cout.good();
 }
 
 void PrintFields(const Json::Value& object, const std::string& indent) {

@@ -105,14 +105,16 @@ Value Fields(std::span<const Field> fields, const void* record) {
     return object;
 }
 
-Value Record(const RecordTree::TreeFormat& format, const void* record) {
+void PrintRecord(const RecordTree::TreeFormat& format, const void* record) {
     const auto level = static_cast<std::size_t>(Tree::Level(record));
-    Value object = Fields(format.Levels[level].Fields, record);
-    Value children = Value::array();
-    for (int i = 1; i <= Tree::ChildCount(record); ++i)
-        children.push_back(Record(format, Tree::Child(record, i)));
-    object["Children"] = std::move(children);
-    return object;
+    std::string fields = Fields(format.Levels[level].Fields, record).dump();
+    fields.pop_back(); // its closing bracket: the children come before it
+    std::cout << fields << (fields.size() > 1 ? "," : "") << "\"Children\":[";
+    for (int i = 1; i <= Tree::ChildCount(record); ++i) {
+        if (i > 1) std::cout << ',';
+        PrintRecord(format, Tree::Child(record, i));
+    }
+    std::cout << "]}";
 }
 
 bool Print(const Value& value) {

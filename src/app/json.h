@@ -20,8 +20,9 @@ using Value = nlohmann::ordered_json;
 // The fields of a record as its list names them; blocks that belong to others are left out.
 [[nodiscard]] Value Fields(std::span<const Conversion::Field> fields, const void* record);
 
-// A record with all that is below it, in "Children".
-[[nodiscard]] Value Record(const RecordTree::TreeFormat& format, const void* record);
+// Prints a record with all that is below it, in "Children", record by record: a tree of any size takes no
+// memory.
+void PrintRecord(const RecordTree::TreeFormat& format, const void* record);
 
 // One document and a line end to standard output. False when it could not be written.
 [[nodiscard]] bool Print(const Value& value);

@@ -229,7 +229,8 @@ int Replacement::Begin(const std::string& path) {
     const bool exists = ::stat(Target.c_str(), &status) == 0;
     // The rename would put a file in the place of a device.
     if (exists && !S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    const std::string temporary = Target + ".~new";
+    // Two programs that write the same file must not write into each other's content.
+    const std::string temporary = Target + ".~" + std::to_string(::getpid());
     const int error = Open(Content, temporary, Mode::Create);
     if (error != 0) return error;
     Temporary = temporary;

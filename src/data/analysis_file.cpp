@@ -73,6 +73,15 @@ void* MirrorOf(const DataSession& session, const VennicGroup* group, const Venni
     return Tree::Child(MirrorOf(session, group), Tree::IndexOf(series));
 }
 
+// A current record may be among those that go.
+void ForgetPath(DataSession& session) {
+    session.CurAGroup = nullptr;
+    session.CurASeries = nullptr;
+    session.CurARecord = nullptr;
+    session.CurAEntry = nullptr;
+    session.CurAValue = nullptr;
+}
+
 // Moves a file that the program could not use out of the way, to the first free name.
 int SetAside(const std::string& path) {
     std::string target = path + ".old";
@@ -159,16 +168,19 @@ bool AppendAnalysisSeries(DataSession& session, const VennicGroup* group) {
 
 void DeleteAnalysisGroup(DataSession& session, const VennicGroup* group) {
     void* mirror = MirrorOf(session, group);
+    ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
 
 void DeleteAnalysisSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series) {
     void* mirror = MirrorOf(session, group, series);
+    ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
 
 void DeleteSweepValues(DataSession& session, const VennicGroup* group, const VennicSeries* series,
                        const VennicSweep* sweep) {
+    session.CurAValue = nullptr;
     const void* const mirror = MirrorOf(session, group, series);
     for (int r = 1; r <= Tree::ChildCount(mirror); ++r) {
         const void* const record = Tree::Child(mirror, r);

@@ -22,7 +22,8 @@
 // Compares the shape of both trees down to the series; verbose writes the comparison to the notebook.
 [[nodiscard]] bool AnalysisTreeCheck(const DataSession& session, bool verbose);
 
-// Keep the tree in step with the Vennic tree; the records given are those of the Vennic tree.
+// Keep the tree in step with the Vennic tree; the records given are those of the Vennic tree. A deletion
+// leaves no current analysis records: GetRelatives finds them anew.
 [[nodiscard]] bool AppendAnalysisGroup(DataSession& session);
 [[nodiscard]] bool AppendAnalysisSeries(DataSession& session, const VennicGroup* group);
 void DeleteAnalysisGroup(DataSession& session, const VennicGroup* group);

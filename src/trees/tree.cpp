@@ -292,6 +292,15 @@ void ForgetAllStored(void* record) {
     for (int i = 0; i < header.ChildCount; ++i) ForgetAllStored(header.Children[i]);
 }
 
+// Positions that were learnt from another file, or from one that was cut since, say nothing about this one.
+bool HoldsLastStore(const std::string& path, const Handle& handle) {
+    if (handle.StoredSize <= 0 || handle.StoredName != path || !Files::Exists(path)) return false;
+    Files::File file;
+    std::int64_t length = 0;
+    return Files::Open(file, path, Files::Mode::Read) == 0 && Files::Length(file, length) == 0 &&
+           length >= handle.StoredSize;
+}
+
 int StoreRewrite(const std::string& path, Handle& handle, std::int64_t& size) {
     Files::Replacement replacement;
     const int error = replacement.Begin(path);
@@ -602,8 +611,7 @@ int LoadAt(Files::File& file, std::int64_t offset, Handle* handle, FileInfo& inf
 int Store(const std::string& path, Handle* handle, bool rewrite) {
     Message.clear();
     if (!handle) return Fail("Tree.Store: NIL handle.");
-    // Positions that were learnt from another file say nothing about this one.
-    rewrite = rewrite || handle->StoredSize <= 0 || handle->StoredName != path || !Files::Exists(path);
+    rewrite = rewrite || !HoldsLastStore(path, *handle);
     handle->StoredSize = 0;
     std::int64_t size = 0;
     const int error = rewrite ? StoreRewrite(path, *handle, size) : StoreIncremental(path, *handle, size);
