@@ -176,8 +176,9 @@ int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
     tree.Handle = row.Define("InfoBuf.HE", {});
     const auto guard = std::unique_ptr<Tree::Handle*, void (*)(Tree::Handle**)>(
         &tree.Handle, [](Tree::Handle** handle) { Tree::Dispose(*handle); });
-    if (!tree.Handle || Tree::Load(arguments.File, tree.Handle, tree.Info) != Tree::Success) {
-        Messages::Alert("Error reading " + std::string(row.Format.Title) + " Tree: " + Tree::LastError());
+    const int error = tree.Handle ? Tree::Load(arguments.File, tree.Handle, tree.Info) : Tree::EngineFailure;
+    if (error != Tree::Success) {
+        Messages::Alert("Error reading " + std::string(row.Format.Title) + " Tree: " + Tree::Reason(error));
         return CommandLine::Failed;
     }
     if (row.Define == OnlineTree::Define && !OnlineTree::EnsureMethod(tree.Handle))

@@ -10,6 +10,7 @@
 #include "setup/settings.h"
 
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -256,8 +257,38 @@ bool PrintTable(const std::vector<Row>& rows) {
     return std::fflush(stdout) == 0;
 }
 
+// Tells on a terminal how far a long fit has come, a few times a second.
+struct Progress {
+    using Clock = std::chrono::steady_clock;
+    const DataSession& Session;
+    const VennicSweep* Sweep = nullptr;
+    long Evaluations = 0;
+    Clock::time_point Shown = Clock::now();
+
+    void Count() {
+        if (Session.CurSweep != Sweep) Evaluations = 0;
+        Sweep = Session.CurSweep;
+        ++Evaluations;
+        constexpr auto Pause = std::chrono::milliseconds(250);
+        if (Clock::now() - Shown < Pause) return;
+        Shown = Clock::now();
+        Messages::Status("fitting " + VennicTree::GetTreePosition(Sweep) + ", evaluation " +
+                         std::to_string(Evaluations));
+    }
+};
+
+bool ShowSeries(SweepFit::Engine& engine) {
+    bool shown = true;
+    for (void* sweep = engine.Session.CurSweep; shown && sweep;
+         sweep = Tree::Child(Tree::Parent(sweep), Tree::IndexOf(sweep) + 1)) {
+        GetRelatives(engine.Session, sweep);
+        shown = SweepFit::ShowFitCommand(engine);
+    }
+    return shown;
+}
+
 bool RunFits(const FitJob& job, SweepFit::Engine& engine, bool wholeSeries) {
-    if (job.Show) return SweepFit::ShowFitCommand(engine);
+    if (job.Show) return wholeSeries ? ShowSeries(engine) : SweepFit::ShowFitCommand(engine);
     return wholeSeries ? SweepFit::AutoFitCommand(engine) : SweepFit::FitCommand(engine);
 }
 
@@ -288,7 +319,11 @@ int RunFitJob(const FitJob& job) {
 
     std::vector<Row> rows;
     engine.Finished = [&](const SweepFit::Report& report) { rows.push_back(KeepRow(engine, report)); };
-    engine.Poll = [] { return Interrupt::Requested() ? SweepFit::Request::Stop : SweepFit::Request::None; };
+    Progress progress{engine.Session};
+    engine.Poll = [&progress] {
+        progress.Count();
+        return Interrupt::Requested() ? SweepFit::Request::Stop : SweepFit::Request::None;
+    };
     const Interrupt::Guard interruptible;
     bool done = RunFits(job, engine, wholeSeries);
     Messages::Status("");
@@ -296,7 +331,7 @@ int RunFitJob(const FitJob& job) {
     if (job.Store && !rows.empty() && !SaveAnalysis(engine.Session)) done = false;
     if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(rows))) done = false;
     if (Interrupt::Requested()) {
-        Messages::Alert("Stopped by the user after " + std::to_string(rows.size()) + " sweeps.");
+        Messages::Alert("Stopped by the user; sweeps fitted: " + std::to_string(rows.size()) + ".");
         done = false;
     }
     return done ? CommandLine::Done : CommandLine::Failed;

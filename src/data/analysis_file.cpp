@@ -19,7 +19,7 @@ bool LoadTree(DataSession& session, const std::string& path) {
         NoteByteOrder();
         return true;
     }
-    Messages::Alert("## " + Tree::LastError() + ": \"" + path + "\". ## ");
+    Messages::Alert("## " + Tree::Reason(error) + ": \"" + path + "\". ## ");
     return false;
 }
 
@@ -209,7 +209,8 @@ bool SaveAnalysis(DataSession& session) {
         }
         session.AnalysisUnreadable = false;
     }
-    if (Tree::Store(path, session.Analysis.Handle, true) == Tree::Success) return true;
-    Messages::Alert("Error storing \".ana\"-file: " + Tree::LastError());
+    const int error = Tree::Store(path, session.Analysis.Handle, true);
+    if (error == Tree::Success) return true;
+    Messages::Alert("Error storing \".ana\"-file: " + Tree::Reason(error));
     return false;
 }

@@ -23,8 +23,9 @@ bool Refuse(const std::string& text) {
 bool AppendTree(NewDataSet& set, Tree::Handle* tree, const RecordTree::TreeFormat& format,
                 Bundle::Item& item) {
     std::int64_t size = 0;
-    if (Tree::StoreAt(set.File.Content, set.Position, tree, size) != Tree::Success)
-        return Refuse(std::string("Error storing \"") + format.Extension + "\"-file: " + Tree::LastError());
+    const int error = Tree::StoreAt(set.File.Content, set.Position, tree, size);
+    if (error != Tree::Success)
+        return Refuse(std::string("Error storing \"") + format.Extension + "\"-file: " + Tree::Reason(error));
     item.Start = static_cast<std::int32_t>(set.Position);
     item.Length = static_cast<std::int32_t>(size);
     Texts::ToField(item.Extension, format.Extension);

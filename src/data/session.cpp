@@ -75,7 +75,7 @@ bool ReadTree(DataSession& session, const TreeRow& row) {
     const int error = inBundle ? Tree::LoadAt(session.DataFile, item->Start, tree.Handle, tree.Info)
                                : Tree::Load(beside, tree.Handle, tree.Info);
     if (error != Tree::Success)
-        return ReadingFailed(row, Tree::LastError() + (inBundle ? "" : " (\"" + beside + "\")"));
+        return ReadingFailed(row, Tree::Reason(error) + (inBundle ? "" : " (\"" + beside + "\")"));
     tree.FromFile = true;
     if (tree.Info.Swapped) Messages::Log(std::string(" \"") + row.Format.Extension + "\"-file swapped. ");
     return true;

@@ -359,6 +359,10 @@ const std::string& LastError() {
     return Message;
 }
 
+std::string Reason(int error) {
+    return error > 0 ? Message + ": " + Files::ErrorText(error) : Message;
+}
+
 Handle* Define(std::string_view heapName, int levels, std::span<const std::uint32_t> ramSizes,
                std::span<const std::uint32_t> fileSizes, Procedures procedures, std::vector<bool> hasMark) {
     Message.clear();

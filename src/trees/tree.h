@@ -63,6 +63,8 @@ struct Handle {
 
 // The text of the last failure of any operation below; each of them clears it on entry.
 [[nodiscard]] const std::string& LastError();
+// The same with the system's reason behind it, where the code that was returned is the system's.
+[[nodiscard]] std::string Reason(int error);
 
 // None on failure. The levels must be at least 1 and not more than either vector has.
 [[nodiscard]] Handle* Define(std::string_view heapName, int levels, std::span<const std::uint32_t> ramSizes,
