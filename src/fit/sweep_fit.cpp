@@ -140,7 +140,7 @@ bool RunModel(Engine& engine, const Fit::Selected& selected, Fit::Outcome& outco
     return outcome.Ok || Refuse(outcome.Message);
 }
 
-enum class Pass : std::uint8_t { Run, Show, Skip };
+enum class Pass : std::uint8_t { Run, Show, ShowAndStore, Skip };
 
 bool SweepFitPass(Engine& engine, Pass pass) {
     DataSession& session = engine.Session;
@@ -164,14 +164,16 @@ bool SweepFitPass(Engine& engine, Pass pass) {
     const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
     if (NeedsNewRecord(engine, StoredCount(params))) {
         if (!NewRecord(engine, params)) return false;
-        if (pass == Pass::Show) pass = Pass::Run;
+        if (pass == Pass::Show) pass = Pass::ShowAndStore;
     }
     if (pass == Pass::Skip) return EmptyRow(engine, params);
 
     Report report;
     report.Sweep = session.CurSweep;
     if (!RunModel(engine, selected, report.Outcome)) return false;
-    if (pass == Pass::Run) {
+    // What was only shown did not end in any way.
+    if (pass != Pass::Run) report.Outcome.FitTermination = Fit::FitTermination::None;
+    if (pass != Pass::Show) {
         report.Stored = StoreRow(engine, params);
         if (!report.Stored) return Refuse("The analysis table has no row for this sweep.");
     }
@@ -241,7 +243,7 @@ bool ShowFitCommand(Engine& engine) {
     const std::uint8_t obeyed = control.StopMaxIteration;
     control.MaxIterations = 0;
     control.StopMaxIteration = 1;
-    const bool shown = SweepFitPass(engine, engine.Params.ManualFit ? Pass::Run : Pass::Show);
+    const bool shown = SweepFitPass(engine, engine.Params.ManualFit ? Pass::ShowAndStore : Pass::Show);
     control.MaxIterations = maxIterations;
     control.StopMaxIteration = obeyed;
     control.FitTermination = Fit::FitTermination::None;

@@ -223,7 +223,8 @@ TEST(AnalysisFile, AFailedSaveKeepsTheOldFile) {
     Support::TheDisk.Room = 100;
     data.Said.Alerts.clear();
     EXPECT_FALSE(SaveAnalysis(data.Session));
-    EXPECT_EQ(data.Said.Alerts, "Error storing \".ana\"-file: Tree.Store - write error (4)\n");
+    EXPECT_EQ(data.Said.Alerts,
+              "Error storing \".ana\"-file: Tree.Store - write error (4): No space left on device\n");
     EXPECT_EQ(Support::ReadWhole(set.Analysis), sound);
     EXPECT_EQ(set.Folder.Count(), 2);
 }
