@@ -5,6 +5,7 @@
 #include "base/messages.h"
 #include "data/sweep_stimulus.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -15,7 +16,7 @@ namespace {
 struct Arguments {
     std::string File, Target;
     int Channel = 0; // 0 for all
-    bool Stored = false, AsJson = false;
+    bool Stored = false, Samples = false, AsJson = false;
 };
 
 struct Rebuilt {
@@ -75,6 +76,27 @@ void PrintTable(const std::vector<Rebuilt>& channels) {
     }
 }
 
+// A line a sample: the time from the start, then the channels.
+void PrintSamples(const std::vector<Rebuilt>& channels) {
+    std::size_t longest = 0;
+    std::printf("s");
+    for (const Rebuilt& rebuilt : channels) {
+        longest = std::max(longest, rebuilt.Samples.size());
+        std::printf(",%s", Texts::Utf8(Texts::FromField(rebuilt.Records.Channel->ChDacUnit)).c_str());
+    }
+    std::printf("\n");
+    const double interval = channels.front().Records.Stimulation->SsSampleInterval;
+    for (std::size_t i = 0; i < longest; ++i) {
+        std::printf("%.15g", static_cast<double>(i) * interval);
+        for (const Rebuilt& rebuilt : channels)
+            if (i < rebuilt.Samples.size())
+                std::printf(",%.9g", static_cast<double>(rebuilt.Samples[i]));
+            else
+                std::printf(",");
+        std::printf("\n");
+    }
+}
+
 int Stimulus(const Arguments& arguments) {
     CommandLine::Target target;
     if (!CommandLine::ParseTarget(arguments.Target, 3, 3, target))
@@ -93,7 +115,10 @@ int Stimulus(const Arguments& arguments) {
     for (int channel = first; channel <= last; ++channel)
         if (!Rebuild(*sweep, channel, arguments.Stored, channels.emplace_back())) return CommandLine::Failed;
     if (arguments.AsJson) return PrintJson(target, channels) ? CommandLine::Done : CommandLine::Failed;
-    PrintTable(channels);
+    if (arguments.Samples)
+        PrintSamples(channels);
+    else
+        PrintTable(channels);
     return std::fflush(stdout) == 0 ? CommandLine::Done : CommandLine::Failed;
 }
 
@@ -106,6 +131,7 @@ Procedure DeclareStimulus(CLI::App& command) {
     command.add_option("--channel", arguments->Channel, "Only this channel, from 1")
         ->check(CLI::PositiveNumber);
     command.add_flag("--stored", arguments->Stored, "Only what lines up with the stored trace");
+    command.add_flag("--samples", arguments->Samples, "Print the samples as CSV instead of the segments");
     command.add_flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Stimulus(*arguments); };
 }

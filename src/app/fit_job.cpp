@@ -211,6 +211,8 @@ bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
                                            {"State", static_cast<int>(value.Param.State)},
                                            {"Store", value.Param.Store},
                                            {"Unit", Json::String(value.Unit)}});
+        sweep["Cycles"] = Json::Value::array();
+        sweep["Events"] = Json::Value::array();
         document["Sweeps"].push_back(std::move(sweep));
     }
     return Json::Print(document);

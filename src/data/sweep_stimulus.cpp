@@ -1,6 +1,10 @@
 #include "data/sweep_stimulus.h"
 
+#include "base/messages.h"
 #include "setup/settings.h"
+
+#include <algorithm>
+#include <cmath>
 
 StimGen::Source SweepStimulus::Source() const {
     return {.Stimulation = *Stimulation,
@@ -29,4 +33,33 @@ int ChannelFor(const DataSession& session, const VennicSweep& sweep, const Venni
     for (int i = 1; i <= channels; ++i)
         if (Tree::ChildAs<StimChannel>(stimulation, i)->ChAdcChannel == trace.TrAdcChannel) return i;
     return channels > 0 ? 1 : 0;
+}
+
+bool FindTraceSegment(const DataSession& session, const VennicSweep& sweep, const VennicTrace& trace,
+                      int offset, TraceSegment& segment) {
+    const auto refuse = [](const std::string& text) {
+        Messages::Alert(text);
+        return false;
+    };
+    SweepStimulus stimulus;
+    if (!FindStimulus(session, sweep, ChannelFor(session, sweep, trace), stimulus) ||
+        stimulus.Segments.empty())
+        return refuse("This sweep has no stimulus segment to take the range from.");
+    const std::vector<StimGen::SegmentRow> table =
+        StimGen::SegmentTable(stimulus.SweepNumber, stimulus.Source());
+    const std::int64_t wanted = std::int64_t{stimulus.Channel->ChRelY} + offset;
+    const auto index = std::clamp<std::int64_t>(wanted, 1, static_cast<std::int64_t>(table.size()));
+    const StimGen::SegmentRow& row = table[static_cast<std::size_t>(index - 1)];
+    if (!row.Stored) return refuse("Segment " + std::to_string(index) + " is not stored in the trace.");
+
+    // A compressed trace has fewer points than its stimulus.
+    const double interval = stimulus.Stimulation->SsSampleInterval;
+    const double first = std::round(static_cast<double>(row.StoredFirst) * interval / trace.TrXInterval);
+    segment.Points = row.Duration / trace.TrXInterval;
+    constexpr double FarthestPoint = 0x7fffffff;
+    if (!std::isfinite(segment.Points) || !(std::fabs(first) <= FarthestPoint))
+        return refuse("Illegal pulse length");
+    segment.Number = static_cast<int>(index);
+    segment.FirstPoint = static_cast<std::int64_t>(first);
+    return true;
 }

@@ -24,3 +24,16 @@ struct SweepStimulus {
 // The position of the channel that belongs to a trace: the one that records the trace's AD channel, otherwise
 // the first. 0 when the sweep has no stimulus channel.
 [[nodiscard]] int ChannelFor(const DataSession& session, const VennicSweep& sweep, const VennicTrace& trace);
+
+// A stimulus segment as a stretch of the trace.
+struct TraceSegment {
+    int Number = 0;              // position in the channel, from 1
+    std::int64_t FirstPoint = 0; // in the trace
+    double Points = 0;           // its length in points of the trace, not rounded
+};
+
+// The segment of a trace's channel that holds the response: the relevant segment of y values plus the offset,
+// kept within the channel. False, with an alert, when there is none, it is not stored, or its times make no
+// sense.
+[[nodiscard]] bool FindTraceSegment(const DataSession& session, const VennicSweep& sweep,
+                                    const VennicTrace& trace, int offset, TraceSegment& segment);

@@ -19,38 +19,8 @@ bool Refuse(std::string_view text) {
     return false;
 }
 
-struct Segment {
-    std::int64_t FirstPoint = 0; // in the trace
-    double Points = 0;           // its length in points of the trace, not rounded
-};
-
-// The fit looks at the response, so the channel's relevant segment is that of y values.
-bool FindSegment(const DataSession& session, const VennicSweep& sweep, const VennicTrace& trace, int offset,
-                 Segment& segment) {
-    SweepStimulus stimulus;
-    if (!FindStimulus(session, sweep, ChannelFor(session, sweep, trace), stimulus) ||
-        stimulus.Segments.empty())
-        return Refuse("This sweep has no stimulus segment to take the range from.");
-    const StimGen::Source source = stimulus.Source();
-    const std::vector<StimGen::SegmentRow> table = StimGen::SegmentTable(stimulus.SweepNumber, source);
-    const auto count = static_cast<std::int64_t>(table.size());
-    const std::int64_t wanted = std::int64_t{stimulus.Channel->ChRelY} + offset;
-    const std::int64_t index = std::clamp<std::int64_t>(wanted, 1, count);
-    const StimGen::SegmentRow& row = table[static_cast<std::size_t>(index - 1)];
-    if (!row.Stored) return Refuse("Segment " + std::to_string(index) + " is not stored in the trace.");
-
-    // A compressed trace has fewer points than its stimulus.
-    const double interval = stimulus.Stimulation->SsSampleInterval;
-    const double first = std::round(static_cast<double>(row.StoredFirst) * interval / trace.TrXInterval);
-    segment.Points = row.Duration / trace.TrXInterval;
-    if (!std::isfinite(first) || !std::isfinite(segment.Points) || std::fabs(first) > 0x7fffffff)
-        return Refuse("Illegal pulse length");
-    segment.FirstPoint = static_cast<std::int64_t>(first);
-    return true;
-}
-
 // The points between the bounds, as far as the trace goes.
-bool FindPoints(const Segment& segment, const SweepFit::Bounds& bounds, const VennicTrace& trace,
+bool FindPoints(const TraceSegment& segment, const SweepFit::Bounds& bounds, const VennicTrace& trace,
                 SweepFit::Work& work) {
     const double first = static_cast<double>(segment.FirstPoint) + std::round(bounds.Left * segment.Points);
     const double last = static_cast<double>(segment.FirstPoint) + std::round(bounds.Right * segment.Points);
@@ -103,8 +73,8 @@ bool Prepare(DataSession& session, const Fit::Selected& selected, const SweepFit
     VennicSweep* const sweep = session.CurSweep;
     auto* const trace = Tree::ChildAs<VennicTrace>(sweep, params.FitTrace);
     if (!trace) return Refuse("This trace does not exist.");
-    Segment segment;
-    if (!FindSegment(session, *sweep, *trace, params.FitSegOffset, segment)) return false;
+    TraceSegment segment;
+    if (!FindTraceSegment(session, *sweep, *trace, params.FitSegOffset, segment)) return false;
     if (!Traces::LoadAndCorrect(session, sweep, trace, session.DataHeap)) return false;
     if (trace->RamFormat != Real32Format) return Refuse("SweepFit-Error: unsupported RAM data-format.");
     if (!FindPoints(segment, SweepFit::EffectiveBounds(params), *trace, work)) return false;

@@ -375,20 +375,33 @@ Handle* Define(std::string_view heapName, int levels, std::span<const std::uint3
              std::to_string(ramSizes.size()) + ", " + std::to_string(fileSizes.size()));
         return nullptr;
     }
-    Buffer::Heap* const heap = Buffer::Create(heapName, Buffer::Kind::Unique);
+    Buffer::Heap* heap = Buffer::Create(heapName, Buffer::Kind::Unique);
     if (!heap) {
         Fail("Tree.Define - allocation of heap failed");
         return nullptr;
     }
-    auto* const handle = new Handle;
-    handle->Levels = levels;
-    handle->FileSizes.assign(fileSizes.begin(), fileSizes.begin() + levels);
-    for (int level = 0; level < levels; ++level)
-        handle->RamSizes.push_back(std::max(ramSizes[LevelAt(level)], fileSizes[LevelAt(level)]));
-    handle->HasMark = std::move(hasMark);
-    handle->HasMark.resize(LevelAt(levels), true);
-    handle->Procs = std::move(procedures);
+    auto* handle = new (std::nothrow) Handle;
+    if (!handle) {
+        Fail("Tree.Define - allocation of Tree failed");
+        Buffer::Release(heap);
+        return nullptr;
+    }
     handle->Heap = heap;
+    const char* step = "Tree.Define - allocation of RAM-size vector failed";
+    try {
+        for (int level = 0; level < levels; ++level)
+            handle->RamSizes.push_back(std::max(ramSizes[LevelAt(level)], fileSizes[LevelAt(level)]));
+        step = "Tree.Define - allocation of file-size vector failed";
+        handle->FileSizes.assign(fileSizes.begin(), fileSizes.begin() + levels);
+        handle->HasMark = std::move(hasMark);
+        handle->HasMark.resize(LevelAt(levels), true);
+    } catch (const std::bad_alloc&) {
+        Dispose(handle);
+        Fail(step);
+        return nullptr;
+    }
+    handle->Levels = levels;
+    handle->Procs = std::move(procedures);
     return handle;
 }
 
