@@ -59,10 +59,19 @@ bool AnswerQuestion(std::string_view text, bool defaultAnswer) {
     return yes;
 }
 
+// A choice has no yes or no: only a person at a terminal can make another one than the default.
 int AnswerChoice(std::string_view text, const char* const* buttons, int count, int defaultButton) {
     Say(text);
-    Say(count > 0 ? buttons[defaultButton] : "");
-    return defaultButton;
+    int answer = defaultButton;
+    if (Options.Answer == Answer::Ask && isatty(STDIN_FILENO)) {
+        for (int i = 0; i < count; ++i) std::cerr << i + 1 << ' ' << buttons[i] << "   ";
+        std::cerr << '[' << defaultButton + 1 << "] " << std::flush;
+        std::string line;
+        if (std::getline(std::cin, line) && line.size() == 1 && line[0] >= '1' && line[0] < '1' + count)
+            answer = line[0] - '1';
+    }
+    if (answer >= 0 && answer < count) Say(buttons[answer]);
+    return answer;
 }
 
 // False, with words, when what the command printed did not reach its place: a full disk, a closed pipe.

@@ -5,7 +5,6 @@
 #include "data/raw_data.h"
 #include "data/sample_format.h"
 #include "data/scratch.h"
-#include "data/sweep_stimulus.h"
 #include "math/gauss_filter.h"
 #include "setup/settings.h"
 
@@ -298,22 +297,6 @@ void ComputeYRange(VennicTrace& trace, std::span<const float> samples) {
     YRange range;
     range.Feed(samples, VennicTree::IsVirtual(trace));
     range.Keep(trace);
-}
-
-bool FixZero(DataSession& session, VennicSweep* sweep, VennicTrace* trace, double start, double stop) {
-    TraceSegment segment;
-    TempTrace recorded;
-    if (!FindTraceSegment(session, *sweep, *trace, 0, segment)) return false;
-    if (!LoadTempTrace(session, trace, 0, {}, false, recorded)) return false;
-    const auto at = [&](double fraction) {
-        const double point = static_cast<double>(segment.FirstPoint) + std::round(fraction * segment.Points);
-        return static_cast<std::size_t>(std::clamp(point, 0.0, static_cast<double>(recorded.Samples.size())));
-    };
-    if (!(start < stop) || at(start) >= at(stop)) return Refuse("Illegal pulse length");
-    double sum = 0;
-    for (const float sample : recorded.Samples.subspan(at(start), at(stop) - at(start))) sum += sample;
-    trace->TrZeroData = sum / static_cast<double>(at(stop) - at(start));
-    return true;
 }
 
 std::span<float> Loaded(const VennicTrace& trace) {

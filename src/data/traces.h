@@ -50,12 +50,6 @@ struct TempTrace {
 // Keeps the extremes of the samples in the record, unless they are known.
 void ComputeYRange(VennicTrace& trace, std::span<const float> samples);
 
-// Takes the mean of a stretch of the relevant segment, given as fractions of its length, for the trace's new
-// zero offset. The samples are looked at as recorded, whatever is loaded of the trace. False, with words and
-// nothing changed, when the stretch holds no point.
-[[nodiscard]] bool FixZero(DataSession& session, VennicSweep* sweep, VennicTrace* trace, double start,
-                           double stop);
-
 // The loaded samples of a record.
 [[nodiscard]] std::span<float> Loaded(const VennicTrace& trace);
 
