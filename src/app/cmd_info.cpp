@@ -118,9 +118,9 @@ std::string CountsText(const Shown& shown) {
 }
 
 void PrintSeries(const VennicSeries& series, int group, int index) {
-    std::printf("  %d.%-4d %-20.32s %3d sweeps  %s", group, index,
-                Texts::Utf8(Texts::FromField(series.SeLabel)).c_str(), Tree::ChildCount(&series),
-                TimeScale::TimeText(series.SeTime).c_str());
+    const RecordLabel label = GetRecordLabel(CommandLine::Session(), &series);
+    std::printf("  %d.%-4d %-20s %3d sweeps  %s", group, index, Texts::Utf8(label.Label).c_str(),
+                Tree::ChildCount(&series), TimeScale::TimeText(series.SeTime).c_str());
     const auto* const sweep = Tree::ChildAs<VennicSweep>(&series, 1);
     for (int t = 1; t <= Tree::ChildCount(sweep); ++t) {
         const auto* const trace = Tree::ChildAs<VennicTrace>(sweep, t);
@@ -148,7 +148,7 @@ void PrintOverview(const std::string& file, const DataSession* session, const st
                 Texts::Utf8(Texts::FromField(root->RoVersionName)).c_str());
     for (int g = 1; g <= Tree::ChildCount(root); ++g) {
         const auto* const group = Tree::ChildAs<VennicGroup>(root, g);
-        std::printf("%d %s  %s\n", g, Texts::Utf8(Texts::FromField(group->GrLabel)).c_str(),
+        std::printf("%d %s  %s\n", g, Texts::Utf8(GetRecordLabel(*session, group).Label).c_str(),
                     Texts::Utf8(Texts::FromField(group->GrText)).c_str());
         for (int s = 1; s <= Tree::ChildCount(group); ++s)
             PrintSeries(*Tree::ChildAs<VennicSeries>(group, s), g, s);

@@ -188,3 +188,29 @@ StimStimulation* StimulationOf(const DataSession& session, const VennicSweep* sw
     if (!sweep) return nullptr;
     return Tree::ChildAs<StimStimulation>(Tree::Root(session.Stim.Handle), sweep->SwStimCount);
 }
+
+RecordLabel GetRecordLabel(const DataSession& session, const void* record) {
+    const auto text = [](std::span<const char> field) { return std::string(Texts::FromField(field)); };
+    if (session.FileName.empty()) return {"NIL", 0, false};
+    if (!record) return {"nil", 0, false};
+    switch (Tree::Level(record)) {
+    case 0: return {std::filesystem::path(session.FileName).filename().string(), 0, false};
+    case 1: {
+        const auto& group = *static_cast<const VennicGroup*>(record);
+        return {group.GrLabel[0] ? text(group.GrLabel) : "Group", group.GrGroupCount, false};
+    }
+    case 2: {
+        const auto& series = *static_cast<const VennicSeries*>(record);
+        return {text(series.SeLabel), series.SeSeriesCount, record == session.ReferenceSeries};
+    }
+    case 3: {
+        const auto& sweep = *static_cast<const VennicSweep*>(record);
+        return {text(sweep.SwLabel), sweep.SwSweepCount, false};
+    }
+    case 4: {
+        const auto& trace = *static_cast<const VennicTrace*>(record);
+        return {text(trace.TrLabel), trace.TrTraceCount, false};
+    }
+    default: return {"invalid", 0, false};
+    }
+}

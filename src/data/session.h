@@ -65,3 +65,14 @@ void GetRelatives(DataSession& session, void* record);
 
 // The stimulation of a sweep; none when the data set has no stimulus tree or no such stimulation.
 [[nodiscard]] StimStimulation* StimulationOf(const DataSession& session, const VennicSweep* sweep);
+
+// What a list of the tree shows of a record of the recording.
+struct RecordLabel {
+    std::string
+        Label; // the record's own; the root's is the file's name, and "Group" stands in for a missing one
+    int Number = 0;           // its running count; 0 for the root
+    bool IsReference = false; // the session's reference series
+};
+// "NIL" without an open data set, "nil" for no record, "invalid" for a record that is none of the
+// recording's.
+[[nodiscard]] RecordLabel GetRecordLabel(const DataSession& session, const void* record);
