@@ -24,25 +24,21 @@ bool SetProductDefaults() {
     return true;
 }
 
-// The base units need no start of their own: their state is ready before main. What is left is the order in
-// which the shell and the product come up.
-Units::Unit ClockUnit{"Clock", {}, [] {
-                          SetProgress(50);
-                          return true;
-                      }};
-Units::Unit ConsoleUnit{"Console", {&ClockUnit}, [] {
-                            SetProgress(51);
-                            return CommandLine::InstallHooks();
-                        }};
-Units::Unit ShellUnit{"Shell", {&ClockUnit, &ConsoleUnit}, [] {
-                          SetProgress(52);
-                          return true;
-                      }};
-Units::Unit ProductUnit{"Product", {&ShellUnit}, SetProductDefaults};
-Units::Unit TopUnit{"Qorvanite", {&ShellUnit, &ProductUnit}, [] {
-                        SetProgress(56);
-                        return true;
-                    }};
+// The rooms below keep no state that must stand before main, so few units are left to start: the console,
+// which every message goes to, and the product, which names itself.
+bool StartConsole() {
+    SetProgress(51);
+    return CommandLine::InstallHooks();
+}
+
+bool StartTop() {
+    SetProgress(56);
+    return true;
+}
+
+Units::Unit ConsoleUnit{"Console", {}, StartConsole};
+Units::Unit ProductUnit{"Product", {&ConsoleUnit}, SetProductDefaults};
+Units::Unit TopUnit{"Qorvanite", {&ConsoleUnit, &ProductUnit}, StartTop};
 
 int StartKind(int kind, int miniMode, const std::vector<std::string>& arguments) {
     State.ProgramKind = kind;
