@@ -207,9 +207,12 @@ void* Insert(Handle* handle, void* parent, int position) {
     if (!parent && (handle->Root || position != 1)) return nullptr;
     if (parent && (position < 1 || position > ChildCount(parent) + 1)) return nullptr;
 
-    if (parent && !GrowChildren(*handle, HeaderOf(parent))) return nullptr;
-    void* const record = NewRecord(*handle, parent, level);
-    if (!record) return nullptr;
+    void* const record =
+        parent && !GrowChildren(*handle, HeaderOf(parent)) ? nullptr : NewRecord(*handle, parent, level);
+    if (!record) {
+        Fail("Tree.Insert - allocation of record failed");
+        return nullptr;
+    }
     std::memset(record, 0, handle->RamSizes[LevelAt(level)]);
     if (!parent) {
         handle->Root = record;

@@ -25,8 +25,6 @@ struct alignas(Buffer::BlockAlignment) Header {
 };
 static_assert(sizeof(Header) == 48);
 
-constexpr int FirstCapacity = 8;
-
 [[nodiscard]] inline Header& HeaderOf(const void* record) {
     return *reinterpret_cast<Header*>(static_cast<std::byte*>(const_cast<void*>(record)) - sizeof(Header));
 }
