@@ -330,7 +330,7 @@ int RunFitJob(const FitJob& job) {
     bool done = RunFits(job, engine, wholeSeries);
     Messages::Status("");
 
-    if (job.Store && !rows.empty() && !SaveAnalysis(engine.Session)) done = false;
+    if (job.Store && !rows.empty() && !AnalysisFile::SaveAnalysis(engine.Session)) done = false;
     if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(rows))) done = false;
     if (Interrupt::Requested()) {
         Messages::Alert("Stopped by the user; sweeps fitted: " + std::to_string(rows.size()) + ".");

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+namespace AnalysisFile {
+
 namespace {
 
 // The loader's own word on a foreign order; " converted. " has no case in this version.
@@ -136,7 +138,7 @@ bool LoadAnalysisFile(DataSession& session, const std::string& path) {
 }
 
 bool LinkAnalysis(DataSession& session) {
-    return LoadAnalysisFile(session, AnalysisFileName(session));
+    return LoadAnalysisFile(session, FileName(session));
 }
 
 bool AnalysisTreeCheck(const DataSession& session, bool verbose) {
@@ -157,22 +159,22 @@ bool AnalysisTreeCheck(const DataSession& session, bool verbose) {
     return true;
 }
 
-bool AppendAnalysisGroup(DataSession& session) {
+bool AppendGroup(DataSession& session) {
     return Tree::Append(session.Analysis.Handle, Tree::Root(session.Analysis.Handle)) != nullptr;
 }
 
-bool AppendAnalysisSeries(DataSession& session, const VennicGroup* group) {
+bool AppendSeries(DataSession& session, const VennicGroup* group) {
     void* const mirror = MirrorOf(session, group);
     return mirror && Tree::Append(session.Analysis.Handle, mirror) != nullptr;
 }
 
-void DeleteAnalysisGroup(DataSession& session, const VennicGroup* group) {
+void DeleteGroup(DataSession& session, const VennicGroup* group) {
     void* mirror = MirrorOf(session, group);
     ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
 
-void DeleteAnalysisSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series) {
+void DeleteSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series) {
     void* mirror = MirrorOf(session, group, series);
     ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
@@ -191,7 +193,7 @@ void DeleteSweepValues(DataSession& session, const VennicGroup* group, const Ven
     }
 }
 
-std::string AnalysisFileName(const DataSession& session) {
+std::string FileName(const DataSession& session) {
     return Files::WithExtension(session.FileName, AnalysisTree::Format.Extension);
 }
 
@@ -200,7 +202,7 @@ bool SaveAnalysis(DataSession& session) {
         Messages::Alert("Cannot modify: data file opened read-only.");
         return false;
     }
-    const std::string path = AnalysisFileName(session);
+    const std::string path = FileName(session);
     if (session.AnalysisUnreadable) {
         const int error = SetAside(path);
         if (error != 0) {
@@ -213,4 +215,6 @@ bool SaveAnalysis(DataSession& session) {
     if (error == Tree::Success) return true;
     Messages::Alert("Error storing \".ana\"-file: " + Tree::Reason(error));
     return false;
+}
+
 }

@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace AnalysisFile {
+
 // Defines an empty tree; with an alert on failure.
 [[nodiscard]] bool CreateAnalysisTree(DataSession& session);
 // Appends the root, and a group and series for each of the Vennic tree.
@@ -24,15 +26,17 @@
 
 // Keep the tree in step with the Vennic tree; the records given are those of the Vennic tree. A deletion
 // leaves no current analysis records: GetRelatives finds them anew.
-[[nodiscard]] bool AppendAnalysisGroup(DataSession& session);
-[[nodiscard]] bool AppendAnalysisSeries(DataSession& session, const VennicGroup* group);
-void DeleteAnalysisGroup(DataSession& session, const VennicGroup* group);
-void DeleteAnalysisSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series);
+[[nodiscard]] bool AppendGroup(DataSession& session);
+[[nodiscard]] bool AppendSeries(DataSession& session, const VennicGroup* group);
+void DeleteGroup(DataSession& session, const VennicGroup* group);
+void DeleteSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series);
 void DeleteSweepValues(DataSession& session, const VennicGroup* group, const VennicSeries* series,
                        const VennicSweep* sweep);
 
-[[nodiscard]] std::string AnalysisFileName(const DataSession& session);
+[[nodiscard]] std::string FileName(const DataSession& session);
 
 // Stores the tree beside the data file. A file that could not be used at opening is kept under a name with
 // ".old" behind it. False with an alert, also when the data set was opened without the right to.
 [[nodiscard]] bool SaveAnalysis(DataSession& session);
+
+}

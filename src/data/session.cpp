@@ -148,7 +148,8 @@ void FollowAnalysis(DataSession& session) {
 bool OpenDataFile(DataSession& session, const std::string& path, OpenMode mode) {
     CloseDataFile(session);
     session.AnalysisWritable = mode == OpenMode::Analysis;
-    if (!OpenFile(session, path) || !ReadTrees(session) || !CheckLength(session) || !LinkAnalysis(session)) {
+    if (!OpenFile(session, path) || !ReadTrees(session) || !CheckLength(session) ||
+        !AnalysisFile::LinkAnalysis(session)) {
         CloseDataFile(session);
         return false;
     }

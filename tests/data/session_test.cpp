@@ -75,7 +75,7 @@ TEST(Session, EverySetOpensWithItsTreesAndClosesWithoutATrace) {
             EXPECT_EQ(data.Session.Solution.FromFile, trees.contains("sol"));
             EXPECT_EQ(data.Session.Analysis.FromFile, trees.contains("ana"));
             EXPECT_NE(Tree::Root(data.Session.Analysis.Handle), nullptr);
-            EXPECT_TRUE(AnalysisTreeCheck(data.Session, false));
+            EXPECT_TRUE(AnalysisFile::AnalysisTreeCheck(data.Session, false));
             EXPECT_EQ(data.Session.CurRoot, Tree::Root(data.Session.Vennic.Handle));
             bool interleaved = false;
             const void* const root = data.Session.CurRoot;
@@ -160,7 +160,7 @@ TEST(AnalysisFile, IsLoadedWhereItFitsAndStoredAgain) {
     EXPECT_NE(data.Said.Notes.find("Existing Analysis file loaded: \"" + set.Analysis + "\""),
               std::string::npos);
     EXPECT_GT(Rows(data.Session), 0);
-    ASSERT_TRUE(SaveAnalysis(data.Session));
+    ASSERT_TRUE(AnalysisFile::SaveAnalysis(data.Session));
     EXPECT_EQ(Support::ReadWhole(set.Analysis), sound);
     EXPECT_EQ(set.Folder.Count(), 2);
 }
@@ -191,20 +191,20 @@ TEST(AnalysisFile, OneThatCannotBeUsedIsKeptAsideWhenAnotherIsSaved) {
         EXPECT_NE(data.Said.Notes.find(one.Note), std::string::npos) << data.Said.Notes;
         EXPECT_FALSE(data.Session.Analysis.FromFile);
         EXPECT_TRUE(data.Session.FitNewSetup);
-        EXPECT_TRUE(AnalysisTreeCheck(data.Session, false));
+        EXPECT_TRUE(AnalysisFile::AnalysisTreeCheck(data.Session, false));
         EXPECT_EQ(Rows(data.Session), 0);
         EXPECT_EQ(Support::ReadWhole(set.Analysis), one.Bytes);
         (void)set.Folder.Write("cell.ana.old", "an even older one");
         {
             const Support::FailingFiles disk;
             Support::TheDisk.RenameError = EPERM;
-            EXPECT_FALSE(SaveAnalysis(data.Session));
+            EXPECT_FALSE(AnalysisFile::SaveAnalysis(data.Session));
             EXPECT_EQ(Support::ReadWhole(set.Analysis), one.Bytes);
         }
-        ASSERT_TRUE(SaveAnalysis(data.Session));
+        ASSERT_TRUE(AnalysisFile::SaveAnalysis(data.Session));
         EXPECT_EQ(Support::ReadWhole(set.Folder.At("cell.ana.old")), "an even older one");
         EXPECT_EQ(Support::ReadWhole(set.Folder.At("cell.ana.old2")), one.Bytes);
-        ASSERT_TRUE(SaveAnalysis(data.Session)); // its own file by now
+        ASSERT_TRUE(AnalysisFile::SaveAnalysis(data.Session)); // its own file by now
         EXPECT_EQ(set.Folder.Count(), 4);
         ASSERT_TRUE(data.Open(set.Path));
         EXPECT_TRUE(data.Session.Analysis.FromFile);
@@ -216,13 +216,13 @@ TEST(AnalysisFile, AFailedSaveKeepsTheOldFile) {
     set.WithAnalysis();
     const std::string sound = Support::ReadWhole(set.Analysis);
     OpenedData data(set.Path);
-    EXPECT_FALSE(SaveAnalysis(data.Session));
+    EXPECT_FALSE(AnalysisFile::SaveAnalysis(data.Session));
     EXPECT_EQ(data.Said.Alerts, "Cannot modify: data file opened read-only.\n");
     ASSERT_TRUE(data.Open(set.Path, OpenMode::Analysis));
     const Support::FailingFiles disk;
     Support::TheDisk.Room = 100;
     data.Said.Alerts.clear();
-    EXPECT_FALSE(SaveAnalysis(data.Session));
+    EXPECT_FALSE(AnalysisFile::SaveAnalysis(data.Session));
     EXPECT_EQ(data.Said.Alerts,
               "Error storing \".ana\"-file: Tree.Store - write error (4): No space left on device\n");
     EXPECT_EQ(Support::ReadWhole(set.Analysis), sound);
@@ -238,15 +238,15 @@ TEST(AnalysisFile, TheCheckTellsWhereTheTreesDiffer) {
     const Case cases[] = {
         {[](DataSession&) {},
          "Tree check:\n  Group:   1\n    Series:   1\n    Series:   2\nEnd of compare. \n"},
-        {[](DataSession& s) { EXPECT_TRUE(AppendAnalysisGroup(s)); },
+        {[](DataSession& s) { EXPECT_TRUE(AnalysisFile::AppendGroup(s)); },
          "Tree check:\n  Group:   1\n    Series:   1\n    Series:   2\n  mismatch in Group-2: vnc=nil, "
          "ana<>nil.\n"},
-        {[](DataSession& s) { DeleteAnalysisGroup(s, s.CurGroup); },
+        {[](DataSession& s) { AnalysisFile::DeleteGroup(s, s.CurGroup); },
          "Tree check:\n  mismatch in Group-1: vnc<>nil, ana=nil.\n"},
-        {[](DataSession& s) { EXPECT_TRUE(AppendAnalysisSeries(s, s.CurGroup)); },
+        {[](DataSession& s) { EXPECT_TRUE(AnalysisFile::AppendSeries(s, s.CurGroup)); },
          "Tree check:\n  Group:   1\n    Series:   1\n    Series:   2\n  mismatch in Series-3: vnc=nil, "
          "ana<>nil.\n"},
-        {[](DataSession& s) { DeleteAnalysisSeries(s, s.CurGroup, s.CurSeries); },
+        {[](DataSession& s) { AnalysisFile::DeleteSeries(s, s.CurGroup, s.CurSeries); },
          "Tree check:\n  Group:   1\n    Series:   1\n  mismatch in Series-2: vnc<>nil, ana=nil.\n"},
         {[](DataSession& s) { Tree::Dispose(s.Analysis.Handle); }, ""},
     };
@@ -254,7 +254,7 @@ TEST(AnalysisFile, TheCheckTellsWhereTheTreesDiffer) {
         OpenedData data(set.Path);
         one.Change(data.Session);
         data.Said.Notes.clear();
-        EXPECT_EQ(AnalysisTreeCheck(data.Session, true),
+        EXPECT_EQ(AnalysisFile::AnalysisTreeCheck(data.Session, true),
                   std::string_view(one.Report).find("mismatch") == std::string_view::npos);
         EXPECT_EQ(data.Said.Notes, one.Report);
     }
@@ -271,7 +271,8 @@ TEST(AnalysisFile, ASweepsRowGoesFromEveryColumn) {
         for (int e = 1; e <= Tree::ChildCount(Tree::Child(mirror, r)); ++e)
             columns += Tree::ChildCount(Tree::Child(Tree::Child(mirror, r), e)) >= 2;
     ASSERT_GT(columns, 0);
-    DeleteSweepValues(data.Session, group, series, static_cast<VennicSweep*>(data.Find({1, 1, 2})));
+    AnalysisFile::DeleteSweepValues(data.Session, group, series,
+                                    static_cast<VennicSweep*>(data.Find({1, 1, 2})));
     EXPECT_EQ(Rows(data.Session), before - columns);
 }
 

@@ -272,14 +272,14 @@ TEST_F(SweepFitting, StopEndsTheRunAndKeepsWhatWasFitted) {
 TEST_F(SweepFitting, StoredResultsComeBackWithTheDataSet) {
     ASSERT_TRUE(SweepFit::AutoFitCommand(Engine));
     const double tau = Cell(1, TauColumn, 3).Value;
-    ASSERT_TRUE(SaveAnalysis(Session));
+    ASSERT_TRUE(AnalysisFile::SaveAnalysis(Session));
     ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Read));
     GetRelatives(Session, Tree::Child(Session.CurSeries, 3));
     ASSERT_EQ(Records(), 1);
     EXPECT_EQ(Cell(1, TauColumn, 3).Value, tau);
     EXPECT_EQ(Cell(1, TauColumn, 3).Store, 1);
     EXPECT_EQ(Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 1)->RightBound, 1.0);
-    EXPECT_FALSE(SaveAnalysis(Session)); // opened for reading
+    EXPECT_FALSE(AnalysisFile::SaveAnalysis(Session)); // opened for reading
     EXPECT_TRUE(Said("Cannot modify: data file opened read-only."));
 }
 
