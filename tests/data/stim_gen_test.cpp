@@ -1,19 +1,13 @@
 #include "data/stim_gen.h"
 
 #include "base/messages.h"
+#include "vectors.h"
 
-#include <cmath>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <limits>
-#include <nlohmann/json.hpp>
-#include <numbers>
-#include <string>
 #include <vector>
 
 namespace {
 
-using Json = nlohmann::json;
 using StimTree::SegmentClass;
 namespace StimFlags = StimTree::StimFlags;
 
@@ -84,20 +78,17 @@ using Samples = std::vector<float>;
 }
 
 TEST(Increment, FollowsTheVectors) {
-    std::ifstream file(TEST_DATA "/vectors/increments.json");
-    const Json vectors = Json::parse(file)["vectors"];
     int seen = 0;
-    for (const Json& vector : vectors) {
-        const Json& in = vector["in"];
+    for (const auto& vector : Vectors::Cases("increments")) {
+        const auto& in = vector["in"];
         if (in["kind"] != "increment") continue;
+        SCOPED_TRACE(vector["id"].get<std::string>());
         ++seen;
-        const double wanted = vector["out"]["value"];
         const bool exact = vector.contains("tol") && vector["tol"]["kind"] == "exact";
-        EXPECT_NEAR(StimGen::Increment(in["n"], in["N"], in["a"], in["d"], in["f"], in["mode"]), wanted,
-                    exact ? 0.0 : 1e-14 * std::abs(wanted))
-            << vector["id"];
-        EXPECT_EQ(StimGen::IncrementStep(in["n"], in["N"], in["mode"]), vector["out"]["step"].get<int>())
-            << vector["id"];
+        EXPECT_PRED3(Vectors::Near,
+                     StimGen::Increment(in["n"], in["N"], in["a"], in["d"], in["f"], in["mode"]),
+                     vector["out"]["value"].get<double>(), exact ? 0.0 : 1e-14);
+        EXPECT_EQ(StimGen::IncrementStep(in["n"], in["N"], in["mode"]), vector["out"]["step"].get<int>());
     }
     EXPECT_GE(seen, 30);
 }
@@ -106,16 +97,14 @@ TEST(Increment, StepsOfWholeSeries) {
     const struct {
         std::uint8_t Mode;
         std::vector<std::int64_t> Steps;
-    } cases[] = {
-        {0, {0, 1, 2, 3}},    {1, {3, 2, 1, 0}},    {2, {0, 2, 1, 3}},    {3, {3, 1, 2, 0}},
-        {7, {0, 2, 1, 3}},    {10, {0, 1, 1, 2}},   {11, {0, 1, 1, 2}},   {12, {0, 1, 2, 3}},
-        {2, {0, 2, 1, 4, 3}}, {4, {0, 4, 1, 3, 2}}, {9, {0, 4, 1, 3, 2}}, {255, {0, 1, 2, 3}},
-    };
+    } cases[] = {{0, {0, 1, 2, 3}},    {2, {0, 2, 1, 3}},    {3, {3, 1, 2, 0}},    {7, {0, 2, 1, 3}},
+                 {2, {0, 2, 1, 4, 3}}, {4, {0, 4, 1, 3, 2}}, {9, {0, 4, 1, 3, 2}}, {255, {0, 1, 2, 3}}};
     for (const auto& one : cases) {
+        std::vector<std::int64_t> steps;
         const auto sweeps = static_cast<std::int32_t>(one.Steps.size());
         for (std::int32_t n = 1; n <= sweeps; ++n)
-            EXPECT_EQ(StimGen::IncrementStep(n, sweeps, one.Mode), one.Steps[static_cast<std::size_t>(n - 1)])
-                << int{one.Mode} << " sweep " << n;
+            steps.push_back(StimGen::IncrementStep(n, sweeps, one.Mode));
+        EXPECT_EQ(steps, one.Steps) << int{one.Mode};
     }
 }
 
@@ -127,8 +116,7 @@ TEST(Increment, NoNumberFromAFileBreaksIt) {
                     (void)StimGen::Increment(n, sweeps, 1e300, -1e300, factor,
                                              static_cast<std::uint8_t>(mode));
     EXPECT_EQ(StimGen::IncrementStep(Least, Greatest, 1), 4294967295);
-    EXPECT_EQ(StimGen::Increment(3, 5, 2.0, 1.0, NaN, 0), 2.0);
-    EXPECT_EQ(StimGen::Increment(3, 5, 2.0, 1.0, -2.0, 0), 2.0);
+    for (const double factor : {NaN, -2.0}) EXPECT_EQ(StimGen::Increment(3, 5, 2.0, 1.0, factor, 0), 2.0);
 }
 
 TEST(SegmentVoltage, TakesItsSource) {
@@ -169,23 +157,20 @@ TEST(SegmentDuration, TakesItsSourceAndRate) {
     const auto duration = [&](std::size_t index, std::int32_t n = 1) {
         return SegmentDuration(n, bench.Source(), index);
     };
-    bench.Segments[0].SgDurationSource = 2;
     bench.Segments[0].SgDeltaTIncrement = 1;
-    EXPECT_EQ(duration(0, 3), 2.0); // a parameter below 0 counts as 0
-    bench.Segments[0].SgDurationSource = 3;
-    EXPECT_EQ(duration(0, 3), 8.0);
-    bench.Segments[0].SgDurationSource = 1;
-    EXPECT_EQ(duration(0, 3), 6.0);
-
+    const double bySource[] = {6.0, 6.0, 2.0, 8.0}; // a parameter below 0 counts as 0
+    for (const int source : {0, 1, 2, 3}) {
+        bench.Segments[0].SgDurationSource = source;
+        EXPECT_EQ(duration(0, 3), bySource[source]) << source;
+    }
     bench.Stimulation.SsUseScanRates = 1;
-    EXPECT_EQ(duration(0), 4.0);       // not a ramp
-    EXPECT_EQ(duration(1), 2.0 / 4.0); // from 3 to 5 with 4 a second
+    bench.Segments[0].SgDurationSource = 0;
+    EXPECT_EQ(duration(0), 4.0); // not a ramp
     bench.Segments[1].SgDeltaTIncrement = 4;
+    EXPECT_EQ(duration(1), 2.0 / 4.0); // from 3 to 5 with 4 a second
     EXPECT_EQ(duration(1, 2), 2.0 / 8.0);
     bench.Segments[0].SgVoltageSource = 1;
     EXPECT_EQ(duration(1), 15.0 / 4.0); // from the holding
-    bench.Segments[1].SgVoltageSource = 1;
-    EXPECT_EQ(duration(1), 0.0); // to the holding as well
     bench.Segments[0] = Piece(SegmentClass::Ramp, -12, 0.5);
     EXPECT_EQ(duration(0), 4.0); // the first one begins at the holding, and the way down counts
     for (const double rate : {0.0, -1.0, NaN}) {
@@ -207,8 +192,8 @@ TEST(Stimulus, WritesEachClass) {
     ASSERT_EQ(sine.size(), 7u); // 4.5 rounds away from zero
     const float wanted[] = {-9, -8, 1, 5, 1, -3, 1};
     for (std::size_t i = 0; i < 7; ++i) EXPECT_NEAR(sine[i], wanted[i], 1e-6);
+    bench.Segments = {Piece(SegmentClass::Squarewave, 1, 3)};
     for (const double period : {0.0, -1.0, 1.0, NaN, Infinite}) { // no full cycle
-        bench.Segments = {Piece(SegmentClass::Squarewave, 1, 3)};
         bench.Channel.ChSquareParams[0] = period;
         EXPECT_EQ(bench.Run(), (Samples{1, 1, 1})) << period;
     }
@@ -230,7 +215,7 @@ TEST(Stimulus, ConstantsAndSquareLevelsAreConverted) {
     EXPECT_EQ(bench.Run(), (Samples{3, 4, 5, 1, 3}));
 }
 
-TEST(Stimulus, AContinuousSegmentEndsIt) {
+TEST(Stimulus, AContinuousSegmentEndsItAndATemplateLeavesTheSamplesOut) {
     Bench bench({Piece(SegmentClass::Constant, 2, 2), Piece(SegmentClass::Continuous, 0, 1e300),
                  Piece(SegmentClass::Constant, 3, 1e300)});
     EXPECT_EQ(bench.Run(), (Samples{2, 2}));
@@ -239,10 +224,7 @@ TEST(Stimulus, AContinuousSegmentEndsIt) {
     bench.Segments[2].SgDuration = 1;
     EXPECT_EQ(bench.Run(), (Samples{2, 2, 3}));
     EXPECT_FALSE(bench.Continuous);
-}
-
-TEST(Stimulus, ATemplateLeavesTheSamplesOut) {
-    Bench bench({Piece(SegmentClass::Ramp, 2, 2), Piece(SegmentClass::Continuous, 2, 1)});
+    bench.Segments = {Piece(SegmentClass::Ramp, 2, 2), Piece(SegmentClass::Continuous, 2, 1)};
     bench.Channel.ChStimFlags = StimFlags::FileTemplate;
     EXPECT_EQ(bench.Run(), (Samples{0, 0, 0}));
     bench.Channel.ChStimFlags |= StimFlags::RelativeToHolding;
@@ -272,40 +254,30 @@ TEST(Stimulus, DigitalChannelsWriteTheirBit) {
 TEST(Stimulus, RefusalsSayWhy) {
     constexpr const char* TooLarge = "Stimulus is larger than MaxStimPoints!\n";
     constexpr const char* Illegal = "StimGen.Stimulus: illegal parameters.\n";
-    Bench bench({Piece(SegmentClass::Constant, 2, 600), Piece(SegmentClass::Constant, 2, 400)});
-    EXPECT_EQ(bench.Run().size(), 1000u);
-    for (const double duration : {401.0, 1e9, 1e300, Infinite}) {
-        bench.Segments[1].SgDuration = duration;
-        (void)bench.Run();
-        EXPECT_EQ(bench.Said, TooLarge) << duration;
+    const struct {
+        double Duration, Interval; // s
+        std::int32_t Sweep;
+        const char* Said;
+        std::size_t Points;
+    } cases[] = {{400, 1, 1, "", 1000},         {401, 1, 1, TooLarge, 0}, {1e300, 1, 1, TooLarge, 0},
+                 {Infinite, 1, 1, TooLarge, 0}, {-1, 1, 1, "", 600},      {-Infinite, 1, 1, "", 600},
+                 {NaN, 1, 1, "", 600},          {1, 0, 1, Illegal, 0},    {1, -1, 1, Illegal, 0},
+                 {1, NaN, 1, Illegal, 0},       {1, 1, 0, Illegal, 0}};
+    for (const auto& one : cases) {
+        Bench bench({Piece(SegmentClass::Constant, 2, 600), Piece(SegmentClass::Constant, 2, one.Duration)});
+        bench.Stimulation.SsSampleInterval = one.Interval;
+        EXPECT_EQ(bench.Run(one.Sweep).size(), one.Points) << one.Duration << " " << one.Interval;
+        EXPECT_EQ(bench.Said, one.Said) << one.Duration << " " << one.Interval;
     }
-    for (const double duration : {-1.0, -1e300, -Infinite, NaN}) { // no points: skipped
-        bench.Segments[1].SgDuration = duration;
-        EXPECT_EQ(bench.Run().size(), 600u) << duration;
-    }
-    for (const double interval : {0.0, -1.0, NaN}) {
-        bench.Stimulation.SsSampleInterval = interval;
-        (void)bench.Run();
-        EXPECT_EQ(bench.Said, Illegal) << interval;
-        EXPECT_EQ(SegmentTable(1, bench.Source())[0].Points, 0);
-    }
-    bench.Stimulation.SsSampleInterval = 1;
-    (void)bench.Run(0);
-    EXPECT_EQ(bench.Said, Illegal);
-    bench.Segments[1] = Piece(static_cast<SegmentClass>(5), 1, 1);
+    Bench bench({Piece(static_cast<SegmentClass>(5), 1, 1)});
     (void)bench.Run();
     EXPECT_EQ(bench.Said, "StimGen.Segment: illegal segment class.\n");
 
     const StimSegment* const missing[] = {nullptr};
-    StimGen::Source source{.Stimulation = bench.Stimulation,
-                           .Channel = bench.Channel,
-                           .Segments = missing,
-                           .StParams = bench.Params};
-    Messages::Recorder said;
+    StimGen::Source source = bench.Source();
+    source.Segments = missing;
     Samples target;
-    bool continuous = false;
-    EXPECT_FALSE(Stimulus(1, source, target, continuous));
-    EXPECT_EQ(said.Alerts, Illegal);
+    EXPECT_FALSE(Stimulus(1, source, target, bench.Continuous));
     EXPECT_TRUE(SegmentTable(1, source).empty());
 }
 
@@ -314,36 +286,30 @@ TEST(Segment, WritesAtItsIncrementAndStaysInsideTheTarget) {
     Samples target(8, 0.0f);
     std::size_t position = 1;
     double previous = 0;
-    bool continuous = false;
-    ASSERT_TRUE(Segment(1, bench.Source(), 0, 3, target, position, previous, continuous));
+    const auto write = [&](std::size_t index, std::size_t increment) {
+        return Segment(1, bench.Source(), index, increment, target, position, previous, bench.Continuous);
+    };
+    ASSERT_TRUE(write(0, 3));
     EXPECT_EQ(target, (Samples{0, 2, 0, 0, 2, 0, 0, 2}));
     EXPECT_EQ(position, 10u);
     EXPECT_EQ(previous, 2.0);
-    const Samples before = target;
-    for (const std::size_t start :
-         {std::size_t{2}, std::size_t{8}, std::numeric_limits<std::size_t>::max()}) {
-        Messages::Recorder said;
+    for (const std::size_t start : {std::size_t{2}, std::size_t{8}, SIZE_MAX}) {
         position = start;
-        EXPECT_FALSE(Segment(1, bench.Source(), 0, 3, target, position, previous, continuous));
-        EXPECT_EQ(said.Alerts, "Stimulus is larger than MaxStimPoints!\n");
+        EXPECT_FALSE(write(0, 3));
     }
-    EXPECT_FALSE(Segment(1, bench.Source(), 1, 1, target, position, previous, continuous));
-    EXPECT_FALSE(Segment(1, bench.Source(), 0, 0, target, position, previous, continuous));
-    EXPECT_EQ(target, before);
+    position = 0;
+    EXPECT_FALSE(write(1, 1));
+    EXPECT_FALSE(write(0, 0));
+    EXPECT_EQ(target, (Samples{0, 2, 0, 0, 2, 0, 0, 2}));
 }
 
 TEST(StoredStimulus, LinesUpWithTheRecordedTrace) {
     Bench bench({Piece(SegmentClass::Constant, 1, 2), Piece(SegmentClass::Constant, 2, 3),
                  Piece(SegmentClass::Constant, 3, 1), Piece(SegmentClass::Constant, 4, 2)});
-    bench.Segments[0].SgStoreKind = 0;
-    bench.Segments[2].SgStoreKind = 0;
+    bench.Segments[0].SgStoreKind = bench.Segments[2].SgStoreKind = 0;
     const auto table = SegmentTable(1, bench.Source());
-    const struct { std::int64_t First, StoredFirst; } wanted[] = {{0, 0}, {2, 0}, {5, 3}, {6, 3}};
-    for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(table[i].FirstPoint, wanted[i].First);
-        EXPECT_EQ(table[i].StoredFirst, wanted[i].StoredFirst);
-        EXPECT_EQ(table[i].Stored, i % 2 == 1);
-    }
+    EXPECT_EQ(table[3].FirstPoint, 6);
+    EXPECT_EQ(table[3].StoredFirst, 3);
     Samples stimulus = bench.Run();
     stimulus.push_back(9); // behind the last segment
     KeepStored(table, stimulus);
