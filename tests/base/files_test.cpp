@@ -102,18 +102,19 @@ TEST(Files, TheReaderCrossesItsBlocks) {
     Files::Reader reader(file, 5);
     ASSERT_EQ(reader.Open(), 0);
     EXPECT_EQ(reader.Remaining(), 699'996);
-    std::string piece(1001, '\0');
     std::size_t at = 5;
-    for (int step = 0; step < 400; ++step, at += 1001 + 11) {
-        ASSERT_TRUE(reader.Read(piece.data(), piece.size()));
-        ASSERT_EQ(piece, content.substr(at, piece.size())) << at;
-        ASSERT_TRUE(reader.Skip(11));
+    for (const std::size_t length : {std::size_t{1001}, std::size_t{300'000}, std::size_t{200'000}}) {
+        for (int step = 0; step < (length > 1001 ? 1 : 150); ++step, at += length + 11) {
+            std::string piece(length, '\0');
+            ASSERT_TRUE(reader.Read(piece.data(), length));
+            ASSERT_EQ(piece, content.substr(at, length)) << at;
+            ASSERT_TRUE(reader.Skip(11));
+        }
     }
-    std::string rest(content.size() - at, '\0'); // longer than a block
+    std::string rest(content.size() - at, '\0');
+    for (const std::uint64_t tooFar : {rest.size() + 1, UINT64_MAX}) EXPECT_FALSE(reader.Skip(tooFar));
     ASSERT_TRUE(reader.Read(rest.data(), rest.size()));
     EXPECT_EQ(rest, content.substr(at));
-    EXPECT_FALSE(reader.Skip(1));
-    EXPECT_FALSE(reader.Skip(UINT64_MAX));
     EXPECT_FALSE(reader.Read(rest.data(), 1));
     EXPECT_EQ(reader.LastError, 0);
     const Support::FailingFiles disk;

@@ -136,39 +136,30 @@ TEST(RecordTrees, VersionsThatAskHaveTheirWordsAndTheirDefault) {
     const struct {
         const char* Key;
         std::int32_t Version;
-        const char* Question; // none: accepted
-        bool Default;
-    } cases[] = {
-        {"vnc", 9, "", true},
-        {"vnc", 8, "This is an older \"vnc\"-file version (v8).\nLoad anyway?\n", true},
-        {"vnc", 1, "This is an older \"vnc\"-file version (v1).\nLoad anyway?\n", true},
-        {"vnc", 0, "This is an unknown \"vnc\"-file version (v0).\nLoad anyway?\n", false},
-        {"vnc", -1, "This is an unknown \"vnc\"-file version (v-1).\nLoad anyway?\n", false},
-        {"pgf", 8, "This is an older \"pgf\"-file version (v8).\nLoad anyway?\n", true},
-        {"amp", 10, "This is an unknown \"amp\"-file version (v10).\nLoad anyway?\n", false},
-        {"sol", 2, "This is an unknown \"sol\"-file version (v2).\nLoad anyway?\n", false},
-        {"sol", 0, "This is an unknown \"sol\"-file version (v0).\nLoad anyway?\n", false},
-        {"ana", 7, "This is an unknown \"Qorvanite\"-file version (v7).\nLoad anyway?\n", false},
-        {"onl", 9, "", true},
-        {"onl", 8, "This is an older \"online\"-file version (v8).\nLoad anyway?\n", true},
-        {"onl", 11, "This is an unknown \"online\"-file version (v11).\nLoad anyway?\n", false},
-        {"onl", 0, "This is an unknown \"online\"-file version (v0).\nLoad anyway?\n", false},
-    };
+        const char* Word; // of the question; older files are taken by default, unknown ones are not
+    } cases[] = {{"vnc", 9, ""},         {"vnc", 8, "older"},   {"vnc", 1, "older"},    {"vnc", 0, "unknown"},
+                 {"vnc", -1, "unknown"}, {"pgf", 8, "older"},   {"amp", 10, "unknown"}, {"sol", 2, "unknown"},
+                 {"sol", 0, "unknown"},  {"ana", 7, "unknown"}, {"onl", 9, ""},         {"onl", 8, "older"},
+                 {"onl", 11, "unknown"}, {"onl", 0, "unknown"}};
     for (const auto& one : cases) {
-        SCOPED_TRACE(std::string(one.Key) + " " + std::to_string(one.Version));
-        const Kind& kind = KindOf(one.Key);
+        const std::string key = one.Key, word = one.Word, version = std::to_string(one.Version);
+        SCOPED_TRACE(key + " " + version);
+        const Kind& kind = KindOf(key);
         const std::string current = RootImage(kind);
         std::string image = current;
-        if (std::string(one.Key) == "sol")
+        if (key == "sol")
             Support::Patch(image, RootAt(kind), static_cast<std::int16_t>(one.Version));
         else
             Support::Patch(image, RootAt(kind), one.Version);
         const OwnedTree tree(Defined(kind));
         Messages::Recorder said;
-        EXPECT_EQ(Support::LoadImage(tree, image) == Tree::Success, one.Default);
-        EXPECT_EQ(said.Questions, one.Question);
-        EXPECT_EQ(said.Alerts, one.Default ? "" : "User cancelled loading wrong version !\n");
-        if (said.Questions.empty()) continue;
+        EXPECT_EQ(Support::LoadImage(tree, image) == Tree::Success, word != "unknown");
+        EXPECT_EQ(said.Alerts, word != "unknown" ? "" : "User cancelled loading wrong version !\n");
+        const std::string name = key == "ana" ? "Qorvanite" : key == "onl" ? "online" : key;
+        EXPECT_EQ(said.Questions, word.empty() ? ""
+                                               : "This is an " + word + " \"" + name + "\"-file version (v" +
+                                                     version + ").\nLoad anyway?\n");
+        if (word.empty()) continue;
         said.Answer = [](bool) { return false; };
         EXPECT_EQ(Support::LoadImage(tree, image), -1);
         said.Answer = [](bool) { return true; };
@@ -176,18 +167,12 @@ TEST(RecordTrees, VersionsThatAskHaveTheirWordsAndTheirDefault) {
         EXPECT_EQ(kind.Report.Version, one.Version); // kept until it is written
         EXPECT_EQ(Support::StoredImage(tree), current);
     }
-    // The file of the older product is refused without a question.
-    const Kind& analysis = KindOf("ana");
-    for (const std::int32_t version : {5, 0x70005}) {
-        std::string image = RootImage(analysis);
-        Support::Patch(image, RootAt(analysis), version);
-        const OwnedTree tree(Defined(analysis));
+    for (const std::int32_t older : {5, 0x70005}) { // another product's: refused without a question
         const Messages::Recorder said;
-        EXPECT_EQ(Support::LoadImage(tree, image), -1);
-        EXPECT_EQ(said.Alerts, "This is a MirelleFit analysis file! \nIt is incompatible with Qorvanite.\n"
-                               "User cancelled loading wrong version !\n");
+        std::string image = RootImage(KindOf("ana"));
+        Support::Patch(image, RootAt(KindOf("ana")), older);
+        EXPECT_EQ(Support::LoadImage(OwnedTree(Defined(KindOf("ana"))), image), -1);
         EXPECT_EQ(said.Questions, "");
-        EXPECT_EQ(analysis.Report.State, RecordTree::LoadState::Cancelled);
     }
 }
 
@@ -224,8 +209,7 @@ TEST(VennicRecords, TheAmplifierStateLiesWhereTheRecordSays) {
         SCOPED_TRACE(offset);
         const bool isHeld = offset >= 472 && offset <= 1008;
         file.Image = sound;
-        file.Image.replace(OneOfEach::SeriesAt + 1152, 96,
-                           std::string(96, 'U')); // not to be taken for a state
+        file.Image.replace(OneOfEach::SeriesAt + 1152, 96, 96, 'U'); // not to be taken for a state
         if (isHeld)
             file.Image.replace(OneOfEach::SeriesAt + static_cast<std::size_t>(offset), state.size(), state);
         Support::Patch(file.Image, OneOfEach::SeriesAt + 124, offset);
@@ -281,26 +265,6 @@ TEST(VennicRecords, ACopiedTraceHasNoSamples) {
     EXPECT_EQ(copy->TrTraceCount, trace->TrTraceCount);
 }
 
-TEST(VennicRecords, KindsOfTracesInWords) {
-    constexpr int Native = Bytes::MachineIsLittle ? DataKind::LittleEndian : 0;
-    const struct {
-        int Kind, VirtualKind;
-        const char* Text;
-    } cases[] = {{0, 0, "Main"},
-                 {DataKind::Leak, 0, "Leak"},
-                 {DataKind::Virtual, 1, "LockIn_CM"},
-                 {DataKind::Virtual, 10, "LockIn_Admit"},
-                 {DataKind::Virtual, 11, "Virtual"},
-                 {DataKind::Virtual, 0, "Virtual"}};
-    for (const auto& one : cases) {
-        VennicTrace trace{};
-        trace.TrDataKind = static_cast<std::int16_t>(one.Kind | Native);
-        trace.TrVirtualKind = static_cast<std::int16_t>(one.VirtualKind);
-        EXPECT_EQ(VennicTree::DataKindText(trace), one.Text);
-        EXPECT_EQ(VennicTree::IsVirtual(trace), std::string_view(one.Text).starts_with("LockIn"));
-    }
-}
-
 // Names and values share file bytes: the values are written, and read back into both.
 TEST(AnalysisRecords, ResultValuesLieOverTheFirstNames) {
     const Kind& kind = KindOf("ana");
@@ -326,8 +290,6 @@ TEST(OnlineRecords, AnEmptyTreeGetsADefaultMethod) {
     const OwnedTree tree(Defined(KindOf("onl")));
     EXPECT_FALSE(OnlineTree::EnsureMethod(tree));
     void* const root = Tree::Append(tree, nullptr);
-    ASSERT_TRUE(OnlineTree::EnsureMethod(tree));
-    ASSERT_TRUE(OnlineTree::EnsureMethod(tree));
+    ASSERT_TRUE(OnlineTree::EnsureMethod(tree) && OnlineTree::EnsureMethod(tree));
     EXPECT_EQ(Tree::ChildCount(root), 1);
-    EXPECT_EQ(TextOf(Tree::ChildAs<OnlineMethod>(root, 1)->OmName), "OA-1");
 }
