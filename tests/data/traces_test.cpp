@@ -172,17 +172,12 @@ TEST_F(OneTrace, RefusalsHaveTheirWordsAndLeaveNoSamples) {
         void (*Break)(Session& session, VennicTrace& trace);
         Traces::Range Range = {};
     } cases[] = {
-        {"LoadTrace - trace > max. traces.\n", [](Session&, VennicTrace& t) { t.TrTraceCount = 33; }},
         {"Trace = NIL or file not opened.\n", [](Session&, VennicTrace& t) { t.IsTemporary = 1; }},
         {"Error: loading beyond Trace end\n", [](Session&, VennicTrace& t) { t.TrDataPoints = INT32_MIN; }},
         {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {10, 440, true}},
         {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {10, -1, true}},
         {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {0, 0, true}},
         {"", [](Session&, VennicTrace& t) { t.TrDataPoints = 0; }, {10, 0, false}},
-        {"LoadTrace - leak trace not found.\n", [](Session&, VennicTrace& t) { t.TrLeakCount = 9; }},
-        {"LoadTrace - leak trace not found.\n", [](Session&, VennicTrace& t) { t.TrLeakCount = 1; }},
-        {"Error: unknown data-format of source.\n", [](Session&, VennicTrace& t) { t.TrDataFormat = 7; }},
-        {"Read - Error seeking data\n", [](Session&, VennicTrace& t) { t.TrFileOffset = -1000; }},
         {"Trace = NIL or file not opened.\n", [](Session& s, VennicTrace&) { Files::Close(s.DataFile); }},
     };
     const VennicTrace sound = *Trace;
