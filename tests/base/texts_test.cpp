@@ -1,17 +1,16 @@
-#include "base/messages.h"
 #include "base/text.h"
 #include "base/time_scale.h"
 #include "base/units.h"
 
 #include <array>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
 TEST(Texts, BytesThatAreNoUtf8AreTakenForLatin1) {
-    struct Case {
+    const struct {
         std::string_view Bytes, Text;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"plain", "plain"},
         {"\xC2\xB5m", "\xC2\xB5m"},                   // UTF-8 already
         {"\xB5m", "\xC2\xB5m"},                       // Latin-1
@@ -22,7 +21,7 @@ TEST(Texts, BytesThatAreNoUtf8AreTakenForLatin1) {
         {"\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"}, // beyond the last code point
         {"a\xE2\x82", "a\xC3\xA2\xC2\x82"},                       // cut by its field
     };
-    for (const Case& one : cases) EXPECT_EQ(Texts::Utf8(one.Bytes), one.Text);
+    for (const auto& one : cases) EXPECT_EQ(Texts::Utf8(one.Bytes), one.Text);
 }
 
 TEST(Texts, FieldsEndAtTheFirstZeroOrAtTheirEnd) {
@@ -32,19 +31,15 @@ TEST(Texts, FieldsEndAtTheFirstZeroOrAtTheirEnd) {
     EXPECT_EQ(std::string_view(field.data(), 6), std::string_view("ab\0\0\0\0", 6));
     Texts::ToField(field, "abcdefgh");
     EXPECT_EQ(std::string_view(field.data(), 6), std::string_view("abcde\0", 6));
-    Texts::ToField({}, "x");
     EXPECT_TRUE(Texts::SameFolded("Tau-1", "tAU-1"));
-    EXPECT_FALSE(Texts::SameFolded("Tau", "Tau1"));
-    EXPECT_FALSE(Texts::SameFolded("[", "{"));
+    EXPECT_FALSE(Texts::SameFolded("Tau", "Tau1") || Texts::SameFolded("[", "{"));
 }
 
 TEST(TimeScale, KnownMomentsBothWays) {
-    struct Case {
+    const struct {
         double Time, FileTime; // s
-        const char* Date;
-        const char* OfDay;
-    };
-    const Case cases[] = {
+        const char *Date, *OfDay;
+    } cases[] = {
         {5159768865.0, 13140450465.0, "2017/05/28", "13:07:45.000"},
         {5159768865.25, 13140450465.25, "2017/05/28", "13:07:45.250"},
         {3663792000.0, 11644473600.0, "1970/01/01", "00:00:00.000"},
@@ -54,56 +49,20 @@ TEST(TimeScale, KnownMomentsBothWays) {
         {1580970495.0, 13856619391.0, "2040/02/06", "06:28:15.000"}, // the scale wraps below its shift
         {0.0, 12275648896.0, "1990/01/01", "00:00:00.000"},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         SCOPED_TRACE(one.Date);
         EXPECT_EQ(TimeScale::ToFileTime(one.Time), one.FileTime);
         EXPECT_EQ(TimeScale::DateText(one.Time), one.Date);
         EXPECT_EQ(TimeScale::TimeText(one.Time, true), one.OfDay);
         EXPECT_EQ(TimeScale::TimeText(one.Time), std::string(one.OfDay).substr(0, 8));
-        if (one.Time >= 1580970496.0) {
-            EXPECT_NEAR(TimeScale::FromFileTime(one.FileTime), one.Time, 1e-5); // a double at this size
-        }
+        if (one.Time < 1580970496.0) continue;
+        EXPECT_NEAR(TimeScale::FromFileTime(one.FileTime), one.Time, 1e-5); // a double at this size
     }
-    for (const double bad :
-         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-          -std::numeric_limits<double>::infinity()}) {
+    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -HUGE_VAL, 1e300})
         EXPECT_EQ(TimeScale::DateText(bad), "**********");
-        EXPECT_EQ(TimeScale::TimeText(bad), "********");
-        EXPECT_EQ(TimeScale::TimeText(bad, true), "************");
-    }
-    EXPECT_EQ(TimeScale::DateText(1e300), "**********");
+    EXPECT_EQ(TimeScale::TimeText(HUGE_VAL, true), "************");
     EXPECT_EQ(TimeScale::TimeText(-1), "23:59:59");
     EXPECT_GT(TimeScale::Now(), 5362761600.0);
-}
-
-TEST(Messages, ARecorderCollectsAndGivesTheHooksBack) {
-    std::string heard;
-    Messages::HookTable hooks;
-    hooks.Alert = [&heard](std::string_view text) { heard += text; };
-    const Messages::HookTable former = Messages::Install(hooks);
-    {
-        Messages::Recorder outer;
-        {
-            Messages::Recorder inner;
-            inner.Answer = [](bool defaultAnswer) { return !defaultAnswer; };
-            Messages::Alert("one");
-            Messages::Note("two");
-            Messages::Log("three");
-            static constexpr const char* Buttons[] = {"BREAK", "Continue"};
-            EXPECT_TRUE(Messages::AskYesNo("Load anyway?", false));
-            EXPECT_EQ(Messages::AskChoice("Which?", Buttons, 2, 1), 1);
-            EXPECT_EQ(inner.Alerts, "one\n");
-            EXPECT_EQ(inner.Notes, "two\nthree\n");
-            EXPECT_EQ(inner.Questions, "Load anyway?\nWhich?\n");
-        }
-        EXPECT_FALSE(Messages::AskYesNo("Really?", false));
-        EXPECT_EQ(outer.Alerts, "");
-        EXPECT_EQ(outer.Questions, "Really?\n");
-    }
-    Messages::Alert("heard");
-    EXPECT_EQ(heard, "heard");
-    EXPECT_TRUE(Messages::AskYesNo("no hook", true));
-    Messages::Install(former);
 }
 
 namespace {
@@ -118,22 +77,14 @@ bool Starts() {
 
 }
 
-TEST(Units, ImportsStartFirstAndOnceAndACycleEnds) {
-    Started.clear();
+TEST(Units, ImportsStartFirstAndOnceACycleEndsAndAFailureKeepsImportersFromStarting) {
     Units::Unit a{"A", {}, Starts<'a'>}, b{"B", {&a}, Starts<'b'>}, c{"C", {&a, &b}, Starts<'c'>};
-    Units::Unit bare{"bare", {&c}};
     a.Imports = {&c};
-    EXPECT_TRUE(Units::Initialise(bare));
     EXPECT_TRUE(Units::Initialise(c));
-    EXPECT_EQ(Started, "abc");
-}
-
-TEST(Units, AFailedImportKeepsItsImportersFromStarting) {
-    Started.clear();
+    EXPECT_TRUE(Units::Initialise(c));
     Units::Unit bad{"Bad", {}, Starts<'x', false>}, good{"Good", {}, Starts<'g'>};
     Units::Unit top{"Top", {&bad, &good}, Starts<'t'>};
     EXPECT_FALSE(Units::Initialise(top));
     EXPECT_FALSE(Units::Initialise(top));
-    EXPECT_FALSE(Units::Initialise(bad));
-    EXPECT_EQ(Started, "xg");
+    EXPECT_EQ(Started, "abcxg");
 }

@@ -3,10 +3,9 @@
 #include "base/messages.h"
 #include "data/scratch.h"
 #include "setup/settings.h"
-#include "support/temp_folder.h"
+#include "support/tree_bytes.h"
 
 #include <gtest/gtest.h>
-#include <numeric>
 #include <vector>
 
 namespace {
@@ -25,33 +24,25 @@ VennicTrace TraceAt(std::int32_t offset, std::int32_t points, std::uint8_t forma
 // The bytes of a trace, 1, 2, 3 ..., laid out in a file of 0xEE as its blocks say.
 std::string LaidOut(const VennicTrace& trace, std::vector<std::byte>& bytes) {
     bytes.resize(static_cast<std::size_t>(trace.TrDataPoints) * RawData::SampleSize(trace.TrDataFormat));
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::byte>(i % 253 + 1);
     const bool blocks = RawData::IsInterleaved(trace);
-    const std::size_t block = blocks ? static_cast<std::size_t>(trace.TrInterleaveSize) : bytes.size();
-    const std::size_t skip = blocks ? static_cast<std::size_t>(trace.TrInterleaveSkip) : block;
+    const auto block = blocks ? static_cast<std::size_t>(trace.TrInterleaveSize) : bytes.size();
+    const auto skip = blocks ? static_cast<std::size_t>(trace.TrInterleaveSkip) : block;
     std::string file(static_cast<std::size_t>(RawData::EndOf(trace)), '\xEE');
-    for (std::size_t i = 0; i < bytes.size(); ++i)
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<std::byte>(i % 253 + 1);
         file[static_cast<std::size_t>(trace.TrFileOffset) + i / block * skip + i % block] =
             static_cast<char>(bytes[i]);
+    }
     return file;
 }
 
-class RawSamples : public testing::Test {
-protected:
-    ~RawSamples() override {
-        Scratch::Release();
-        Setup::Settings = {};
-    }
-};
-
 }
 
-TEST_F(RawSamples, AnyStretchOfAnyLayoutIsReadBack) {
-    struct Case {
+TEST(RawSamples, AnyStretchOfAnyLayoutIsReadBack) {
+    const struct {
         const char* Name;
         VennicTrace Trace;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"sequential", TraceAt(256, 1000, 0, 0, 0)},
         {"one block: sequential", TraceAt(7, 500, 2, 2000, 2000)},
         {"one sample a block", TraceAt(256, 3000, 0, 2, 6)},
@@ -63,64 +54,58 @@ TEST_F(RawSamples, AnyStretchOfAnyLayoutIsReadBack) {
     };
     Setup::Settings.MaxSamplePoints = Setup::MaxSamplePointsLowest; // 65528 bytes to pick blocks apart
     const Support::TempFolder folder;
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         SCOPED_TRACE(one.Name);
         std::vector<std::byte> wanted;
         Files::File file;
         const std::string bytes = LaidOut(one.Trace, wanted);
         ASSERT_EQ(Files::Open(file, folder.Write("raw", bytes), Files::Mode::Read), 0);
         const std::size_t size = RawData::SampleSize(one.Trace.TrDataFormat), points = wanted.size() / size;
-        for (const std::size_t first :
-             {std::size_t{0}, std::size_t{1}, std::size_t{7}, points / 2 + 1, points - 1}) {
-            for (const std::size_t count :
-                 {std::size_t{1}, std::size_t{2}, std::size_t{33}, points - first}) {
+        std::vector<std::byte> got;
+        const auto read = [&](std::size_t first, std::size_t count, bool swap, bool alert = true) {
+            got.resize(count * size);
+            const auto position = one.Trace.TrFileOffset + static_cast<std::int64_t>(first * size);
+            return RawData::ReadSamples(one.Trace, file, position, got, count, size, swap, alert);
+        };
+        for (const std::size_t first : {std::size_t{0}, std::size_t{7}, points / 2 + 1, points - 1}) {
+            for (const std::size_t count : {std::size_t{1}, std::size_t{33}, points - first}) {
                 if (first + count > points) continue;
-                std::vector<std::byte> got(count * size);
-                ASSERT_TRUE(RawData::ReadSamples(
-                    one.Trace, file, one.Trace.TrFileOffset + static_cast<std::int64_t>(first * size), got,
-                    count, size, false, true));
-                ASSERT_TRUE(std::equal(got.begin(), got.end(),
-                                       wanted.begin() + static_cast<std::ptrdiff_t>(first * size)))
-                    << first << " " << count;
+                ASSERT_TRUE(read(first, count, false));
+                const auto from = wanted.begin() + static_cast<std::ptrdiff_t>(first * size);
+                ASSERT_TRUE(std::equal(got.begin(), got.end(), from)) << first << " " << count;
             }
         }
-        std::vector<std::byte> got(wanted.size() + size);
-        ASSERT_TRUE(
-            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, true, true));
-        EXPECT_EQ(got[0], wanted[size - 1]); // in the other order
-        EXPECT_EQ(got[wanted.size() - 1], wanted[wanted.size() - size]);
+        ASSERT_TRUE(read(0, points, true)); // in the other order
+        EXPECT_EQ(got[0], wanted[size - 1]);
+        EXPECT_EQ(got.back(), wanted[wanted.size() - size]);
 
-        // A file may end with the last sample, amid its block.
+        // A file may end with the last sample, amid its block. Fewer is a failure, at the last byte as well;
+        // only the alert flag lets it be said.
         ASSERT_EQ(Files::Open(file, folder.At("raw"), Files::Mode::ReadWrite), 0);
         const auto lastByte = static_cast<std::int64_t>(bytes.find_last_not_of('\xEE'));
         ASSERT_EQ(Files::SetLength(file, lastByte + 1), 0);
-        EXPECT_TRUE(
-            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, false, true));
-
-        // Fewer than asked for is a failure, at the last byte as well; only the alert flag lets it be said.
+        EXPECT_TRUE(read(0, points, false));
         ASSERT_EQ(Files::SetLength(file, lastByte), 0);
         const Messages::Recorder said;
-        EXPECT_FALSE(
-            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, false, false));
+        EXPECT_FALSE(read(0, points, false, false));
         EXPECT_EQ(said.Alerts, "");
-        EXPECT_FALSE(
-            RawData::ReadSamples(one.Trace, file, one.Trace.TrFileOffset, got, points, size, false, true));
+        EXPECT_FALSE(read(0, points, false));
         EXPECT_NE(said.Alerts, "");
     }
+    Scratch::Release();
+    Setup::Settings = {};
 }
 
-TEST_F(RawSamples, ALayoutThatCannotBeIsRefused) {
+TEST(RawSamples, ALayoutThatCannotBeIsRefused) {
     const Support::TempFolder folder;
     Files::File file;
     ASSERT_EQ(Files::Open(file, folder.Write("raw", std::string(5000, 'x')), Files::Mode::Read), 0);
     std::vector<std::byte> got(200);
-    struct Case {
+    const struct {
         VennicTrace Trace;
         std::int64_t Position;
         const char* Alert;
-    };
-    const Case cases[] = {
-        {TraceAt(0, 100, 0, 20, 0), 0, "Read - Error seeking data\n"},
+    } cases[] = {
         {TraceAt(0, 100, 0, 20, -20), 0, "Read - Error seeking data\n"},
         {TraceAt(0, 100, 0, 20, 19), 0, "Read - Error seeking data\n"},
         {TraceAt(-50, 100, 0, 20, 40), -50, "Read - Error seeking data\n"},
@@ -129,58 +114,50 @@ TEST_F(RawSamples, ALayoutThatCannotBeIsRefused) {
         {TraceAt(0, 100, 0, 2, INT32_MAX), 0, "Read - Error reading data: unexpected end of file\n"},
         {TraceAt(4900, 100, 0, 2, 4), 4900, "Error: loading beyond Trace end\n"},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         const Messages::Recorder said;
         EXPECT_FALSE(RawData::ReadSamples(one.Trace, file, one.Position, got, 100, 2, false, true));
         EXPECT_EQ(said.Alerts, one.Alert);
     }
-    EXPECT_FALSE(
-        RawData::ReadSamples(TraceAt(0, 100, 0, 0, 0), file, 0, got, 101, 2, false, false)); // no room
-    EXPECT_FALSE(
-        RawData::ReadSamples(TraceAt(0, 100, 0, 0, 0), file, 0, got, SIZE_MAX / 2 + 1, 2, false, false));
+    const VennicTrace plain = TraceAt(0, 100, 0, 0, 0);
+    for (const std::size_t noRoom : {std::size_t{101}, SIZE_MAX / 2 + 1})
+        EXPECT_FALSE(RawData::ReadSamples(plain, file, 0, got, noRoom, 2, false, false));
+    Scratch::Release();
 }
 
-TEST_F(RawSamples, EndsAreCountedInBlocksAndDoNotOverflow) {
+TEST(RawSamples, EndsAreCountedInBlocksAndDoNotOverflow) {
     constexpr std::int64_t Max = INT32_MAX;
-    struct Case {
-        VennicTrace Trace;
-        std::int64_t End;
-    };
-    const Case cases[] = {
-        {TraceAt(256, 100, 0, 0, 0), 456},
+    const std::pair<VennicTrace, std::int64_t> cases[] = {
         {TraceAt(256, 100, 3, 0, 0), 1056},
         {TraceAt(256, 100, 7, 0, 0), 456},
         {TraceAt(256, 100, 0, -4, -8), 456},
         {TraceAt(256, 100, 0, 200, 200), 456},
-        {TraceAt(256, 100, 0, 2, 6), 256 + 99 * 6 + 2},
         {TraceAt(256, 101, 0, 20, 44), 256 + 10 * 44 + 20},
         {TraceAt(256, 100, 0, 20, 44), 256 + 9 * 44 + 20},
         {TraceAt(256, 100, 0, 1, 4), 256 + 99 * 4 + 1},
         {TraceAt(INT32_MAX, INT32_MAX, 3, 0, 0), Max + 8 * Max},
         {TraceAt(INT32_MAX, INT32_MAX, 0, 1, INT32_MAX), Max + (Max - 1) * Max + 1},
     };
-    for (const Case& one : cases) EXPECT_EQ(RawData::EndOf(one.Trace), one.End);
+    for (const auto& [trace, end] : cases) EXPECT_EQ(RawData::EndOf(trace), end);
 }
 
-TEST_F(RawSamples, TheDataEndIsTheLargestOfTheTracesThatLieInTheFile) {
-    Tree::Handle* tree = VennicTree::Define("RawTest.HE");
-    auto* const sweep = VennicTree::NewSweep(
-        tree, VennicTree::NewSeries(tree, VennicTree::NewGroup(tree, VennicTree::NewRoot(tree, 0, ""), 0), 0),
-        0);
-    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 256);
+TEST(RawSamples, TheDataEndIsTheLargestOfTheTracesThatLieInTheFile) {
+    const Support::OwnedTree tree(VennicTree::Define("RawTest.HE"));
+    VennicGroup* const group = VennicTree::NewGroup(tree, VennicTree::NewRoot(tree, 0, ""), 0);
+    VennicSweep* const sweep = VennicTree::NewSweep(tree, VennicTree::NewSeries(tree, group, 0), 0);
+    const auto end = [&tree] { return RawData::ComputeDataEnd(Tree::Root(tree), 256); };
+    EXPECT_EQ(end(), 256);
     VennicTrace* traces[4];
     for (VennicTrace*& trace : traces) {
         trace = VennicTree::NewTrace(tree, sweep, 0);
         trace->TrDataPoints = 10;
         trace->TrFileOffset = static_cast<std::int32_t>(1000 * Tree::IndexOf(trace));
     }
-    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 4020);
+    EXPECT_EQ(end(), 4020);
     traces[3]->IsTemporary = 1;
     Tree::SetValid(traces[2], false);
     traces[1]->TrDataPoints = 0;
-    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 1020);
+    EXPECT_EQ(end(), 1020);
     Tree::SetValid(sweep, false);
-    EXPECT_EQ(RawData::ComputeDataEnd(Tree::Root(tree), 256), 256);
-    EXPECT_EQ(RawData::ComputeDataEnd(nullptr, 4), 4);
-    Tree::Dispose(tree);
+    EXPECT_EQ(end(), 256);
 }

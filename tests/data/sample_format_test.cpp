@@ -15,7 +15,6 @@ using SampleFormat::Reduction;
 namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double Infinite = std::numeric_limits<double>::infinity();
 
 template <class T>
 constexpr DataFormat FormatOf = std::is_same_v<T, std::int16_t>   ? DataFormat::Int16
@@ -47,60 +46,46 @@ TEST(SampleFormat, RealTargetsAreScaledInTheirOwnPrecision) {
     std::vector<std::int16_t> words;
     std::vector<float> narrow;
     std::vector<double> wide;
-    const double scale = 0.1;
-    const double offset = -0.07;
     for (int i = 0; i < 19; ++i) {
-        const auto word = static_cast<std::int16_t>(i * 3641 - 32768);
-        words.push_back(word);
-        narrow.push_back(static_cast<float>(word) * 0.1f + -0.07f);
-        wide.push_back(word * scale + offset);
+        words.push_back(static_cast<std::int16_t>(i * 3641 - 32768));
+        narrow.push_back(static_cast<float>(words.back()) * 0.1f + -0.07f);
+        wide.push_back(words.back() * 0.1 + -0.07);
     }
-    EXPECT_EQ(Converted<float>(words, scale, offset), narrow);
-    EXPECT_EQ(Converted<double>(words, scale, offset), wide);
+    EXPECT_EQ(Converted<float>(words, 0.1, -0.07), narrow);
+    EXPECT_EQ(Converted<double>(words, 0.1, -0.07), wide);
     // Beyond 24 bits the widening itself rounds, before the scale comes.
     EXPECT_EQ(Converted<float>(std::vector<std::int32_t>{16777217}, 3.0, 0.0)[0], 16777216.0f * 3.0f);
     EXPECT_EQ(Converted<double>(std::vector<std::int32_t>{16777217}, 3.0, 0.0)[0], 50331651.0);
-    EXPECT_EQ(Converted<float>(std::vector<double>{0.1}, 1.0, 0.0)[0], 0.1f);
-    EXPECT_EQ(Converted<double>(std::vector<float>{0.1f}, 2.0, 0.0)[0], 2.0 * static_cast<double>(0.1f));
 }
 
 TEST(SampleFormat, IntegerTargetsTruncateIntegersAndRoundReals) {
     const std::vector<std::int16_t> words(19, 5);
     EXPECT_EQ(Converted<std::int16_t>(words, 0.5, 0.0), std::vector<std::int16_t>(19, 2));
     EXPECT_EQ(Converted<std::int32_t>(words, -0.5, 0.0), std::vector<std::int32_t>(19, -2));
-    EXPECT_EQ(Converted<std::int16_t>(std::vector<std::int32_t>{-7}, 0.25, -0.2)[0], -1);
-    const std::vector<float> reals{2.5f, -2.5f, 1.4f, -0.6f};
-    EXPECT_EQ(Converted<std::int16_t>(reals, 1.0, 0.0), (std::vector<std::int16_t>{3, -3, 1, -1}));
-    EXPECT_EQ(Converted<std::int32_t>(std::vector<double>{2.5, 1.25}, 1.0, 0.25),
-              (std::vector<std::int32_t>{3, 2}));
-    const std::vector<double> wild{1e300, -1e300, Infinite, -Infinite, NaN, 32767.4};
+    EXPECT_EQ(Converted<std::int32_t>(std::vector<double>{2.5, 1.25, -2.5}, 1.0, 0.25),
+              (std::vector<std::int32_t>{3, 2, -2}));
+    const std::vector<float> wild{2.5f, -2.5f, 1e30f, -1e30f, HUGE_VALF, static_cast<float>(NaN), 32767.4f};
     EXPECT_EQ(Converted<std::int16_t>(wild, 1.0, 0.0),
-              (std::vector<std::int16_t>{32767, -32768, 32767, -32768, 0, 32767}));
-    EXPECT_EQ(Converted<std::int32_t>(wild, 1.0, 0.0)[1], std::numeric_limits<std::int32_t>::min());
+              (std::vector<std::int16_t>{3, -3, 32767, -32768, 32767, 0, 32767}));
 }
 
 TEST(SampleFormat, RefusedConversionsSayWhyAndTouchNothing) {
-    const auto unknown = static_cast<DataFormat>(4);
+    constexpr auto unknown = static_cast<DataFormat>(4);
     const struct {
         DataFormat From, To;
-        bool ForRam;
         std::size_t Points;
         const char* Said;
     } cases[] = {
-        {DataFormat::Int16, DataFormat::Int16, true, 2, "Error: \"int16\" RAM-format not supported.\n"},
-        {DataFormat::Real64, DataFormat::Int32, true, 2, "Error: \"int32\" RAM-format not supported.\n"},
-        {unknown, DataFormat::Real32, true, 2, "Error: unknown data-format of source.\n"},
-        {DataFormat::Real32, unknown, false, 2, "Error: unknown data-format of target\n"},
-        {DataFormat::Real64, DataFormat::Real32, true, 3, ""}, // source too short
-        {DataFormat::Int16, DataFormat::Real64, true, 3, ""},  // target too short
-        {DataFormat::Int16, DataFormat::Real64, true, std::numeric_limits<std::size_t>::max(), ""},
+        {DataFormat::Int16, DataFormat::Int16, 2, "Error: \"int16\" RAM-format not supported.\n"},
+        {DataFormat::Real32, unknown, 2, "Error: unknown data-format of target\n"},
+        {DataFormat::Real64, DataFormat::Real32, 3, ""}, // source too short
+        {DataFormat::Int16, DataFormat::Real64, 3, ""},  // target too short
     };
     for (const auto& one : cases) {
-        Messages::Recorder said;
+        const Messages::Recorder said;
         const std::vector<std::byte> source(16);
         std::vector<std::byte> target(16, std::byte{9});
-        EXPECT_FALSE(
-            SampleFormat::ConvertFormat(one.From, one.To, source, target, one.Points, 1, 0, one.ForRam));
+        EXPECT_FALSE(SampleFormat::ConvertFormat(one.From, one.To, source, target, one.Points, 1, 0, true));
         EXPECT_EQ(said.Alerts, one.Said);
         EXPECT_EQ(target, std::vector<std::byte>(16, std::byte{9}));
     }
@@ -108,21 +93,17 @@ TEST(SampleFormat, RefusedConversionsSayWhyAndTouchNothing) {
 
 TEST(SampleFormat, ExtremesIgnoreWhatIsNoNumber) {
     constexpr float Nan = std::numeric_limits<float>::quiet_NaN();
-    for (const std::size_t place : {0u, 7u, 8u, 18u}) { // first and last of a pass, and the rest
-        std::vector<float> samples(19, 1.0f);
-        samples[(place + 1) % 19] = Nan;
-        samples[place] = -3.0f;
-        EXPECT_EQ(SampleFormat::FindExtremes(samples).Min, -3.0f) << place;
-        EXPECT_EQ(SampleFormat::FindExtremes(samples).Max, 1.0f) << place;
-        samples[place] = 3.0f;
-        EXPECT_EQ(SampleFormat::FindExtremes(samples).Min, 1.0f) << place;
-        EXPECT_EQ(SampleFormat::FindExtremes(samples).Max, 3.0f) << place;
-    }
+    for (const std::size_t place : {0u, 7u, 15u, 16u, 18u}) // in a pass, and in the rest
+        for (const float odd : {-3.0f, 3.0f}) {
+            std::vector<float> samples(19, 1.0f);
+            samples[(place + 1) % 19] = Nan;
+            samples[place] = odd;
+            EXPECT_EQ(SampleFormat::FindExtremes(samples).Min, std::min(odd, 1.0f)) << place;
+            EXPECT_EQ(SampleFormat::FindExtremes(samples).Max, std::max(odd, 1.0f)) << place;
+        }
     EXPECT_FALSE(SampleFormat::FindExtremes({}).Known);
     EXPECT_FALSE(SampleFormat::FindExtremes(std::vector<float>(19, Nan)).Known);
-    const auto infinite = SampleFormat::FindExtremes(std::vector<float>{static_cast<float>(Infinite)});
-    EXPECT_TRUE(infinite.Known);
-    EXPECT_EQ(infinite.Min, infinite.Max);
+    EXPECT_TRUE(SampleFormat::FindExtremes(std::vector<float>{HUGE_VALF}).Known);
 }
 
 TEST(Compress, AnalogGroupsGiveFirstSamplesOrMeans) {
@@ -141,39 +122,35 @@ TEST(Compress, AnalogGroupsGiveFirstSamplesOrMeans) {
 
 TEST(Compress, FilterRunsFirstWithZerosAroundTheData) {
     const std::vector<float> source(40, 1.0f);
-    std::vector<float> target(10);
+    std::vector<float> target(10), unfiltered(40);
     ASSERT_EQ(Reduced(source, target, {.Stride = 4, .Plain = true, .Filter = true}), 10u);
     GaussFilter::FilterRecord record;
     ASSERT_EQ(GaussFilterDesign(record, 0.25), 1);
     EXPECT_EQ(target[0], static_cast<float>(1.0 - record.Coefficients[0]));
     EXPECT_FLOAT_EQ(target[5], 1.0f);
-    std::vector<float> unfiltered(40);
     ASSERT_EQ(Reduced(source, unfiltered, {.Stride = 1, .Filter = true}), 40u);
     EXPECT_EQ(unfiltered, source);
 }
 
 TEST(Compress, DigitalWordsAreMaskedAndMerged) {
     const std::vector<std::int16_t> words{-1, 0, 0x55, 0};
-    const auto bytes = std::as_bytes(std::span(words));
     std::vector<float> target{512, 512};
-    Reduction how{.Stride = 2, .DigitalMask = 0x8011, .Format = DataFormat::Int16, .Add = true, .Scale = 7};
-    EXPECT_EQ(SampleFormat::Compress(bytes, target, 4, how), 2u);
-    EXPECT_EQ(target, (std::vector<float>{512 + 0x8011, 512 + 0x11}));
-    how.Add = false;
-    EXPECT_EQ(SampleFormat::Compress(bytes, target, 4, how), 2u);
-    EXPECT_EQ(target, (std::vector<float>{0x8011, 0x11}));
-    std::vector<float> reals{static_cast<float>(NaN), 6.6f, -1.0f, 1e30f};
-    std::vector<float> masked(4);
-    EXPECT_EQ(Reduced(reals, masked, {.DigitalMask = 0xFFF}), 4u);
-    EXPECT_EQ(masked[0], 0.0f);
-    EXPECT_EQ(masked[1], 7.0f);
-    EXPECT_EQ(masked[2], 4095.0f);
-    for (const std::uint32_t none : {65535u, 65536u}) { // as good as no mask: the sign survives
-        EXPECT_EQ(SampleFormat::Compress(bytes, target, 4,
-                                         {.Stride = 2, .DigitalMask = none, .Format = DataFormat::Int16}),
+    const auto reduced = [&](std::uint32_t mask, bool add) {
+        EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(words)), target, 4,
+                                         {.Stride = 2,
+                                          .DigitalMask = mask,
+                                          .Format = DataFormat::Int16,
+                                          .Add = add,
+                                          .Scale = add ? 7.0 : 1.0}),
                   2u);
-        EXPECT_EQ(target[0], -1.0f);
-    }
+        return target;
+    };
+    EXPECT_EQ(reduced(0x8011, true), (std::vector<float>{512 + 0x8011, 512 + 0x11}));
+    EXPECT_EQ(reduced(0x8011, false), (std::vector<float>{0x8011, 0x11}));
+    EXPECT_EQ(reduced(65535, false)[0], -1.0f); // as good as no mask: the sign survives
+    std::vector<float> masked(3);
+    EXPECT_EQ(Reduced({static_cast<float>(NaN), 6.6f, -1.0f}, masked, {.DigitalMask = 0xFFF}), 3u);
+    EXPECT_EQ(masked, (std::vector<float>{0, 7, 4095}));
 }
 
 TEST(Compress, RefusesWhatItCannotReduce) {
@@ -182,10 +159,10 @@ TEST(Compress, RefusesWhatItCannotReduce) {
     std::vector<float> target(4, -99.0f);
     EXPECT_EQ(Reduced(source, target, {.Format = DataFormat::Int32}), 0u);
     EXPECT_EQ(said.Alerts, "Compress: illegal data format\n");
-    EXPECT_EQ(Reduced(source, target, {.Stride = 0}), 0u);
-    EXPECT_EQ(Reduced(source, target, {.Stride = 2, .Block = 3}), 0u);
+    for (const Reduction& how : {Reduction{.Stride = 0}, Reduction{.Stride = 2, .Block = 3},
+                                 Reduction{.Stride = 1u << 31, .Filter = true}})
+        EXPECT_EQ(Reduced(source, target, how), 0u);
     EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(source)), target, 5, {}), 0u);
-    EXPECT_EQ(Reduced(source, target, {.Stride = 1u << 31, .Filter = true}), 0u);
     EXPECT_EQ(target, std::vector<float>(4, -99.0f));
 }
 
@@ -195,9 +172,4 @@ TEST(DigitalWords, BitsAreExtractedKeptAndSet) {
     EXPECT_EQ(words, (std::vector<std::uint16_t>{0x8031, 0x7F3E}));
     SampleFormat::ExtractBit(words, 15);
     EXPECT_EQ(words, (std::vector<std::uint16_t>{1, 0}));
-    for (const int bit : {-1, 16, 1000}) {
-        std::vector<std::uint16_t> all{0xFFFF};
-        SampleFormat::ExtractBit(all, bit);
-        EXPECT_EQ(all[0], 0) << bit;
-    }
 }

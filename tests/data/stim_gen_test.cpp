@@ -1,121 +1,143 @@
 #include "data/stim_gen.h"
 
 #include "base/messages.h"
+#include "vectors.h"
 
-#include <cmath>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <limits>
-#include <nlohmann/json.hpp>
-#include <numbers>
-#include <string>
+#include <map>
+#include <sstream>
 #include <vector>
 
 namespace {
 
-using Json = nlohmann::json;
-using StimTree::SegmentClass;
-namespace StimFlags = StimTree::StimFlags;
-
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double Infinite = std::numeric_limits<double>::infinity();
 constexpr std::int32_t Least = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t Greatest = std::numeric_limits<std::int32_t>::max();
 
-StimSegment Piece(SegmentClass kind, double voltage, double duration) {
+using Values = std::map<std::string, double>;
+
+double ValueOf(const Values& values, const char* name, double otherwise) {
+    const auto found = values.find(name);
+    return found == values.end() ? otherwise : found->second;
+}
+
+std::int32_t WholeOf(const Values& values, const char* name) {
+    return static_cast<std::int32_t>(ValueOf(values, name, 0));
+}
+
+// "C2,3,dv=1": class (K is the continuous one), voltage, duration, and more by name.
+StimSegment Piece(const std::string& word) {
+    std::istringstream parts(word.substr(1));
+    std::string voltage, duration, part;
+    std::getline(std::getline(parts, voltage, ','), duration, ',');
+    Values more;
+    while (std::getline(parts, part, ','))
+        more[part.substr(0, part.find('='))] = std::stod(part.substr(part.find('=') + 1));
     StimSegment segment{};
-    segment.SgClass = static_cast<std::uint8_t>(kind);
-    segment.SgStoreKind = 1;
-    segment.SgVoltage = voltage;
-    segment.SgDuration = duration;
-    segment.SgDeltaVFactor = 1;
+    segment.SgClass = static_cast<std::uint8_t>(std::string("CRKSQ?").find(word[0]));
+    segment.SgStoreKind = ValueOf(more, "unstored", 0) == 0;
+    segment.SgVoltage = std::stod(voltage);
+    segment.SgVoltageSource = WholeOf(more, "source");
+    segment.SgDeltaVFactor = ValueOf(more, "fv", 1);
+    segment.SgDeltaVIncrement = ValueOf(more, "dv", 0);
+    segment.SgDuration = std::stod(duration);
+    segment.SgDurationSource = WholeOf(more, "from");
     segment.SgDeltaTFactor = 1;
+    segment.SgDeltaTIncrement = ValueOf(more, "dt", 0);
     return segment;
 }
 
-// A stimulation of one channel: 1 s a sample, 5 sweeps, holding -10.
+// A stimulation of one channel with 5 sweeps and holding -10, from the words for its segments and settings.
 struct Bench {
     StimStimulation Stimulation{};
     StimChannel Channel{};
+    Values Settings;
     std::vector<StimSegment> Segments;
-    std::vector<double> Params = std::vector<double>(10);
-    std::vector<StimGen::ScaleRow> Table;
-    std::size_t Limit = 1000;
-    double (*Photo)(double) = nullptr;
+    std::vector<double> Params = {7, -6, 6, 0, 0, 0, 0, 0, 0, 8};
+    std::vector<StimGen::ScaleRow> Table = {{1, 100}, {3, 300}, {4, 400}};
     std::vector<const StimSegment*> Pointers;
-    bool Continuous = false;
-    std::string Said;
 
-    explicit Bench(std::vector<StimSegment> segments) : Segments(std::move(segments)) {
-        Stimulation.SsSampleInterval = 1;
-        Stimulation.SsNumberSweeps = 5;
-        Channel.ChHolding = -10;
-    }
-
-    StimGen::Source Source() {
-        Pointers.clear();
+    explicit Bench(const char* text) {
+        std::istringstream words(text);
+        for (std::string word; words >> word;)
+            if (const std::size_t equals = word.find('='); std::islower(word[0]))
+                Settings[word.substr(0, equals)] = std::stod(word.substr(equals + 1));
+            else
+                Segments.push_back(Piece(word));
         for (const StimSegment& segment : Segments) Pointers.push_back(&segment);
+        Stimulation.SsSampleInterval = ValueOf(Settings, "interval", 1); // s
+        Stimulation.SsNumberSweeps = 5;
+        Stimulation.SsUseScanRates = ValueOf(Settings, "rates", 0) != 0;
+        Channel.ChHolding = -10;
+        Channel.ChStimFlags = static_cast<std::int16_t>(WholeOf(Settings, "flags"));
+        Channel.ChSquareParams[0] = ValueOf(Settings, "period", 0);
+        Channel.ChSquareParams[1] = ValueOf(Settings, "amplitude", 0);
+        Channel.ChDacMode = static_cast<std::int16_t>(WholeOf(Settings, "dac"));
+        Channel.ChDacChannel = static_cast<std::int16_t>(WholeOf(Settings, "bit"));
+    }
+    StimGen::Source Source() const {
         return {.Stimulation = Stimulation,
                 .Channel = Channel,
                 .Segments = Pointers,
                 .StParams = Params,
-                .MaxStimPoints = Limit,
-                .Photo = Photo,
+                .MaxStimPoints = 10,
+                .Photo = [](double value) { return value + 1; },
                 .ScaleTable = Table};
     }
-
-    std::vector<float> Run(std::int32_t n = 1) {
-        Messages::Recorder said;
-        std::vector<float> target{77};
-        const bool done = Stimulus(n, Source(), target, Continuous);
-        EXPECT_EQ(done, said.Alerts.empty());
-        EXPECT_TRUE(done || target.empty());
-        Said = said.Alerts;
-        return target;
-    }
-
-    double Voltage(std::size_t index, std::int32_t n = 1) {
-        return SegmentVoltage(n, Source(), index, Channel.ChHolding);
+    // The samples as text, "..." behind them where they go on, or what was said instead. With room the first
+    // segment alone is written into so many samples.
+    std::string Run() const {
+        const Messages::Recorder said;
+        const auto room = static_cast<std::size_t>(WholeOf(Settings, "room"));
+        std::vector<float> target(room, static_cast<float>(ValueOf(Settings, "fill", 0)));
+        bool continuous = false, done = false;
+        if (room > 0) {
+            auto position = static_cast<std::size_t>(ValueOf(Settings, "at", 0));
+            double previous = 0;
+            done = Segment(1, Source(), 0, static_cast<std::size_t>(ValueOf(Settings, "step", 1)), target,
+                           position, previous, continuous);
+        } else {
+            done = Stimulus(static_cast<std::int32_t>(ValueOf(Settings, "sweep", 1)), Source(), target,
+                            continuous);
+            EXPECT_TRUE(done || target.empty());
+        }
+        if (!done) return said.Alerts.substr(0, said.Alerts.find('\n'));
+        std::ostringstream text;
+        for (const float sample : target)
+            text << (text.tellp() > 0 ? " " : "") << std::round(sample * 1e4) / 1e4 + 0.0;
+        return text.str() + (continuous ? " ..." : "");
     }
 };
-
-using Samples = std::vector<float>;
 
 }
 
 TEST(Increment, FollowsTheVectors) {
-    std::ifstream file(TEST_DATA "/vectors/increments.json");
-    const Json vectors = Json::parse(file)["vectors"];
     int seen = 0;
-    for (const Json& vector : vectors) {
-        const Json& in = vector["in"];
+    for (const auto& vector : Vectors::Cases("increments")) {
+        const auto& in = vector["in"];
         if (in["kind"] != "increment") continue;
+        SCOPED_TRACE(vector["id"].get<std::string>());
         ++seen;
-        const double wanted = vector["out"]["value"];
         const bool exact = vector.contains("tol") && vector["tol"]["kind"] == "exact";
-        EXPECT_NEAR(StimGen::Increment(in["n"], in["N"], in["a"], in["d"], in["f"], in["mode"]), wanted,
-                    exact ? 0.0 : 1e-14 * std::abs(wanted))
-            << vector["id"];
-        EXPECT_EQ(StimGen::IncrementStep(in["n"], in["N"], in["mode"]), vector["out"]["step"].get<int>())
-            << vector["id"];
+        EXPECT_PRED3(Vectors::Near,
+                     StimGen::Increment(in["n"], in["N"], in["a"], in["d"], in["f"], in["mode"]),
+                     vector["out"]["value"].get<double>(), exact ? 0.0 : 1e-14);
+        EXPECT_EQ(StimGen::IncrementStep(in["n"], in["N"], in["mode"]), vector["out"]["step"].get<int>());
     }
     EXPECT_GE(seen, 30);
 }
 
 TEST(Increment, StepsOfWholeSeries) {
-    const struct {
-        std::uint8_t Mode;
-        std::vector<std::int64_t> Steps;
-    } cases[] = {
-        {0, {0, 1, 2, 3}},    {1, {3, 2, 1, 0}},    {2, {0, 2, 1, 3}},    {3, {3, 1, 2, 0}},
-        {7, {0, 2, 1, 3}},    {10, {0, 1, 1, 2}},   {11, {0, 1, 1, 2}},   {12, {0, 1, 2, 3}},
-        {2, {0, 2, 1, 4, 3}}, {4, {0, 4, 1, 3, 2}}, {9, {0, 4, 1, 3, 2}}, {255, {0, 1, 2, 3}},
+    const std::pair<std::uint8_t, std::vector<std::int64_t>> cases[] = {
+        {2, {0, 2, 1, 3}},    {3, {3, 1, 2, 0}},    {7, {0, 2, 1, 3}},   {2, {0, 2, 1, 4, 3}},
+        {4, {0, 4, 1, 3, 2}}, {9, {0, 4, 1, 3, 2}}, {255, {0, 1, 2, 3}},
     };
-    for (const auto& one : cases) {
-        const auto sweeps = static_cast<std::int32_t>(one.Steps.size());
-        for (std::int32_t n = 1; n <= sweeps; ++n)
-            EXPECT_EQ(StimGen::IncrementStep(n, sweeps, one.Mode), one.Steps[static_cast<std::size_t>(n - 1)])
-                << int{one.Mode} << " sweep " << n;
+    for (const auto& [mode, wanted] : cases) {
+        std::vector<std::int64_t> steps(wanted.size());
+        const auto sweeps = static_cast<std::int32_t>(steps.size());
+        for (std::int32_t n = 0; n < sweeps; ++n)
+            steps[static_cast<std::size_t>(n)] = StimGen::IncrementStep(n + 1, sweeps, mode);
+        EXPECT_EQ(steps, wanted) << int{mode};
     }
 }
 
@@ -123,232 +145,103 @@ TEST(Increment, NoNumberFromAFileBreaksIt) {
     for (int mode = 0; mode < 256; ++mode)
         for (const std::int32_t n : {Least, -1, 0, 1, Greatest})
             for (const std::int32_t sweeps : {Least, -3, 0, Greatest})
-                for (const double factor : {NaN, Infinite, -1.0, 0.0, 1e-300, 1e300})
+                for (const double factor : {NaN, HUGE_VAL, -1.0, 0.0, 1e-300, 1e300})
                     (void)StimGen::Increment(n, sweeps, 1e300, -1e300, factor,
                                              static_cast<std::uint8_t>(mode));
     EXPECT_EQ(StimGen::IncrementStep(Least, Greatest, 1), 4294967295);
-    EXPECT_EQ(StimGen::Increment(3, 5, 2.0, 1.0, NaN, 0), 2.0);
-    EXPECT_EQ(StimGen::Increment(3, 5, 2.0, 1.0, -2.0, 0), 2.0);
+    for (const double factor : {NaN, -2.0}) EXPECT_EQ(StimGen::Increment(3, 5, 2.0, 1.0, factor, 0), 2.0);
 }
 
-TEST(SegmentVoltage, TakesItsSource) {
-    Bench bench({Piece(SegmentClass::Constant, 3, 1)});
-    bench.Params[0] = 7;
-    bench.Params[9] = 8;
-    bench.Segments[0].SgDeltaVIncrement = 2;
-    const struct {
-        std::int32_t Source;
-        int Flags;
-        double Voltage; // of sweep 2: with one increment
-    } cases[] = {{0, 0, 5},
-                 {-4, 0, 5},
-                 {1, 0, -10},
-                 {2, 0, 9},
-                 {11, 0, 10},
-                 {12, 0, 2},
-                 {Greatest, 0, 2},
-                 {Least, 0, 5},
-                 {0, StimFlags::RelativeToHolding, -5},
-                 {1, StimFlags::RelativeToHolding, -10}};
-    for (const auto& one : cases) {
-        bench.Segments[0].SgVoltageSource = one.Source;
-        bench.Channel.ChStimFlags = static_cast<std::int16_t>(one.Flags);
-        EXPECT_EQ(bench.Voltage(0, 2), one.Voltage) << one.Source << " " << one.Flags;
-    }
-    // The holding belongs to the start that a factor multiplies.
-    bench.Segments[0].SgVoltageSource = 0;
-    bench.Segments[0].SgDeltaVFactor = 2;
-    EXPECT_NEAR(bench.Voltage(0, 2), -7 * 2 + 2, 1e-12);
-    EXPECT_EQ(bench.Voltage(1), 0.0);
-}
-
-TEST(SegmentDuration, TakesItsSourceAndRate) {
-    Bench bench({Piece(SegmentClass::Constant, 3, 4), Piece(SegmentClass::Ramp, 5, 4)});
-    bench.Params[0] = -6;
-    bench.Params[1] = 6;
-    const auto duration = [&](std::size_t index, std::int32_t n = 1) {
-        return SegmentDuration(n, bench.Source(), index);
+TEST(Stimulus, IsWhatItsSegmentsSay) {
+    constexpr const char* TooLarge = "Stimulus is larger than MaxStimPoints!";
+    constexpr const char* Illegal = "StimGen.Stimulus: illegal parameters.";
+    const std::pair<const char*, const char*> cases[] = {
+        // Each class; a piece of no point is none, and the former voltage stays.
+        {"C2,2 R6,2 C50,0.4 R7,1 Q1,4 period=3 amplitude=4", "2 2 4 6 7 5 -3 -3 1"},
+        {"Q1,8 period=3 amplitude=4", "5 -3 -3 5 -3 -3 1 1"},
+        {"R-8,2 S1,4.5 period=4 amplitude=4", "-9 -8 1 5 1 -3 1"},
+        {"Q1,3 period=1 amplitude=4", "1 1 1"}, // no full cycle
+        {"Q1,3 period=-1 amplitude=4", "1 1 1"},
+        {"Q1,3 period=nan amplitude=4", "1 1 1"},
+        {"S1,3 period=nan amplitude=4", "1 1 1"},
+        {"Q1,3 period=inf amplitude=4", "1 1 1"},
+        {"C2,2 K0,1e300 C3,1e300", "2 2 ..."},
+        {"C2,2 K0,0 C3,1", "2 2 3"},
+        {"?1,1", "StimGen.Segment: illegal segment class."},
+        // Scale table (32) and photometry (16) convert constants and square levels; templates (4), and those
+        // relative to the holding (6), leave the samples out.
+        {"C2,1 R4,1 Q2,3 period=2 amplitude=2", "2 4 4 0 2"},
+        {"C2,1 R4,1 Q2,3 period=2 amplitude=2 flags=32", "300 4 400 100 300"},
+        {"C2,1 R4,1 Q2,3 period=2 amplitude=2 flags=16", "3 4 5 1 3"},
+        {"R2,2 K2,1 flags=4", "0 0 0"},
+        {"R2,2 K2,1 flags=6", "-10 -10 -10"},
+        // Sources of the voltage; the holding belongs to the start that a factor multiplies.
+        {"C3,1,dv=2 sweep=2", "5"},
+        {"C3,1,dv=2,source=-4 sweep=2", "5"},
+        {"C3,1,dv=2,source=-2147483648 sweep=2", "5"},
+        {"C3,1,dv=2,source=1 sweep=2", "-10"},
+        {"C3,1,dv=2,source=2 sweep=2", "9"},
+        {"C3,1,dv=2,source=11 sweep=2", "10"},
+        {"C3,1,dv=2,source=12 sweep=2", "2"},
+        {"C3,1,dv=2,source=2147483647 sweep=2", "2"},
+        {"C3,1,dv=2 sweep=2 flags=2", "-5"},
+        {"C3,1,dv=2,source=1 sweep=2 flags=2", "-10"},
+        {"C3,1,dv=2,fv=2 sweep=2 flags=2", "-12"},
+        // Sources of the duration, below 0 counting as 0; scan rates are those of ramps, both ways.
+        {"C1,4,dt=1,from=1 sweep=3", "1 1 1 1 1 1"},
+        {"C1,4,dt=1,from=3 sweep=3", "1 1"},
+        {"C1,4,dt=1,from=4 sweep=3", "1 1 1 1 1 1 1 1"},
+        {"C3,2 R5,0.5 rates=1", "3 3 3.5 4 4.5 5"},
+        {"C3,1 R5,0.5,dt=0.5 rates=1 sweep=2", "3 4 5"},
+        {"C3,1,source=1 R5,3 rates=1", "-10 -7 -4 -1 2 5"},
+        {"R-12,0.5 rates=1", "-10.5 -11 -11.5 -12"},
+        {"R5,0 R5,-1 R5,nan C1,1 rates=1", "1"},
+        // No number from a file gets through: at most 10 points, an interval above 0, a sweep from 1 on.
+        {"C2,6 C2,4", "2 2 2 2 2 2 2 2 2 2"},
+        {"C2,6 C2,5", TooLarge},
+        {"C2,6 C2,1e300", TooLarge},
+        {"C2,6 C2,inf", TooLarge},
+        {"C2,3 C2,-1 C2,-inf C2,nan", "2 2 2"},
+        {"C2,1 interval=0", Illegal},
+        {"C2,1 interval=nan", Illegal},
+        {"C2,1 sweep=0", Illegal},
+        // A segment at its increment, inside of the target.
+        {"C2,3 room=8 at=1 step=3", "0 2 0 0 2 0 0 2"},
+        {"C2,3 room=8 at=2 step=3", TooLarge},
+        {"C2,3 room=8 at=8", TooLarge},
+        {"C2,3 room=8 at=1e19", TooLarge},
+        {"C2,3 room=8 step=0", ""},
+        // Digital channels set their bit by the sign (3), or write their voltage (2).
+        {"S0.1,1 dac=3 bit=2 room=1 fill=3", "7"},
+        {"S-5,1 dac=3 bit=1 room=1 fill=3", "1"},
+        {"S0,1 dac=3 bit=1 room=1 fill=3", "3"},
+        {"Snan,1 dac=3 bit=1 room=1 fill=3", "3"},
+        {"S1,1 dac=3 bit=16 room=1 fill=3", "3"},
+        {"S1,1 dac=3 bit=-1 room=1 fill=3", "3"},
+        {"S3.6,1 dac=2 bit=2 room=1 fill=3", "7"},
+        {"S2,1 dac=2 bit=0 room=1 fill=3", "2"},
+        {"Snan,1 dac=2 bit=1 room=1 fill=3", "1"},
+        {"S1e300,1 dac=2 bit=15 room=1 fill=3", "32771"},
     };
-    bench.Segments[0].SgDurationSource = 2;
-    bench.Segments[0].SgDeltaTIncrement = 1;
-    EXPECT_EQ(duration(0, 3), 2.0); // a parameter below 0 counts as 0
-    bench.Segments[0].SgDurationSource = 3;
-    EXPECT_EQ(duration(0, 3), 8.0);
-    bench.Segments[0].SgDurationSource = 1;
-    EXPECT_EQ(duration(0, 3), 6.0);
-
-    bench.Stimulation.SsUseScanRates = 1;
-    EXPECT_EQ(duration(0), 4.0);       // not a ramp
-    EXPECT_EQ(duration(1), 2.0 / 4.0); // from 3 to 5 with 4 a second
-    bench.Segments[1].SgDeltaTIncrement = 4;
-    EXPECT_EQ(duration(1, 2), 2.0 / 8.0);
-    bench.Segments[0].SgVoltageSource = 1;
-    EXPECT_EQ(duration(1), 15.0 / 4.0); // from the holding
-    bench.Segments[1].SgVoltageSource = 1;
-    EXPECT_EQ(duration(1), 0.0); // to the holding as well
-    bench.Segments[0] = Piece(SegmentClass::Ramp, -12, 0.5);
-    EXPECT_EQ(duration(0), 4.0); // the first one begins at the holding, and the way down counts
-    for (const double rate : {0.0, -1.0, NaN}) {
-        bench.Segments[0].SgDuration = rate;
-        EXPECT_EQ(duration(0), 0.0);
-    }
-}
-
-TEST(Stimulus, WritesEachClass) {
-    Bench bench({Piece(SegmentClass::Constant, 2, 2), Piece(SegmentClass::Ramp, 6, 4),
-                 Piece(SegmentClass::Constant, 50, 0.4), // rounds to no point: the former voltage stays 6
-                 Piece(SegmentClass::Ramp, 7, 1), Piece(SegmentClass::Squarewave, 1, 8)});
-    bench.Channel.ChSquareParams[0] = 3;
-    bench.Channel.ChSquareParams[1] = 4;
-    EXPECT_EQ(bench.Run(), (Samples{2, 2, 3, 4, 5, 6, 7, 5, -3, -3, 5, -3, -3, 1, 1}));
-    bench.Segments = {Piece(SegmentClass::Ramp, -8, 2), Piece(SegmentClass::Sinewave, 1, 4.5)};
-    bench.Channel.ChSquareParams[0] = 4;
-    const Samples sine = bench.Run();
-    ASSERT_EQ(sine.size(), 7u); // 4.5 rounds away from zero
-    const float wanted[] = {-9, -8, 1, 5, 1, -3, 1};
-    for (std::size_t i = 0; i < 7; ++i) EXPECT_NEAR(sine[i], wanted[i], 1e-6);
-    for (const double period : {0.0, -1.0, 1.0, NaN, Infinite}) { // no full cycle
-        bench.Segments = {Piece(SegmentClass::Squarewave, 1, 3)};
-        bench.Channel.ChSquareParams[0] = period;
-        EXPECT_EQ(bench.Run(), (Samples{1, 1, 1})) << period;
-    }
-}
-
-TEST(Stimulus, ConstantsAndSquareLevelsAreConverted) {
-    Bench bench({Piece(SegmentClass::Constant, 2, 1), Piece(SegmentClass::Ramp, 4, 1),
-                 Piece(SegmentClass::Squarewave, 2, 3)});
-    bench.Channel.ChSquareParams[0] = 2;
-    bench.Channel.ChSquareParams[1] = 2;
-    bench.Table = {{1, 100}, {3, 300}, {4, 400}};
-    bench.Photo = [](double value) { return value + 1; };
-    EXPECT_EQ(bench.Run(), (Samples{2, 4, 4, 0, 2}));
-    bench.Channel.ChStimFlags = StimFlags::Scaling;
-    EXPECT_EQ(bench.Run(), (Samples{300, 4, 400, 100, 300}));
-    bench.Channel.ChStimFlags = StimFlags::Scaling | StimFlags::Photo;
-    EXPECT_EQ(bench.Run(), (Samples{300, 4, 400, 100, 300}));
-    bench.Channel.ChStimFlags = StimFlags::Photo;
-    EXPECT_EQ(bench.Run(), (Samples{3, 4, 5, 1, 3}));
-}
-
-TEST(Stimulus, AContinuousSegmentEndsIt) {
-    Bench bench({Piece(SegmentClass::Constant, 2, 2), Piece(SegmentClass::Continuous, 0, 1e300),
-                 Piece(SegmentClass::Constant, 3, 1e300)});
-    EXPECT_EQ(bench.Run(), (Samples{2, 2}));
-    EXPECT_TRUE(bench.Continuous);
-    bench.Segments[1].SgDuration = 0; // without points it is no segment
-    bench.Segments[2].SgDuration = 1;
-    EXPECT_EQ(bench.Run(), (Samples{2, 2, 3}));
-    EXPECT_FALSE(bench.Continuous);
-}
-
-TEST(Stimulus, ATemplateLeavesTheSamplesOut) {
-    Bench bench({Piece(SegmentClass::Ramp, 2, 2), Piece(SegmentClass::Continuous, 2, 1)});
-    bench.Channel.ChStimFlags = StimFlags::FileTemplate;
-    EXPECT_EQ(bench.Run(), (Samples{0, 0, 0}));
-    bench.Channel.ChStimFlags |= StimFlags::RelativeToHolding;
-    EXPECT_EQ(bench.Run(), (Samples{-10, -10, -10}));
-}
-
-TEST(Stimulus, DigitalChannelsWriteTheirBit) {
-    const struct {
-        std::int16_t Mode, Bit;
-        double Voltage;
-        float From3; // what a sample of 3 becomes
-    } cases[] = {{3, 2, 0.1, 7}, {3, 1, -5, 1},  {3, 1, 0, 3}, {3, 1, NaN, 3}, {3, 16, 1, 3},
-                 {3, -1, 1, 3},  {2, 2, 3.6, 7}, {2, 0, 2, 2}, {2, 1, NaN, 1}, {2, 15, 1e300, 32771}};
-    for (const auto& one : cases) {
-        Bench bench({Piece(SegmentClass::Sinewave, one.Voltage, 1)});
-        bench.Channel.ChDacMode = one.Mode;
-        bench.Channel.ChDacChannel = one.Bit;
-        Samples target{3};
-        std::size_t position = 0;
-        double previous = 0;
-        bool continuous = false;
-        ASSERT_TRUE(Segment(1, bench.Source(), 0, 1, target, position, previous, continuous));
-        EXPECT_EQ(target[0], one.From3) << one.Mode << " " << one.Bit << " " << one.Voltage;
-    }
-}
-
-TEST(Stimulus, RefusalsSayWhy) {
-    constexpr const char* TooLarge = "Stimulus is larger than MaxStimPoints!\n";
-    constexpr const char* Illegal = "StimGen.Stimulus: illegal parameters.\n";
-    Bench bench({Piece(SegmentClass::Constant, 2, 600), Piece(SegmentClass::Constant, 2, 400)});
-    EXPECT_EQ(bench.Run().size(), 1000u);
-    for (const double duration : {401.0, 1e9, 1e300, Infinite}) {
-        bench.Segments[1].SgDuration = duration;
-        (void)bench.Run();
-        EXPECT_EQ(bench.Said, TooLarge) << duration;
-    }
-    for (const double duration : {-1.0, -1e300, -Infinite, NaN}) { // no points: skipped
-        bench.Segments[1].SgDuration = duration;
-        EXPECT_EQ(bench.Run().size(), 600u) << duration;
-    }
-    for (const double interval : {0.0, -1.0, NaN}) {
-        bench.Stimulation.SsSampleInterval = interval;
-        (void)bench.Run();
-        EXPECT_EQ(bench.Said, Illegal) << interval;
-        EXPECT_EQ(SegmentTable(1, bench.Source())[0].Points, 0);
-    }
-    bench.Stimulation.SsSampleInterval = 1;
-    (void)bench.Run(0);
-    EXPECT_EQ(bench.Said, Illegal);
-    bench.Segments[1] = Piece(static_cast<SegmentClass>(5), 1, 1);
-    (void)bench.Run();
-    EXPECT_EQ(bench.Said, "StimGen.Segment: illegal segment class.\n");
-
+    for (const auto& [words, wanted] : cases) EXPECT_EQ(Bench(words).Run(), wanted) << words;
     const StimSegment* const missing[] = {nullptr};
-    StimGen::Source source{.Stimulation = bench.Stimulation,
-                           .Channel = bench.Channel,
-                           .Segments = missing,
-                           .StParams = bench.Params};
-    Messages::Recorder said;
-    Samples target;
+    const Bench bench("C1,1");
+    StimGen::Source source = bench.Source();
+    source.Segments = missing;
+    std::vector<float> target;
     bool continuous = false;
     EXPECT_FALSE(Stimulus(1, source, target, continuous));
-    EXPECT_EQ(said.Alerts, Illegal);
     EXPECT_TRUE(SegmentTable(1, source).empty());
 }
 
-TEST(Segment, WritesAtItsIncrementAndStaysInsideTheTarget) {
-    Bench bench({Piece(SegmentClass::Constant, 2, 3)});
-    Samples target(8, 0.0f);
-    std::size_t position = 1;
-    double previous = 0;
-    bool continuous = false;
-    ASSERT_TRUE(Segment(1, bench.Source(), 0, 3, target, position, previous, continuous));
-    EXPECT_EQ(target, (Samples{0, 2, 0, 0, 2, 0, 0, 2}));
-    EXPECT_EQ(position, 10u);
-    EXPECT_EQ(previous, 2.0);
-    const Samples before = target;
-    for (const std::size_t start :
-         {std::size_t{2}, std::size_t{8}, std::numeric_limits<std::size_t>::max()}) {
-        Messages::Recorder said;
-        position = start;
-        EXPECT_FALSE(Segment(1, bench.Source(), 0, 3, target, position, previous, continuous));
-        EXPECT_EQ(said.Alerts, "Stimulus is larger than MaxStimPoints!\n");
-    }
-    EXPECT_FALSE(Segment(1, bench.Source(), 1, 1, target, position, previous, continuous));
-    EXPECT_FALSE(Segment(1, bench.Source(), 0, 0, target, position, previous, continuous));
-    EXPECT_EQ(target, before);
-}
-
 TEST(StoredStimulus, LinesUpWithTheRecordedTrace) {
-    Bench bench({Piece(SegmentClass::Constant, 1, 2), Piece(SegmentClass::Constant, 2, 3),
-                 Piece(SegmentClass::Constant, 3, 1), Piece(SegmentClass::Constant, 4, 2)});
-    bench.Segments[0].SgStoreKind = 0;
-    bench.Segments[2].SgStoreKind = 0;
-    const auto table = SegmentTable(1, bench.Source());
-    const struct { std::int64_t First, StoredFirst; } wanted[] = {{0, 0}, {2, 0}, {5, 3}, {6, 3}};
-    for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(table[i].FirstPoint, wanted[i].First);
-        EXPECT_EQ(table[i].StoredFirst, wanted[i].StoredFirst);
-        EXPECT_EQ(table[i].Stored, i % 2 == 1);
-    }
-    Samples stimulus = bench.Run();
-    stimulus.push_back(9); // behind the last segment
+    const auto table = SegmentTable(1, Bench("C1,2,unstored=1 C2,3 C3,1,unstored=1 C4,2").Source());
+    EXPECT_EQ(table[3].FirstPoint, 6);
+    EXPECT_EQ(table[3].StoredFirst, 3);
+    std::vector<float> stimulus{1, 1, 2, 2, 2, 3, 4, 4, 9}; // one behind the last segment
     KeepStored(table, stimulus);
-    EXPECT_EQ(stimulus, (Samples{2, 2, 2, 4, 4, 9}));
-    Samples cut{1, 1, 2}; // ended early by a continuous segment
+    EXPECT_EQ(stimulus, (std::vector<float>{2, 2, 2, 4, 4, 9}));
+    std::vector<float> cut{1, 1, 2}; // ended early by a continuous segment
     KeepStored(table, cut);
-    EXPECT_EQ(cut, (Samples{2}));
+    EXPECT_EQ(cut, (std::vector<float>{2}));
 }

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <limits>
 
 using Support::Json;
 using Support::OpenedData;
@@ -31,13 +30,10 @@ void Compare(std::span<const float> got, const Json& wanted, bool exact) {
     const double low = wanted["min"], high = wanted["max"];
     const double largest = exact ? 0 : std::max(std::fabs(low), std::fabs(high));
     const auto [least, greatest] = std::minmax_element(got.begin(), got.end());
-    EXPECT_TRUE(Near(*least, low, largest)) << *least << " " << low;
-    EXPECT_TRUE(Near(*greatest, high, largest)) << *greatest << " " << high;
-    for (std::size_t i = 0; i < wanted["indices"].size(); ++i) {
-        const std::size_t at = wanted["indices"][i];
-        EXPECT_TRUE(Near(got[at], wanted["values"][i], largest))
-            << at << " " << got[at] << " " << wanted["values"][i];
-    }
+    EXPECT_PRED3(Near, *least, low, largest);
+    EXPECT_PRED3(Near, *greatest, high, largest);
+    for (std::size_t i = 0; i < wanted["indices"].size(); ++i)
+        EXPECT_PRED3(Near, got[wanted["indices"][i].get<std::size_t>()], wanted["values"][i], largest) << i;
 }
 
 // A load of a tool, with the settings given before.
@@ -51,21 +47,36 @@ void CompareLoad(OpenedData& data, const Json& entry, const Json& wanted, bool e
     Compare(Traces::Loaded(*trace), wanted, exact);
 }
 
+// A trace with a leak, by itself.
+class OneTrace : public testing::Test {
+protected:
+    bool LoadRaw(const Traces::Range& range = {}) {
+        return Traces::LoadTraceRaw(Data.Session, Trace, Data.Session.DataHeap, range);
+    }
+    std::vector<float> Samples() const {
+        return {Traces::Loaded(*Trace).begin(), Traces::Loaded(*Trace).end()};
+    }
+
+    OpenedData Data{Support::Recording("plain.dat")};
+    VennicTrace* Trace = Data.Trace({1, 1, 1, 1});
+    VennicSweep* Sweep = OpenedData::SweepOf(Trace);
+};
+
 }
 
 TEST(Traces, EveryCorrectionGivesTheExpectedSamples) {
-    struct Case {
+    const struct {
         const char* Name;
         bool Leak, Zero;
-    };
+    } cases[] = {
+        {"raw", false, false}, {"zero", false, true}, {"leak", true, false}, {"leak_zero", true, true}};
     int loads = 0;
     for (const char* const set : Sets) {
         const Json expected = Support::Expected(set);
         OpenedData data(Support::Recording(std::string(set) + ".dat"));
         ASSERT_TRUE(data.IsOpen) << data.Said.Alerts;
         for (const Json& entry : expected["traces"]) {
-            for (const Case& one : {Case{"raw", false, false}, Case{"zero", false, true},
-                                    Case{"leak", true, false}, Case{"leak_zero", true, true}}) {
+            for (const auto& one : cases) {
                 if (!entry.contains(one.Name)) continue;
                 SCOPED_TRACE(Where(set, entry) + one.Name);
                 Setup::Settings.NoLeakSubtraction = !one.Leak;
@@ -76,11 +87,9 @@ TEST(Traces, EveryCorrectionGivesTheExpectedSamples) {
             // The extremes are those of the first load, whatever was corrected afterwards.
             const VennicTrace* const trace = data.Trace(entry["path"]);
             const double largest = std::max(std::fabs(trace->TrYMin), std::fabs(trace->TrYMax));
-            EXPECT_TRUE(Near(trace->TrYMin, entry["y_range"][0], entry["exact"] ? 0 : largest))
-                << Where(set, entry);
-            EXPECT_TRUE(Near(trace->TrYMax, entry["y_range"][1], entry["exact"] ? 0 : largest))
-                << Where(set, entry);
-            EXPECT_EQ(trace->Scale, trace->TrDataFactor);
+            const double allowed = entry["exact"] ? 0 : largest;
+            EXPECT_PRED3(Near, trace->TrYMin, entry["y_range"][0], allowed) << Where(set, entry);
+            EXPECT_PRED3(Near, trace->TrYMax, entry["y_range"][1], allowed) << Where(set, entry);
         }
         EXPECT_EQ(data.Said.Alerts + data.Said.Questions, "");
     }
@@ -110,15 +119,6 @@ TEST(Traces, TheReferenceSeriesIsSubtractedSweepBySweep) {
     const Json expected = Support::Expected("relax")["reference"];
     OpenedData data(Support::Recording("relax.dat"));
     Setup::Settings.SubtractReference = true;
-    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-    VennicSweep* const sweep = OpenedData::SweepOf(trace);
-    const auto load = [&](const Traces::Range& range) {
-        return Traces::LoadAndCorrect(data.Session, sweep, trace, data.Session.DataHeap, range);
-    };
-    EXPECT_FALSE(load({}));
-    EXPECT_EQ(data.Said.Notes.substr(data.Said.Notes.find("No Ref")),
-              "No Reference Series selected to be subtracted!\n");
-
     data.Session.ReferenceSeries = static_cast<VennicSeries*>(data.Find(expected["reference_series"]));
     for (const Json& entry : expected["traces"]) {
         SCOPED_TRACE(entry["path"].dump());
@@ -130,75 +130,68 @@ TEST(Traces, TheReferenceSeriesIsSubtractedSweepBySweep) {
     }
     Setup::Settings.SubtractZero = false;
 
+    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
+    const auto load = [&](const Traces::Range& range = {}) {
+        return Traces::LoadAndCorrect(data.Session, OpenedData::SweepOf(trace), trace, data.Session.DataHeap,
+                                      range);
+    };
     // A series minus itself is nothing, and its record keeps its own buffer.
-    data.Session.ReferenceSeries = static_cast<VennicSeries*>(Tree::Parent(sweep));
-    ASSERT_TRUE(load({}));
+    data.Session.ReferenceSeries = static_cast<VennicSeries*>(data.Find({1, 1}));
+    ASSERT_TRUE(load());
     EXPECT_TRUE(std::ranges::all_of(Traces::Loaded(*trace), [](float v) { return v == 0.0f; }));
     EXPECT_NE(trace->SampleHeap, nullptr);
-
     // A part, and a trace that takes no part, are left as they are.
     ASSERT_TRUE(load({100, 1, true}));
     EXPECT_NE(Traces::Loaded(*trace)[0], 0.0f);
     Setup::Settings.TraceReference.fill(false);
-    ASSERT_TRUE(load({}));
+    ASSERT_TRUE(load());
     EXPECT_NE(Traces::Loaded(*trace)[0], 0.0f);
     Setup::Settings.TraceReference.fill(true);
 
-    const auto refused = [&](const char* words) {
+    const auto expectRefusal = [&](const char* words) {
         data.Said.Notes.clear();
-        EXPECT_FALSE(load({}));
+        EXPECT_FALSE(load());
         EXPECT_EQ(data.Said.Notes, std::string(words) + "\n");
     };
-    auto* const other = static_cast<VennicSeries*>(data.Find({1, 2}));
-    data.Session.ReferenceSeries = other;
     VennicTrace* const partner = data.Trace({1, 2, 1, 1});
-    partner->TrDataPoints -= 1;
-    refused("Traces are not of equal length!");
+    data.Session.ReferenceSeries = nullptr;
+    expectRefusal("No Reference Series selected to be subtracted!");
+    data.Session.ReferenceSeries = static_cast<VennicSeries*>(data.Find({1, 2}));
+    --partner->TrDataPoints;
+    expectRefusal("Traces are not of equal length!");
     partner->TrTraceCount = 9;
-    refused("Corresponding Trace in Reference Series not found!");
+    expectRefusal("Corresponding Trace in Reference Series not found!");
     OpenedData::SweepOf(partner)->SwSweepCount = 2;
-    refused("Corresponding sweep in Reference Series not found!");
+    expectRefusal("Corresponding sweep in Reference Series not found!");
 }
 
-TEST(Traces, RefusalsHaveTheirWordsAndLeaveNoSamples) {
-    struct Case {
+TEST_F(OneTrace, RefusalsHaveTheirWordsAndLeaveNoSamples) {
+    using Session = DataSession;
+    const struct {
         const char* Words;
-        void (*Break)(DataSession& session, VennicTrace& trace);
+        void (*Break)(Session& session, VennicTrace& trace);
         Traces::Range Range = {};
-        bool Heap = true;
+    } cases[] = {
+        {"Trace = NIL or file not opened.\n", [](Session&, VennicTrace& t) { t.IsTemporary = 1; }},
+        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace& t) { t.TrDataPoints = INT32_MIN; }},
+        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {10, 440, true}},
+        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {10, -1, true}},
+        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {0, 0, true}},
+        {"", [](Session&, VennicTrace& t) { t.TrDataPoints = 0; }, {10, 0, false}},
+        {"Trace = NIL or file not opened.\n", [](Session& s, VennicTrace&) { Files::Close(s.DataFile); }},
     };
-    const Case cases[] = {
-        {"LoadTrace - trace > max. traces.", [](DataSession&, VennicTrace& t) { t.TrTraceCount = 33; }},
-        {"Trace = NIL or file not opened.", [](DataSession&, VennicTrace& t) { t.IsTemporary = 1; }},
-        {"Trace = NIL or file not opened.", [](DataSession& s, VennicTrace&) { Files::Close(s.DataFile); }},
-        {"Error: loading beyond Trace end", [](DataSession&, VennicTrace& t) { t.TrDataPoints = 0; }},
-        {"Error: loading beyond Trace end", [](DataSession&, VennicTrace& t) { t.TrDataPoints = INT32_MIN; }},
-        {"Error: loading beyond Trace end", [](DataSession&, VennicTrace&) {}, {10, 440, true}},
-        {"Error: loading beyond Trace end", [](DataSession&, VennicTrace&) {}, {10, -1, true}},
-        {"Error: loading beyond Trace end", [](DataSession&, VennicTrace&) {}, {0, 0, true}},
-        {"", [](DataSession&, VennicTrace& t) { t.TrDataPoints = 0; }, {10, 0, false}},
-        {"Error: no trace buffer allocated.", [](DataSession&, VennicTrace&) {}, {}, false},
-        {"LoadTrace - leak trace not found.", [](DataSession&, VennicTrace& t) { t.TrLeakCount = 9; }},
-        {"LoadTrace - leak trace not found.", [](DataSession&, VennicTrace& t) { t.TrLeakCount = 1; }},
-        {"Error: unknown data-format of source.", [](DataSession&, VennicTrace& t) { t.TrDataFormat = 7; }},
-        {"Read - Error seeking data", [](DataSession&, VennicTrace& t) { t.TrFileOffset = -1000; }},
-        {"Read - Error reading data: unexpected end of file",
-         [](DataSession&, VennicTrace& t) { t.TrFileOffset = 2147483640; }},
-    };
-    for (const Case& one : cases) {
+    const VennicTrace sound = *Trace;
+    for (const auto& one : cases) {
         SCOPED_TRACE(one.Words);
-        OpenedData data(Support::Recording("plain.dat"));
-        VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-        VennicSweep* const sweep = OpenedData::SweepOf(trace);
-        one.Break(data.Session, *trace);
-        data.Said.Notes.clear();
-        EXPECT_FALSE(Traces::LoadTrace(data.Session, sweep, trace, one.Heap ? data.Session.DataHeap : nullptr,
-                                       one.Range));
-        EXPECT_EQ(data.Said.Alerts + data.Said.Notes, *one.Words ? std::string(one.Words) + "\n" : "");
-        EXPECT_TRUE(Traces::Loaded(*trace).empty());
+        *Trace = sound;
+        one.Break(Data.Session, *Trace);
+        Data.Said.Notes.clear();
+        Data.Said.Alerts.clear();
+        EXPECT_FALSE(Traces::LoadTrace(Data.Session, Sweep, Trace, Data.Session.DataHeap, one.Range));
+        EXPECT_EQ(Data.Said.Alerts + Data.Said.Notes, one.Words);
+        EXPECT_TRUE(Traces::Loaded(*Trace).empty());
     }
-    OpenedData data(Support::Recording("plain.dat"));
-    EXPECT_FALSE(Traces::LoadTrace(data.Session, nullptr, nullptr, data.Session.DataHeap));
+    EXPECT_FALSE(Traces::LoadTrace(Data.Session, nullptr, nullptr, Data.Session.DataHeap));
 }
 
 TEST(Traces, ABadDiskIsReportedWithItsReason) {
@@ -206,125 +199,92 @@ TEST(Traces, ABadDiskIsReportedWithItsReason) {
     OpenedData data(Support::Recording("weave.dat"));
     Support::TheDisk.ReadError = EIO;
     for (const auto& path : {std::vector{1, 1, 1, 1}, std::vector{1, 4, 1, 2}}) {
-        data.Said.Alerts.clear();
-        EXPECT_FALSE(Traces::LoadTraceRaw(data.Session, data.Trace(path), data.Session.DataHeap));
-        EXPECT_EQ(data.Said.Alerts, "Read - Error reading data: " + Files::ErrorText(EIO) + "\n");
-        EXPECT_FALSE(
-            Traces::LoadTraceRaw(data.Session, data.Trace(path), data.Session.DataHeap, {10, 0, false}));
-        EXPECT_EQ(std::ranges::count(data.Said.Alerts, '\n'), 1);
+        for (const bool alert : {true, false}) {
+            data.Said.Alerts.clear();
+            EXPECT_FALSE(
+                Traces::LoadTraceRaw(data.Session, data.Trace(path), data.Session.DataHeap, {10, 0, alert}));
+            EXPECT_EQ(data.Said.Alerts,
+                      alert ? "Read - Error reading data: " + Files::ErrorText(EIO) + "\n" : "");
+        }
     }
 }
 
-TEST(Traces, ABufferIsReusedGrownAndReleased) {
-    OpenedData data(Support::Recording("plain.dat"));
-    DataSession& session = data.Session;
-    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-    Setup::Settings.NoLeakSubtraction = true;
-    ASSERT_TRUE(Traces::LoadTraceRaw(session, trace, session.DataHeap, {100, 50, true}));
-    const float* const first = trace->Samples;
-    const std::vector<float> part(Traces::Loaded(*trace).begin(), Traces::Loaded(*trace).end());
-    ASSERT_TRUE(Traces::LoadTraceRaw(session, trace, session.DataHeap, {100, 0, true}));
-    EXPECT_EQ(trace->Samples, first);
-    ASSERT_TRUE(Traces::LoadTraceRaw(session, trace, session.DataHeap));
-    EXPECT_EQ(trace->PointsLoaded, 440);
-    EXPECT_TRUE(std::equal(part.begin(), part.end(), trace->Samples + 50));
-    ASSERT_TRUE(Traces::LoadTraceRaw(session, trace, nullptr, {10, 430, true}));
-    EXPECT_EQ(session.DataHeap->UsedBytes(), 440 * sizeof(float));
-    Traces::ReleaseBelow(data.Find({1}));
-    EXPECT_EQ(session.DataHeap->UsedBytes(), 0u);
-    EXPECT_TRUE(Traces::Loaded(*trace).empty());
+TEST_F(OneTrace, ABufferIsReusedGrownAndReleased) {
+    Buffer::Heap* const heap = Data.Session.DataHeap;
+    ASSERT_TRUE(LoadRaw({100, 50, true}));
+    const float* const first = Trace->Samples;
+    const std::vector<float> part = Samples();
+    ASSERT_TRUE(LoadRaw({100, 0, true}));
+    EXPECT_EQ(Trace->Samples, first);
+    ASSERT_TRUE(LoadRaw());
+    EXPECT_TRUE(std::equal(part.begin(), part.end(), Trace->Samples + 50));
+    EXPECT_EQ(heap->UsedBytes(), 440 * sizeof(float));
+    Traces::ReleaseBelow(Data.Find({1}));
+    EXPECT_EQ(heap->UsedBytes(), 0u);
+    EXPECT_TRUE(Samples().empty());
+    EXPECT_FALSE(Traces::LoadTraceRaw(Data.Session, Trace, nullptr));
 
     // A buffer that belongs to someone else is neither grown nor given back.
     std::vector<float> own(20);
-    trace->Samples = own.data();
-    trace->BufferBytes = 20 * sizeof(float);
-    ASSERT_TRUE(Traces::LoadTraceRaw(session, trace, nullptr, {20, 50, true}));
+    Trace->Samples = own.data();
+    Trace->BufferBytes = 20 * sizeof(float);
+    ASSERT_TRUE(Traces::LoadTraceRaw(Data.Session, Trace, nullptr, {20, 50, true}));
     EXPECT_EQ(own[19], part[19]);
-    EXPECT_FALSE(Traces::LoadTraceRaw(session, trace, nullptr, {21, 50, true}));
-    EXPECT_NE(data.Said.Notes.find("Error: allocated trace buffer insufficient."), std::string::npos);
-    Traces::ReleaseTrace(trace);
-
+    EXPECT_FALSE(Traces::LoadTraceRaw(Data.Session, Trace, nullptr, {21, 50, true}));
+    Traces::ReleaseTrace(Trace);
     Setup::Settings.MaxSamplePoints = 100;
-    ASSERT_TRUE(Traces::LoadTraceRaw(session, trace, session.DataHeap));
-    EXPECT_EQ(trace->PointsLoaded, 100);
+    ASSERT_TRUE(LoadRaw());
+    EXPECT_EQ(Trace->PointsLoaded, 100);
 }
 
-TEST(Traces, ATemporaryLoadLeavesTheRecordAsItWas) {
-    OpenedData data(Support::Recording("plain.dat"));
-    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, trace, data.Session.DataHeap, {10, 5, true}));
-    const std::vector<float> own(Traces::Loaded(*trace).begin(), Traces::Loaded(*trace).end());
-    const VennicTrace before = *trace;
+TEST_F(OneTrace, ATemporaryLoadLeavesTheRecordAsItWas) {
+    ASSERT_TRUE(LoadRaw({10, 5, true}));
+    const std::vector<float> own = Samples();
+    const VennicTrace before = *Trace;
     Traces::TempTrace temp;
-    ASSERT_TRUE(Traces::LoadTempTrace(data.Session, trace, 3, {200, 100, true}, true, temp));
-    EXPECT_EQ(std::memcmp(&before, trace, sizeof before), 0);
-    EXPECT_TRUE(std::equal(own.begin(), own.end(), trace->Samples));
+    ASSERT_TRUE(Traces::LoadTempTrace(Data.Session, Trace, 3, {200, 100, true}, true, temp));
     EXPECT_EQ(temp.Samples.size(), 200u);
     EXPECT_EQ(temp.FirstPoint, 100);
-    EXPECT_EQ(temp.Scale, trace->TrDataFactor);
-    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, trace, data.Session.DataHeap));
-    EXPECT_EQ(temp.Samples[7], trace->Samples[107] + static_cast<float>(-trace->TrZeroData));
-
-    const VennicTrace loaded = *trace;
-    EXPECT_FALSE(Traces::LoadTempTrace(data.Session, trace, 3, {10, 440, true}, false, temp));
-    EXPECT_FALSE(Traces::LoadTempTrace(data.Session, trace, Scratch::DisplaySlots, {}, false, temp));
-    EXPECT_FALSE(Traces::LoadTempTrace(data.Session, trace, -1, {}, false, temp));
-    EXPECT_FALSE(Traces::LoadTempTrace(data.Session, nullptr, 3, {}, false, temp));
-    EXPECT_EQ(std::memcmp(&loaded, trace, sizeof loaded), 0);
+    const float seventh = temp.Samples[7];
+    for (const int slot : {3, Scratch::DisplaySlots, -1})
+        EXPECT_FALSE(Traces::LoadTempTrace(Data.Session, Trace, slot, {10, 440, true}, false, temp));
+    EXPECT_EQ(std::memcmp(&before, Trace, sizeof before), 0);
+    EXPECT_EQ(Samples(), own);
+    ASSERT_TRUE(LoadRaw());
+    EXPECT_EQ(seventh, Trace->Samples[107] + static_cast<float>(-Trace->TrZeroData));
 }
 
-TEST(Traces, ASingleLeakIsUsedWithAWarningAndALeakHasNoLeak) {
-    OpenedData data(Support::Recording("plain.dat"));
-    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-    VennicSweep* const sweep = OpenedData::SweepOf(trace);
+TEST_F(OneTrace, ALeakHasNoLeakAndLosesItsOwnZeroOffsetWhateverTheSettingsSay) {
     VennicTrace* leak = nullptr;
-    ASSERT_TRUE(Traces::FindLeakTrace(sweep, *trace, leak));
+    ASSERT_TRUE(Traces::FindLeakTrace(Sweep, *Trace, leak));
+    leak->TrZeroData = 3e-11;
     leak->TrLeakTraces = 4;
     leak->TrLeakCount = leak->TrTraceCount;
-    data.Said.Notes.clear();
-    ASSERT_TRUE(Traces::LoadTrace(data.Session, sweep, leak, data.Session.DataHeap));
-    EXPECT_EQ(data.Said.Notes, "");
-    EXPECT_NE(Traces::Loaded(*leak)[0], 0.0f);
-    ASSERT_TRUE(Traces::LoadTrace(data.Session, sweep, trace, data.Session.DataHeap));
-    EXPECT_EQ(data.Said.Notes, "Warning - using single leak instead of averaged leak.\n");
-}
-
-TEST(Traces, ALeakLosesItsOwnZeroOffsetWhateverTheSettingsSay) {
-    OpenedData data(Support::Recording("plain.dat"));
-    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-    VennicSweep* const sweep = OpenedData::SweepOf(trace);
-    VennicTrace* leak = nullptr;
-    ASSERT_TRUE(Traces::FindLeakTrace(sweep, *trace, leak));
-    leak->TrZeroData = 3e-11;
-    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, leak, data.Session.DataHeap));
-    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, trace, data.Session.DataHeap));
-    const float raw = trace->Samples[200], rawLeak = leak->Samples[200];
+    Data.Said.Notes.clear();
+    ASSERT_TRUE(Traces::LoadTrace(Data.Session, Sweep, leak, Data.Session.DataHeap));
+    EXPECT_EQ(Data.Said.Notes, "");
+    ASSERT_TRUE(LoadRaw());
+    const float raw = Trace->Samples[200], rawLeak = leak->Samples[200];
+    EXPECT_NE(rawLeak, 0.0f);
     for (const bool zero : {false, true}) {
+        Data.Said.Notes.clear();
         Setup::Settings.SubtractZero = zero;
-        ASSERT_TRUE(Traces::LoadTrace(data.Session, sweep, trace, data.Session.DataHeap));
-        EXPECT_EQ(trace->Samples[200], raw - (rawLeak + -3e-11f));
+        ASSERT_TRUE(Traces::LoadTrace(Data.Session, Sweep, Trace, Data.Session.DataHeap));
+        EXPECT_EQ(Data.Said.Notes, "Warning - using single leak instead of averaged leak.\n");
+        EXPECT_EQ(Trace->Samples[200], raw - (rawLeak + -3e-11f));
         EXPECT_EQ(leak->Samples[200], rawLeak);
     }
 }
 
 TEST(Traces, ExtremesOfADerivedTraceSkipWhatWasNotMeasured) {
-    constexpr float NaN = std::numeric_limits<float>::quiet_NaN(),
-                    Inf = std::numeric_limits<float>::infinity();
-    const float samples[] = {0, NaN, -2, Inf, 5, 0, -Inf};
-    VennicTrace derived{};
+    const std::vector<float> samples = {0, std::nanf(""), -2, HUGE_VALF, 5, 0, -HUGE_VALF};
+    VennicTrace derived{}, none{};
     derived.TrDataKind = DataKind::Virtual;
     derived.TrVirtualKind = 3;
     Traces::ComputeYRange(derived, samples);
+    Traces::ComputeYRange(derived, std::vector<float>{100}); // known: kept
     EXPECT_EQ(derived.TrYMin, -2);
     EXPECT_EQ(derived.TrYMax, 5);
-    const float more[] = {100};
-    Traces::ComputeYRange(derived, more); // known: kept
-    EXPECT_EQ(derived.TrYMax, 5);
-    VennicTrace plain{};
-    Traces::ComputeYRange(plain, std::span(samples).first(1));
-    EXPECT_EQ(plain.TrYMax, 0);
-    EXPECT_EQ(plain.TrYRangeKnown, 1);
-    VennicTrace none{};
     Traces::ComputeYRange(none, {});
     EXPECT_EQ(none.TrYRangeKnown, 0);
 }
@@ -368,19 +328,15 @@ TEST(SweepStimulus, EverySweepHasTheExpectedStimulus) {
     EXPECT_GT(stimuli, 40);
 }
 
-TEST(SweepStimulus, ATraceFindsTheChannelThatRecordedIt) {
-    OpenedData data(Support::Recording("plain.dat"));
-    VennicTrace* const trace = data.Trace({1, 1, 1, 1});
-    VennicSweep* const sweep = OpenedData::SweepOf(trace);
-    EXPECT_EQ(ChannelFor(data.Session, *sweep, *trace), 1);
-    trace->TrAdcChannel = 77; // none records it: the first
-    EXPECT_EQ(ChannelFor(data.Session, *sweep, *trace), 1);
+TEST_F(OneTrace, FindsTheChannelThatRecordedIt) {
+    EXPECT_EQ(ChannelFor(Data.Session, *Sweep, *Trace), 1);
+    Trace->TrAdcChannel = 77; // none records it: the first
+    EXPECT_EQ(ChannelFor(Data.Session, *Sweep, *Trace), 1);
     SweepStimulus stimulus;
-    for (const int channel : {0, -1, 2}) EXPECT_FALSE(FindStimulus(data.Session, *sweep, channel, stimulus));
+    for (const int channel : {0, -1, 2}) EXPECT_FALSE(FindStimulus(Data.Session, *Sweep, channel, stimulus));
     for (const int count : {0, -1, 99}) {
-        sweep->SwStimCount = count;
-        EXPECT_EQ(StimulationOf(data.Session, sweep), nullptr);
-        EXPECT_EQ(ChannelFor(data.Session, *sweep, *trace), 0);
-        EXPECT_FALSE(FindStimulus(data.Session, *sweep, 1, stimulus));
+        Sweep->SwStimCount = count;
+        EXPECT_EQ(ChannelFor(Data.Session, *Sweep, *Trace), 0);
+        EXPECT_FALSE(FindStimulus(Data.Session, *Sweep, 1, stimulus));
     }
 }

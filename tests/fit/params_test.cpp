@@ -14,45 +14,15 @@
 namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double Infinity = std::numeric_limits<double>::infinity();
-
-std::string Columns(const Fit::Selected& selected) {
-    std::string text;
-    for (const Fit::ParamEntry& entry : Fit::Params(selected)) {
-        if (entry.Column.empty()) continue;
-        const std::string unit = Fit::UnitText(entry.Unit, "s", "A");
-        text.append(entry.Column).append(unit.empty() ? "" : ":" + unit).append(" ");
-    }
-    return text;
-}
-
-TEST(Params, ColumnsStandInTheirStoredOrderWithTheirUnits) {
-    Fit::SweepRecords sweep = Fit::DefaultSweepRecords();
-    Fit::SeriesRecords series = Fit::DefaultSeriesRecords();
-    EXPECT_EQ(Columns(Fit::Select(sweep, SweepFitType::Exponential)),
-              "amp0:A amp1:A tau1:s amp2:A tau2:s amp3:A tau3:s XZero:s YZero:A Integral:As ");
-    EXPECT_EQ(Columns(Fit::Select(sweep, SweepFitType::HodgkinHuxley)),
-              "tauM:s tauH:s Hinf tauH2:s a1/a1+a2 I_0:A Delay:s Qon:As XPeak:s YPeak:A XZero:s ");
-    EXPECT_EQ(
-        Columns(Fit::Select(sweep, SweepFitType::Gaussian)),
-        "amp0:A mean0:s sigma0:s amp1:A mean1:s sigma1:s amp2:A mean2:s sigma2:s amp3:A mean3:s sigma3:s "
-        "Integral:As ");
-    EXPECT_EQ(
-        Columns(Fit::Select(series, SeriesFitType::CurrentVoltage)),
-        "mVhalf:s mSlope:s Conductance:A/s Reversal:s PosBlVhalf:s PosBlSlope:s NegBlVhalf:s NegBlSlope:s "
-        "Xpeak:s Ypeak:A Residual:A ");
-    EXPECT_TRUE(Fit::Params({}).empty());
-}
 
 TEST(Params, EveryNameReachesACellOfItsOwn) {
     Fit::SweepRecords sweep = Fit::DefaultSweepRecords();
     Fit::SeriesRecords series = Fit::DefaultSeriesRecords();
-    std::vector<Fit::Selected> all;
-    for (int i = 0; i < SweepFitTypes; ++i) all.push_back(Fit::Select(sweep, static_cast<SweepFitType>(i)));
-    for (int i = 0; i < SeriesFitTypes; ++i)
-        all.push_back(Fit::Select(series, static_cast<SeriesFitType>(i)));
     int types = 0;
-    for (const Fit::Selected& selected : all) {
+    for (int i = 0; i < SweepFitTypes + SeriesFitTypes; ++i) {
+        const Fit::Selected selected =
+            i < SweepFitTypes ? Fit::Select(sweep, static_cast<SweepFitType>(i))
+                              : Fit::Select(series, static_cast<SeriesFitType>(i - SweepFitTypes));
         if (!selected) continue;
         ++types;
         std::set<const void*> cells;
@@ -62,9 +32,7 @@ TEST(Params, EveryNameReachesACellOfItsOwn) {
             EXPECT_EQ(Fit::FindParam(selected, entry.Name)->Param, entry.Param) << entry.Name;
             EXPECT_EQ(Fit::FindParam(selected, entry.Column).has_value(), !entry.Column.empty());
         }
-        EXPECT_EQ(params.back().Name.substr(0, 8), "Residual");
         for (const auto& setting : Fit::Settings(selected)) {
-            EXPECT_TRUE(Fit::SetByName(selected, setting.Name, 1.0)) << setting.Name;
             const bool real = setting.Kind == Fit::SettingKind::Real64;
             EXPECT_EQ(Fit::SetByName(selected, setting.Name, 1.5), real) << setting.Name;
             EXPECT_TRUE(Fit::SetByName(selected, setting.Name, 1.0)) << setting.Name;
@@ -84,16 +52,11 @@ TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {
     EXPECT_EQ(records.HodgkinHuxley.Ratio12.State, FitParamState::Off);
     EXPECT_TRUE(Fit::SetByName(hh, "POWERM", 3.0));
     EXPECT_EQ(records.HodgkinHuxley.PowerM, 3);
-    const struct {
-        const char* Name;
-        double Value;
-        std::optional<FitParamState> State;
-    } refused[] = {{"TauX", 1, {}},         {"", 1, {}},
-                   {"TauM", NaN, {}},       {"TauM", Infinity, {}},
-                   {"PowerM", 2.5, {}},     {"PowerM", 40000, {}},
-                   {"PowerM", NaN, {}},     {"PowerM", 2, FitParamState::Fit},
-                   {"PowerM", -40000.0, {}}};
-    for (const auto& c : refused) EXPECT_FALSE(Fit::SetByName(hh, c.Name, c.Value, c.State)) << c.Name;
+    for (const char* const name : {"TauX", ""}) EXPECT_FALSE(Fit::SetByName(hh, name, 1.0)) << name;
+    for (const double value : {NaN, HUGE_VAL}) EXPECT_FALSE(Fit::SetByName(hh, "TauM", value));
+    for (const double value : {2.5, 40000.0, -40000.0, NaN})
+        EXPECT_FALSE(Fit::SetByName(hh, "PowerM", value)) << value;
+    EXPECT_FALSE(Fit::SetByName(hh, "PowerM", 2, FitParamState::Fit));
     EXPECT_EQ(records.HodgkinHuxley.PowerM, 3);
 
     // Fields of the Gaussian count from 1 and columns from 0: the exact spelling decides.
@@ -106,16 +69,13 @@ TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {
 
 TEST(Params, InitRestoresTheDefaultsOfTheLevelAndKeepsTheDirection) {
     Fit::SweepRecords sweep = Fit::DefaultSweepRecords();
-    Fit::SeriesRecords series = Fit::DefaultSeriesRecords();
     EXPECT_EQ(sweep.Exponential.Terms[1].Tau.State, FitParamState::Fit);
-    EXPECT_EQ(series.Exponential.Terms[1].Tau.State, FitParamState::Hold);
-    EXPECT_EQ(series.Exponential.Rising, 0);
+    EXPECT_EQ(Fit::DefaultSeriesRecords().Exponential.Terms[1].Tau.State, FitParamState::Hold);
     const Fit::Selected rising = Fit::Select(sweep, SweepFitType::OneExponential);
     sweep.Exponential.Terms[0].Tau.Value = 9.0;
     Fit::Init(rising);
     EXPECT_EQ(sweep.Exponential.Rising, 1);
     EXPECT_EQ(sweep.Exponential.Terms[0].Tau.Value, 1E-3);
-    EXPECT_EQ(sweep.Exponential.Terms[0].Tau.Store, 1);
 }
 
 TEST(Derived, FindsPeakZeroAndIntegralOfACurve) {
@@ -142,11 +102,6 @@ TEST(Derived, FindsPeakZeroAndIntegralOfACurve) {
         EXPECT_EQ(got.Integral.Valid, c.HasIntegral);
         EXPECT_TRUE(got.Integral.Value == c.Integral || std::isnan(c.Integral));
     }
-    FitParam param = Fit::Param(7.0, true);
-    Fit::SetResult(param, {});
-    EXPECT_EQ(param.Value, 0.0);
-    EXPECT_EQ(param.State, FitParamState::Off);
-    EXPECT_EQ(param.Store, 1);
 }
 
 TEST(Derived, TheGridIsWalkedInBlocksWithoutASeam) {
@@ -160,7 +115,6 @@ TEST(Derived, TheGridIsWalkedInBlocksWithoutASeam) {
         std::vector<double> x(points), y(points);
         for (std::size_t i = 0; i < points; ++i) x[i] = grid.At(i);
         ASSERT_TRUE(Fit::Curve(selected, x, y));
-        EXPECT_NEAR(y[0], 2.0 * std::exp(-0.1) - 1.0, 1E-15);
         Fit::FitFunction function;
         function.Model = selected.Model;
         function.Record = selected.Record;
@@ -171,8 +125,6 @@ TEST(Derived, TheGridIsWalkedInBlocksWithoutASeam) {
         EXPECT_EQ(blocks.XPeak.Value, whole.XPeak.Value);
         EXPECT_NEAR(whole.XZero.Value, points > 1 ? std::log(2.0) : 0.0, 1E-4);
     }
-    std::vector<double> shorter(3);
-    EXPECT_FALSE(Fit::Curve(selected, {}, shorter));
 }
 
 TEST(Reduction, NeverLeavesTheDataHoweverOddTheNumbers) {
@@ -185,32 +137,23 @@ TEST(Reduction, NeverLeavesTheDataHoweverOddTheNumbers) {
                 ASSERT_GE(indices[i], i);
             }
         }
-    EXPECT_TRUE(Reduction::AppliesTo(SweepFitType::OneExponential));
-    EXPECT_FALSE(Reduction::AppliesTo(SweepFitType::Gaussian));
 }
 
-TEST(Polynomial, FitsExactlyAndSwitchesResultsOffThatDoNotExist) {
+TEST(Polynomial, SwitchesResultsOffThatDoNotExist) {
     std::vector<double> x, y;
     for (int i = 0; i <= 10; ++i) {
         x.push_back(i);
         y.push_back(2.0 * i - 5.0);
     }
-    const struct {
-        double Order;
-        bool HasPeak, HasZero;
-    } cases[] = {{0, false, false}, {1, false, true}, {2, true, true}};
-    for (const auto& c : cases) {
+    for (const int order : {0, 1, 2}) {
         Fit::SweepRecords records = Fit::DefaultSweepRecords();
         Fit::FitControl control;
+        records.Polynomial.Order = static_cast<std::int16_t>(order);
         const Fit::Selected selected = Fit::Select(records, SweepFitType::Polynomial);
-        ASSERT_TRUE(Fit::SetByName(selected, "Order", c.Order));
-        const Fit::Outcome outcome = Fit::Run(selected, {x, y, {11, 1.0, 0.0}, "s", "A"}, control);
-        ASSERT_TRUE(outcome.Ok);
-        EXPECT_FALSE(outcome.Iterations.has_value());
-        EXPECT_EQ(records.Polynomial.XPeak.State == FitParamState::Fit, c.HasPeak);
-        EXPECT_EQ(records.Polynomial.XZero.State == FitParamState::Fit, c.HasZero);
-        EXPECT_NEAR(records.Polynomial.XZero.Value, c.HasZero ? 2.5 : 0.0, 1E-9);
-        EXPECT_EQ(outcome.LastResidual, outcome.Residual);
+        ASSERT_TRUE(Fit::Run(selected, {x, y, {11, 1.0, 0.0}, "s", "A"}, control).Ok);
+        EXPECT_EQ(records.Polynomial.XPeak.State == FitParamState::Fit, order >= 2);
+        EXPECT_EQ(records.Polynomial.XZero.State == FitParamState::Fit, order >= 1);
+        EXPECT_NEAR(records.Polynomial.XZero.Value, order >= 1 ? 2.5 : 0.0, 1E-9);
     }
 }
 

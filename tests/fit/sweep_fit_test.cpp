@@ -30,19 +30,6 @@ std::vector<float> SamplesOf(int sweep) {
     return samples;
 }
 
-void AddSegments(NewDataSet& set, void* channel) {
-    const struct {
-        int Points;
-        std::uint8_t Store;
-    } plan[] = {{Baseline, 1}, {Gap, 0}, {Pulse, 1}, {Tail, 1}};
-    for (const auto& row : plan) {
-        auto* const segment = static_cast<StimSegment*>(Tree::Append(set.Stim, channel));
-        segment->SgStoreKind = row.Store;
-        segment->SgDuration = row.Points * Interval;
-        segment->SgDeltaVFactor = segment->SgDeltaTFactor = 1.0;
-    }
-}
-
 bool WriteSet(const std::string& path) {
     NewDataSet set;
     if (!BeginDataSet(set, path, "test")) return false;
@@ -52,9 +39,14 @@ bool WriteSet(const std::string& path) {
     auto* const channel = static_cast<StimChannel*>(Tree::Append(set.Stim, stim));
     channel->ChRelX = 2;
     channel->ChRelY = 3;
-    AddSegments(set, channel);
-    VennicSeries* const series =
-        VennicTree::NewSeries(set.Vennic, VennicTree::NewGroup(set.Vennic, set.Root, 0), 0);
+    for (const int points : {Baseline, Gap, Pulse, Tail}) {
+        auto* const segment = static_cast<StimSegment*>(Tree::Append(set.Stim, channel));
+        segment->SgStoreKind = points != Gap;
+        segment->SgDuration = points * Interval;
+        segment->SgDeltaVFactor = segment->SgDeltaTFactor = 1.0;
+    }
+    VennicGroup* const group = VennicTree::NewGroup(set.Vennic, set.Root, 0);
+    VennicSeries* const series = VennicTree::NewSeries(set.Vennic, group, 0);
     for (int i = 0; i < Sweeps; ++i) {
         VennicSweep* const sweep = VennicTree::NewSweep(set.Vennic, series, 0);
         sweep->SwStimCount = 1;
@@ -130,22 +122,6 @@ TEST_F(SweepFitting, TheRangeLiesInTheStoredSegmentOfYValues) {
         EXPECT_NEAR(Engine.Work.SegmentStart, c.SegmentStart, 1e-12) << c.What;
         EXPECT_NEAR(Engine.Work.FirstX, c.FirstX, 1e-12) << c.What;
     }
-    EXPECT_FLOAT_EQ(static_cast<float>(Engine.Work.FitDataY.front()), 0.0f);
-}
-
-TEST_F(SweepFitting, ARangeWithoutPointsIsRefused) {
-    Engine.Params.FitRightBound = 0.0;
-    EXPECT_FALSE(SweepFit::FitCommand(Engine));
-    EXPECT_TRUE(Said("Illegal pulse length"));
-    Engine.Params.FitRightBound = 1.0;
-    Engine.Params.FitSegOffset = -1;
-    EXPECT_FALSE(SweepFit::FitCommand(Engine));
-    EXPECT_TRUE(Said("Segment 2 is not stored in the trace."));
-    Engine.Params.FitSegOffset = 0;
-    Session.CurSweep->SwStimCount = 7;
-    EXPECT_FALSE(SweepFit::FitCommand(Engine));
-    EXPECT_TRUE(Said("This sweep has no stimulus segment to take the range from."));
-    EXPECT_EQ(Records(), 0);
 }
 
 TEST_F(SweepFitting, ACompressedTraceKeepsItsTimes) {
@@ -284,15 +260,26 @@ TEST_F(SweepFitting, StoredResultsComeBackWithTheDataSet) {
 }
 
 TEST_F(SweepFitting, RefusalsComeInWordsAndLeaveNoRecord) {
-    GetRelatives(Session, Session.CurSeries);
-    EXPECT_FALSE(SweepFit::FitCommand(Engine));
-    EXPECT_TRUE(Said("Please select Sweep in the data tree."));
-    Select(1);
-    Engine.Params.FitTrace = 2;
-    EXPECT_FALSE(SweepFit::FitCommand(Engine));
-    EXPECT_TRUE(Said("This trace does not exist."));
-    Engine.Params.FitTrace = 1;
-    Engine.Params.FitType = SweepFitType::Measure;
-    EXPECT_FALSE(SweepFit::FitCommand(Engine));
+    const struct {
+        const char* Words;
+        void (*Spoil)(SweepFit::Engine& engine);
+    } cases[] = {
+        {"Illegal pulse length", [](auto& e) { e.Params.FitRightBound = 0.0; }},
+        {"Segment 2 is not stored in the trace.", [](auto& e) { e.Params.FitSegOffset = -1; }},
+        {"This trace does not exist.", [](auto& e) { e.Params.FitTrace = 2; }},
+        {"cannot be run here.", [](auto& e) { e.Params.FitType = SweepFitType::Measure; }},
+        {"Please select Sweep in the data tree.",
+         [](auto& e) { GetRelatives(e.Session, e.Session.CurSeries); }},
+        {"This sweep has no stimulus segment to take the range from.",
+         [](auto& e) { e.Session.CurSweep->SwStimCount = 7; }},
+    };
+    const SweepFit::FitParams sound = Engine.Params;
+    for (const auto& one : cases) {
+        Engine.Params = sound;
+        Select(1);
+        one.Spoil(Engine);
+        EXPECT_FALSE(SweepFit::FitCommand(Engine));
+        EXPECT_TRUE(Said(one.Words)) << Heard.Alerts;
+    }
     EXPECT_EQ(Records(), 0);
 }

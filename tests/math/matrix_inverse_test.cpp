@@ -47,25 +47,19 @@ TEST(MatrixInverse, InvertsTheDocumentedMatrices) {
 
 TEST(MatrixInverse, WorksInPlaceAtFullWidthAndRefusesMore) {
     constexpr int n = MatrixInverse::MaxSize;
-    Matrix a = {}, inverse = {};
+    Matrix a = {}, original = {};
     for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) a[i][j] = i == j ? 0.1 * i : 1.0 / (1 + i + j);
-    Matrix original;
-    std::copy(&a[0][0], &a[0][0] + n * n, &original[0][0]);
-    const double determinant = MatrixInverse::Invert(a, inverse, n);
-    EXPECT_EQ(MatrixInverse::Invert(a, a, n), determinant);
+        for (int j = 0; j < n; ++j) original[i][j] = a[i][j] = i == j ? 0.1 * i : 1.0 / (1 + i + j);
+    EXPECT_NE(MatrixInverse::Invert(a, a, n), 0.0);
     for (int i = 0; i < n; ++i)
         for (int j = 0; j < n; ++j) {
             double product = 0.0;
             for (int k = 0; k < n; ++k) product += original[i][k] * a[k][j];
             EXPECT_NEAR(product, i == j ? 1.0 : 0.0, 1E-9);
-            EXPECT_EQ(a[i][j], inverse[i][j]);
         }
-    for (const int size : {-1, 0, n + 1}) {
-        const double before = a[0][0];
-        EXPECT_EQ(MatrixInverse::Invert(original, a, size), 0.0) << size;
-        EXPECT_EQ(a[0][0], before);
-    }
+    const double before = a[0][0];
+    for (const int size : {-1, 0, n + 1}) EXPECT_EQ(MatrixInverse::Invert(original, a, size), 0.0) << size;
+    EXPECT_EQ(a[0][0], before);
 }
 
 }

@@ -20,8 +20,7 @@ public:
         Scratch::Release();
         Setup::Settings = {};
     }
-    OpenedData(const OpenedData&) = delete;
-    OpenedData& operator=(const OpenedData&) = delete;
+    OpenedData(OpenedData&&) = delete;
 
     bool Open(const std::string& path, OpenMode mode = OpenMode::Read) {
         return IsOpen = OpenDataFile(Session, path, mode);

@@ -20,50 +20,41 @@ class FailingFiles {
 public:
     FailingFiles() {
         TheDisk = {};
-        Files::Use({
-            .Open =
-                [](const char* path, Files::Mode mode) {
-                    const int handle =
-                        TheDisk.OpenError ? -TheDisk.OpenError : Files::Native().Open(path, mode);
-                    TheDisk.OpenHandles += handle >= 0;
-                    return handle;
-                },
-            .ReadAt = [](int handle, void* data, std::size_t bytes, std::int64_t position) -> std::int64_t {
-                if (TheDisk.ReadError) return -TheDisk.ReadError;
-                return Files::Native().ReadAt(handle, data, bytes, position);
-            },
-            .WriteAt = [](int handle, const void* data, std::size_t bytes,
-                          std::int64_t position) -> std::int64_t {
-                const auto wanted = static_cast<std::int64_t>(bytes);
-                if (wanted > TheDisk.Room) return -ENOSPC;
-                TheDisk.Room -= wanted;
-                TheDisk.BytesWritten += wanted;
-                if (wanted > 0 && position < TheDisk.LowestWrite) TheDisk.LowestWrite = position;
-                return Files::Native().WriteAt(handle, data, bytes, position);
-            },
-            .Length = [](int handle) -> std::int64_t {
-                return TheDisk.LengthError ? -TheDisk.LengthError : Files::Native().Length(handle);
-            },
-            .SetLength = Files::Native().SetLength,
-            .Flush =
-                [](int handle) {
-                    return TheDisk.FlushError ? -TheDisk.FlushError : Files::Native().Flush(handle);
-                },
-            .Close =
-                [](int handle) {
-                    --TheDisk.OpenHandles;
-                    return Files::Native().Close(handle);
-                },
-            .Rename =
-                [](const char* from, const char* to) {
-                    return TheDisk.RenameError ? -TheDisk.RenameError : Files::Native().Rename(from, to);
-                },
-            .Remove = Files::Native().Remove,
-        });
+        static const Files::Platform& native = Files::Native();
+        Files::Platform disk = native;
+        disk.Open = [](const char* path, Files::Mode mode) {
+            const int handle = TheDisk.OpenError ? -TheDisk.OpenError : native.Open(path, mode);
+            TheDisk.OpenHandles += handle >= 0;
+            return handle;
+        };
+        disk.ReadAt = [](int handle, void* data, std::size_t bytes, std::int64_t position) {
+            return TheDisk.ReadError ? -TheDisk.ReadError : native.ReadAt(handle, data, bytes, position);
+        };
+        disk.WriteAt = [](int handle, const void* data, std::size_t bytes, std::int64_t position) {
+            const auto wanted = static_cast<std::int64_t>(bytes);
+            if (wanted > TheDisk.Room) return std::int64_t{-ENOSPC};
+            TheDisk.Room -= wanted;
+            TheDisk.BytesWritten += wanted;
+            if (wanted > 0 && position < TheDisk.LowestWrite) TheDisk.LowestWrite = position;
+            return native.WriteAt(handle, data, bytes, position);
+        };
+        disk.Length = [](int handle) {
+            return TheDisk.LengthError ? -TheDisk.LengthError : native.Length(handle);
+        };
+        disk.Flush = [](int handle) {
+            return TheDisk.FlushError ? -TheDisk.FlushError : native.Flush(handle);
+        };
+        disk.Close = [](int handle) {
+            --TheDisk.OpenHandles;
+            return native.Close(handle);
+        };
+        disk.Rename = [](const char* from, const char* to) {
+            return TheDisk.RenameError ? -TheDisk.RenameError : native.Rename(from, to);
+        };
+        Files::Use(disk);
     }
     ~FailingFiles() { Files::Use(Files::Native()); }
-    FailingFiles(const FailingFiles&) = delete;
-    FailingFiles& operator=(const FailingFiles&) = delete;
+    FailingFiles(FailingFiles&&) = delete;
 };
 
 }

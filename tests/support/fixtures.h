@@ -48,4 +48,14 @@ inline std::string Damaged(const Json& damage) {
     return bytes;
 }
 
+inline std::string DamagedFile(const char* file) {
+    for (const Json& damage : ReadJson("damage/damages.json"))
+        if (damage["file"] == file) return Damaged(damage);
+    std::abort();
+}
+
+inline std::string SoundData() {
+    return ReadWhole(DataFile("damage/sound.dat"));
+}
+
 }

@@ -29,8 +29,7 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(Path, ignored);
     }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
+    TempFolder(TempFolder&&) = delete;
 
     [[nodiscard]] std::string At(std::string_view name) const { return Path + "/" + std::string(name); }
     [[nodiscard]] std::string Write(std::string_view name, std::string_view content) const {

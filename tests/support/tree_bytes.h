@@ -13,8 +13,7 @@ class OwnedTree {
 public:
     explicit OwnedTree(Tree::Handle* handle) : Handle(handle) {}
     ~OwnedTree() { Tree::Dispose(Handle); }
-    OwnedTree(const OwnedTree&) = delete;
-    OwnedTree& operator=(const OwnedTree&) = delete;
+    OwnedTree(OwnedTree&&) = delete;
     operator Tree::Handle*() const { return Handle; } // NOLINT: it stands for its handle
 
     Tree::Handle* Handle;
