@@ -108,7 +108,7 @@ TEST(Session, EverySetOpensWithItsTreesAndClosesWithoutATrace) {
             EXPECT_EQ(data.Session.Ampl.FromFile, trees.contains("amp"));
             EXPECT_EQ(data.Session.Solution.FromFile, trees.contains("sol"));
             EXPECT_EQ(data.Session.Analysis.FromFile, trees.contains("ana"));
-            EXPECT_TRUE(AnalysisTreeCheck(data.Session, false));
+            EXPECT_TRUE(AnalysisFile::AnalysisTreeCheck(data.Session, false));
             EXPECT_EQ(data.Session.CurRoot, Tree::Root(data.Session.Vennic.Handle));
             if (expected.contains("header")) ExpectHeader(data.Session.Header, expected["header"]);
             ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, data.Trace({1, 1, 1, 1}), data.Session.DataHeap));
@@ -172,20 +172,21 @@ TEST(AnalysisFile, IsLoadedWhereItFitsAndStoredAgainUnlessTheDiskFails) {
     const std::string sound = SoundAnalysis();
     Support::WriteWhole(set.Analysis, sound);
     OpenedData data(set.Path);
-    EXPECT_FALSE(SaveAnalysis(data.Session));
+    EXPECT_FALSE(AnalysisFile::SaveAnalysis(data.Session));
     ASSERT_TRUE(data.Open(set.Path, OpenMode::Analysis));
     ASSERT_TRUE(data.Session.Analysis.FromFile);
     EXPECT_GT(Rows(data.Session), 0);
     {
         const Support::FailingFiles disk;
         Support::TheDisk.Room = 100;
-        EXPECT_FALSE(SaveAnalysis(data.Session));
+        EXPECT_FALSE(AnalysisFile::SaveAnalysis(data.Session));
     }
-    EXPECT_EQ(data.Said.Alerts, "Cannot modify: data file opened read-only.\n"
-                                "Error storing \".ana\"-file: Tree.Store - write error (4)\n");
+    EXPECT_EQ(data.Said.Alerts,
+              "Cannot modify: data file opened read-only.\n"
+              "Error storing \".ana\"-file: Tree.Store - write error (4): No space left on device\n");
     EXPECT_EQ(Support::ReadWhole(set.Analysis), sound);
     std::filesystem::remove(set.Analysis);
-    ASSERT_TRUE(SaveAnalysis(data.Session));
+    ASSERT_TRUE(AnalysisFile::SaveAnalysis(data.Session));
     EXPECT_EQ(Support::ReadWhole(set.Analysis), sound);
     EXPECT_EQ(set.Folder.Count(), 2);
 }
@@ -210,13 +211,13 @@ TEST(AnalysisFile, OneThatCannotBeUsedIsKeptAsideWhenAnotherIsSaved) {
         {
             const Support::FailingFiles disk;
             Support::TheDisk.RenameError = EPERM;
-            EXPECT_FALSE(SaveAnalysis(data.Session));
+            EXPECT_FALSE(AnalysisFile::SaveAnalysis(data.Session));
         }
         EXPECT_EQ(Support::ReadWhole(set.Analysis), bytes);
-        ASSERT_TRUE(SaveAnalysis(data.Session));
+        ASSERT_TRUE(AnalysisFile::SaveAnalysis(data.Session));
         EXPECT_EQ(Support::ReadWhole(set.Folder.At("cell.ana.old")), "an even older one");
         EXPECT_EQ(Support::ReadWhole(set.Folder.At("cell.ana.old2")), bytes);
-        ASSERT_TRUE(SaveAnalysis(data.Session)); // its own file by now
+        ASSERT_TRUE(AnalysisFile::SaveAnalysis(data.Session)); // its own file by now
         EXPECT_EQ(set.Folder.Count(), 4);
         ASSERT_TRUE(data.Open(set.Path));
         EXPECT_TRUE(data.Session.Analysis.FromFile);
@@ -230,19 +231,19 @@ TEST(AnalysisFile, TheCheckTellsWhereTheTreesDiffer) {
         const char* End; // of the report
     } cases[] = {
         {[](DataSession&) {}, "  Group:   1\n    Series:   1\n    Series:   2\nEnd of compare. \n"},
-        {[](DataSession& s) { EXPECT_TRUE(AppendAnalysisGroup(s)); },
+        {[](DataSession& s) { EXPECT_TRUE(AnalysisFile::AppendGroup(s)); },
          "    Series:   2\n  mismatch in Group-2: vnc=nil, ana<>nil.\n"},
-        {[](DataSession& s) { DeleteAnalysisGroup(s, s.CurGroup); },
+        {[](DataSession& s) { AnalysisFile::DeleteGroup(s, s.CurGroup); },
          "Tree check:\n  mismatch in Group-1: vnc<>nil, ana=nil.\n"},
-        {[](DataSession& s) { EXPECT_TRUE(AppendAnalysisSeries(s, s.CurGroup)); },
+        {[](DataSession& s) { EXPECT_TRUE(AnalysisFile::AppendSeries(s, s.CurGroup)); },
          "    Series:   2\n  mismatch in Series-3: vnc=nil, ana<>nil.\n"},
-        {[](DataSession& s) { DeleteAnalysisSeries(s, s.CurGroup, s.CurSeries); },
+        {[](DataSession& s) { AnalysisFile::DeleteSeries(s, s.CurGroup, s.CurSeries); },
          "    Series:   1\n  mismatch in Series-2: vnc<>nil, ana=nil.\n"},
     };
     for (const auto& one : cases) {
         OpenedData data(set.Path);
         one.Change(data.Session);
-        EXPECT_EQ(AnalysisTreeCheck(data.Session, true), &one == cases);
+        EXPECT_EQ(AnalysisFile::AnalysisTreeCheck(data.Session, true), &one == cases);
         EXPECT_TRUE(data.Said.Notes.ends_with(one.End)) << data.Said.Notes;
     }
 }
@@ -257,7 +258,8 @@ TEST(AnalysisFile, ASweepsRowGoesFromEveryColumn) {
         for (int e = 1; e <= Tree::ChildCount(Tree::Child(mirror, r)); ++e)
             columns += Tree::ChildCount(Tree::Child(Tree::Child(mirror, r), e)) >= 2;
     ASSERT_GT(columns, 0);
-    DeleteSweepValues(data.Session, data.Session.CurGroup, data.Session.CurSeries, data.Session.CurSweep);
+    AnalysisFile::DeleteSweepValues(data.Session, data.Session.CurGroup, data.Session.CurSeries,
+                                    data.Session.CurSweep);
     EXPECT_EQ(Rows(data.Session), before - columns);
 }
 

@@ -2,6 +2,7 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "support/fixtures.h"
+#include "support/md5.h"
 #include "support/tree_bytes.h"
 #include "trees/ampl_tree.h"
 #include "trees/analysis_tree.h"
@@ -67,13 +68,6 @@ std::string TextOf(std::span<const char> field) {
 }
 
 // FNV-1a of 64 bits, in hexadecimal.
-std::string Fingerprint(std::string_view bytes) {
-    std::uint64_t sum = 0xcbf29ce484222325;
-    for (const char c : bytes) sum = (sum ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-    char text[17];
-    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(sum));
-    return text;
-}
 
 // A recording of one record a level, with its image and where each record lies in it.
 struct OneOfEach {
@@ -122,8 +116,8 @@ TEST(RecordTrees, EverySampleTreeIsStoredToTheLastByte) {
             EXPECT_EQ(counts, tree["records"].get<std::vector<int>>());
 
             const std::string image = Support::StoredImage(loaded);
-            const std::string wanted = tree.value("fingerprint", Fingerprint(bytes));
-            EXPECT_TRUE(!Bytes::MachineIsLittle || Fingerprint(image) == wanted) << Fingerprint(image);
+            const std::string wanted = tree.value("md5", Support::Md5(bytes));
+            EXPECT_TRUE(!Bytes::MachineIsLittle || Support::Md5(image) == wanted) << Support::Md5(image);
             ASSERT_EQ(Support::LoadImage(loaded, image), 0);
             EXPECT_EQ(Support::StoredImage(loaded), image);
             ++trees;
