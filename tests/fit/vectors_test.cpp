@@ -82,10 +82,9 @@ void RunFitCase(const json& c) {
         EXPECT_EQ(outcome.Message, out["message"].get<std::string>());
         return;
     }
-    EXPECT_EQ(outcome.Iterations.has_value(), !out["iterations"].is_null());
+    EXPECT_EQ(outcome.Iterations ? json(*outcome.Iterations) : json(), out["iterations"]);
     if (outcome.Iterations) {
-        EXPECT_EQ(*outcome.Iterations, out["iterations"].get<int>());
-        EXPECT_EQ(updates, out["updates"].get<int>());
+        EXPECT_EQ(updates, out["updates"]);
         EXPECT_EQ(!said.Questions.empty(), out["zero_dialog"].get<bool>());
     }
     EXPECT_EQ(static_cast<int>(outcome.FitTermination), out["termination"].get<int>());
@@ -95,54 +94,51 @@ void RunFitCase(const json& c) {
 }
 
 void RunRegressions(const json& c) {
-    Fit::SeriesRecords records = Fit::DefaultSeriesRecords();
-    Fit::RegressRecord& lines = records.TwoRegressions;
-    const Fit::Selected selected = Fit::Select(records, SeriesFitType::TwoRegressions);
-    Fit::FitControl control = Fit::DefaultControl(Fit::Level::Series);
+    Support::FitRecords records;
+    Fit::RegressRecord& lines = records.Series.TwoRegressions;
+    const Fit::Selected selected = records.Select("2Regressions", false);
+    Fit::FitControl control;
     const std::vector<double> x = c["in"]["x"], y1 = c["in"]["y1"], y2 = c["in"]["y2"];
     lines.FirstLine = 1;
     ASSERT_TRUE(Fit::Run(selected, {x, y1, {}, {}, {}}, control).Ok);
     const double residual1 = lines.Residual1.Value;
-    EXPECT_GT(residual1, 0.0);
     lines.FirstLine = 0;
     ASSERT_TRUE(Fit::Run(selected, {x, y2, {}, {}, {}}, control).Ok);
-    EXPECT_EQ(lines.Residual1.Value, residual1);
+    EXPECT_TRUE(lines.Residual1.Value == residual1 && residual1 > 0.0);
     EXPECT_EQ(lines.Residual2.Value, control.LastResidual);
-    const double tolerance = c["tol"]["values"];
     const json& out = c["out"];
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_PRED3(Vectors::Near, lines.Coeff1[i].Value, out["Coeff1"][i].get<double>(), tolerance);
-        EXPECT_PRED3(Vectors::Near, lines.Coeff2[i].Value, out["Coeff2"][i].get<double>(), tolerance);
+    const auto expect = [&](const FitParam& param, const json& value) {
+        EXPECT_PRED3(Vectors::Near, param.Value, value.get<double>(), c["tol"]["values"].get<double>());
+    };
+    for (std::size_t i = 0; i < 2; ++i) {
+        expect(lines.Coeff1[i], out["Coeff1"][i]);
+        expect(lines.Coeff2[i], out["Coeff2"][i]);
     }
-    EXPECT_PRED3(Vectors::Near, lines.Xintersept.Value, out["Xintersept"].get<double>(), tolerance);
-    EXPECT_PRED3(Vectors::Near, lines.Yintersept.Value, out["Yintersept"].get<double>(), tolerance);
-}
-
-void ExpectResult(const Fit::Result& result, const json& value, const json& state, double tolerance) {
-    EXPECT_EQ(result.Valid, state == 0);
-    EXPECT_PRED3(Vectors::Near, result.Value, value.get<double>(), tolerance);
+    expect(lines.Xintersept, out["Xintersept"]);
+    expect(lines.Yintersept, out["Yintersept"]);
 }
 
 void RunGrid(const json& c) {
-    const std::vector<double> y = c["in"]["y"];
-    const Fit::GridResults results =
-        Fit::DeriveFromValues(y, {y.size(), c["in"]["dt"].get<double>(), c["in"]["x0"].get<double>()});
     const json& out = c["out"];
+    const std::vector<double> y = c["in"]["y"];
+    const Fit::GridResults got = Fit::DeriveFromValues(y, {y.size(), c["in"]["dt"], c["in"]["x0"]});
     const bool peak = c["in"]["kind"] == "grid_peak";
-    ExpectResult(peak ? results.XPeak : results.XZero, out["x"], out["state"], c["tol"]["values"]);
-    if (peak) ExpectResult(results.YPeak, out["y"], out["state"], c["tol"]["values"]);
+    const auto expect = [&](const Fit::Result& result, const json& value) {
+        EXPECT_EQ(result.Valid, out["state"] == 0);
+        EXPECT_PRED3(Vectors::Near, result.Value, value.get<double>(), c["tol"]["values"].get<double>());
+    };
+    expect(peak ? got.XPeak : got.XZero, out["x"]);
+    if (peak) expect(got.YPeak, out["y"]);
 }
 
 // A model whose curve is handed in: its record is the vector of its values.
 void RunResidual(const json& c) {
     Support::FitRecords records;
     Fit::ModelRow given = *records.Select("Exponential", true).Model;
-    given.Columns = 1;
     given.Values = [](const Fit::FitFunction& function, const Fit::Tables&, double* values) {
         std::ranges::copy(*static_cast<std::vector<double>*>(function.Record), values);
     };
-    const std::vector<double> y = c["in"]["y"];
-    std::vector<double> model = c["in"]["model"];
+    std::vector<double> y = c["in"]["y"], model = c["in"]["model"];
     Fit::FitRun run;
     run.X = run.Y = y;
     run.Function.Model = &given;
@@ -187,10 +183,8 @@ TEST(FitVectors, ReductionKeepsTheDocumentedPoints) {
         std::vector<double> x(n), y(n);
         for (std::size_t i = 0; i < n; ++i) y[i] = -(x[i] = static_cast<double>(i));
         ASSERT_EQ(Reduction::Reduce(x, y, limit), points);
-        for (std::size_t i = 0; i < points; ++i) {
-            EXPECT_EQ(x[i], static_cast<double>(want[i]));
-            EXPECT_EQ(y[i], -x[i]);
-        }
+        for (std::size_t i = 0; i < points; ++i)
+            EXPECT_TRUE(x[i] == static_cast<double>(want[i]) && y[i] == -x[i]) << i;
     }
 }
 
