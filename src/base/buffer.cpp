@@ -7,6 +7,9 @@
 #include <cstring>
 #include <list>
 #include <new>
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace Buffer {
 
@@ -16,6 +19,55 @@ namespace {
 // is at most a quarter.
 constexpr std::size_t AreaMin = std::size_t{64} << 10;
 constexpr std::size_t AreaMax = std::size_t{16} << 20;
+
+// Large areas come straight from the system, in its large pages where it has them: a tree of a hundred
+// megabytes is then some fifty pages instead of thirty thousand, which its first use and its removal would
+// pay for one by one.
+constexpr std::size_t LargePage = std::size_t{2} << 20;
+
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+bool IsMapped(std::size_t bytes) {
+    return bytes >= LargePage;
+}
+
+std::byte* MapArea(std::size_t bytes) {
+    void* const mapped =
+        ::mmap(nullptr, bytes + LargePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) return nullptr;
+    // Only an aligned stretch can consist of large pages: what stands over on both sides goes back.
+    auto* const from = static_cast<std::byte*>(mapped);
+    const std::size_t before = (LargePage - reinterpret_cast<std::uintptr_t>(from) % LargePage) % LargePage;
+    if (before > 0) ::munmap(from, before);
+    ::munmap(from + before + bytes, LargePage - before);
+    ::madvise(from + before, bytes, MADV_HUGEPAGE);
+    return from + before;
+}
+
+void UnmapArea(std::byte* start, std::size_t bytes) {
+    ::munmap(start, bytes);
+}
+#else
+// The sanitizer watches over what the library hands out.
+bool IsMapped(std::size_t) {
+    return false;
+}
+std::byte* MapArea(std::size_t) {
+    return nullptr;
+}
+void UnmapArea(std::byte*, std::size_t) {}
+#endif
+
+// None when the system has no memory left. bytes is a multiple of LargePage for a mapped area.
+std::byte* TakeArea(std::size_t bytes) {
+    return IsMapped(bytes) ? MapArea(bytes) : static_cast<std::byte*>(std::malloc(bytes));
+}
+
+void GiveArea(std::byte* start, std::size_t bytes) {
+    if (IsMapped(bytes))
+        UnmapArea(start, bytes);
+    else
+        std::free(start);
+}
 
 std::list<Heap> Heaps;
 std::size_t Total = 0;
@@ -101,7 +153,7 @@ void Heap::Free(void* block, std::size_t bytes) {
 }
 
 void Heap::Clear() {
-    for (const Area& area : Areas) std::free(area.Start);
+    for (const Area& area : Areas) GiveArea(area.Start, area.Size);
     Areas.clear();
     Total -= Taken;
     FreeList = nullptr;
@@ -164,9 +216,10 @@ void Heap::RemoveFree(std::size_t size, std::byte* block) {
 }
 
 bool Heap::AddArea(std::size_t bytes) {
-    const std::size_t wanted = RoundUp(std::max(bytes, std::clamp(Taken / 4, AreaMin, AreaMax)));
+    std::size_t wanted = RoundUp(std::max(bytes, std::clamp(Taken / 4, AreaMin, AreaMax)));
+    if (IsMapped(wanted)) wanted = (wanted + LargePage - 1) / LargePage * LargePage;
     if (LimitBytes != 0 && Taken + wanted > LimitBytes) return false;
-    auto* const start = static_cast<std::byte*>(std::malloc(wanted));
+    std::byte* const start = TakeArea(wanted);
     if (!start) return false;
     if (TailBytes > 0) AddHole(Tail, TailBytes);
     Areas.push_back({start, wanted});
