@@ -52,25 +52,24 @@ TEST_F(SweepFitting, TheRangeLiesInTheStoredSegmentOfYValues) {
         const char* What;
         int SegOffset;
         double Left, Right;
-        int First, Points;
-        double SegmentStart, FirstX;
+        std::vector<double> Range; // first point and points, times of segment start and first x in ms
     } cases[] = {
-        {"the relevant segment, behind one that is not stored", 0, 0.0, 1.0, 100, 600, 0.01, 0.0},
-        {"bounds inside", 0, 0.25, 0.5, 250, 150, 0.01, 0.015},
-        {"a left bound in the segment before", 0, -0.1, 0.1, 40, 120, 0.01, -0.006},
-        {"a right bound beyond the trace", 1, 0.0, 1.5, 700, 200, 0.07, 0.0},
-        {"an offset beyond the last segment", 9, 0.0, 1.0, 700, 200, 0.07, 0.0},
-        {"an offset before the first segment", -9, 0.0, 1.0, 0, 100, 0.0, 0.0},
+        {"the relevant segment, behind one that is not stored", 0, 0.0, 1.0, {100, 600, 10, 0}},
+        {"bounds inside", 0, 0.25, 0.5, {250, 150, 10, 15}},
+        {"a left bound in the segment before", 0, -0.1, 0.1, {40, 120, 10, -6}},
+        {"a right bound beyond the trace", 1, 0.0, 1.5, {700, 200, 70, 0}},
+        {"an offset beyond the last segment", 9, 0.0, 1.0, {700, 200, 70, 0}},
+        {"an offset before the first segment", -9, 0.0, 1.0, {0, 100, 0, 0}},
     };
     for (const auto& c : cases) {
         Engine.Params.FitSegOffset = c.SegOffset;
         Engine.Params.FitLeftBound = c.Left;
         Engine.Params.FitRightBound = c.Right;
         ASSERT_TRUE(SweepFit::PrepareData(Engine)) << c.What;
-        EXPECT_EQ(Engine.Work.FirstPoint, c.First) << c.What;
-        EXPECT_EQ(Engine.Work.RangePoints, c.Points) << c.What;
-        EXPECT_NEAR(Engine.Work.SegmentStart, c.SegmentStart, 1e-12) << c.What;
-        EXPECT_NEAR(Engine.Work.FirstX, c.FirstX, 1e-12) << c.What;
+        const SweepFit::Work& work = Engine.Work;
+        const double got[] = {static_cast<double>(work.FirstPoint), static_cast<double>(work.RangePoints),
+                              work.SegmentStart * 1e3, work.FirstX * 1e3};
+        for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(got[i], c.Range[i], 1e-9) << c.What << " " << i;
     }
 }
 

@@ -165,13 +165,11 @@ TEST(RecordTrees, VersionsThatAskHaveTheirWordsAndTheirDefault) {
         EXPECT_EQ(kind.Report.Version, one.Version); // kept until it is written
         EXPECT_EQ(Support::StoredImage(tree), current);
     }
-    for (const std::int32_t older : {5, 0x70005}) { // another product's: refused without a question
-        const Messages::Recorder said;
-        std::string image = RootImage(KindOf("ana"));
-        Support::Patch(image, RootAt(KindOf("ana")), older);
-        EXPECT_EQ(Support::LoadImage(OwnedTree(Defined(KindOf("ana"))), image), -1);
-        EXPECT_EQ(said.Questions, "");
-    }
+    const Messages::Recorder said; // another product's file is refused without a question
+    std::string older = RootImage(KindOf("ana"));
+    Support::Patch(older, RootAt(KindOf("ana")), 0x70005);
+    EXPECT_EQ(Support::LoadImage(OwnedTree(Defined(KindOf("ana"))), older), -1);
+    EXPECT_EQ(said.Questions, "");
 }
 
 TEST(RecordTrees, AChecksumProtectsAFileFromBeingModified) {

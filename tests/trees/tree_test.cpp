@@ -61,19 +61,21 @@ protected:
     Support::OwnedTree Trees{Define("TreeTest.HE")};
 };
 
-int ValueOf(const void* record) {
-    return record ? static_cast<const Record*>(record)->Value : -1;
-}
-
 // The values of a record and, in brackets, of its valid children; "!" where index or parent of one is wrong.
 std::string Outline(void* record) {
-    std::string text = std::to_string(ValueOf(record)), below;
+    std::string text = std::to_string(static_cast<Record*>(record)->Value), below;
     for (int i = 1; i <= Tree::ChildCount(record); ++i) {
         void* const child = Tree::Child(record, i);
         if (Tree::IndexOf(child) != i || Tree::Parent(child) != record) below += "!";
         if (Tree::IsValid(child)) below += " " + Outline(child);
     }
     return below.empty() ? text : text + "[" + below.substr(1) + "]";
+}
+
+void DeleteChild(Tree::Handle* tree, const void* parent, int index) {
+    void* gone = Tree::Child(parent, index);
+    Tree::Delete(tree, gone);
+    EXPECT_EQ(gone, nullptr);
 }
 
 // The numbers of a file, in one byte order.
@@ -115,15 +117,11 @@ TEST_F(TreeEngine, InsertAndDeleteKeepOrderIndexAndParent) {
     static_cast<Record*>(Tree::Insert(Trees, root, 10))->Value = 17;
     static_cast<Record*>(Tree::Insert(Trees, root, 1))->Value = -7;
     EXPECT_EQ(Outline(root), "1[-7 1 2 33 3 4 5 6 7 8 17]");
-    for (const int index : {11, 1, 3}) {
-        void* gone = Tree::Child(root, index);
-        Tree::Delete(Trees, gone);
-        EXPECT_EQ(gone, nullptr);
-    }
+    for (const int index : {11, 1, 3}) DeleteChild(Trees, root, index);
     void* const leaf = Add(Tree::Child(root, 1), 5);
     EXPECT_EQ(Tree::Append(Trees, leaf), nullptr); // the last level
     EXPECT_EQ(Outline(root), "1[1[5] 2 3 4 5 6 7 8]");
-    while (void* child = Tree::Child(root, 1)) Tree::Delete(Trees, child);
+    while (Tree::ChildCount(root) > 0) DeleteChild(Trees, root, 1);
     EXPECT_EQ(Trees.Handle->Heap->UsedBytes(), bare);
     Tree::Delete(Trees, root);
     EXPECT_EQ(Tree::Root(Trees), nullptr);
@@ -241,17 +239,6 @@ TEST_F(TreeEngine, ARecordOfNoBytesCannotMakeALoadTakeAllMemory) {
     EXPECT_LT(Trees.Handle->Heap->AreaBytes(), (64u << 20) + 16 * bytes.size());
 }
 
-TEST_F(TreeEngine, LoadInfoReadsTheHeaderAndTheBytesAskedFor) {
-    const Support::TempFolder folder;
-    const std::string path = folder.Write("t", Words({Tree::Magic, 2, 8, 4, 9, 7, 0}, true));
-    Tree::FileInfo info;
-    std::array<std::byte, 64> root{};
-    ASSERT_EQ(Tree::LoadInfo(path, 2, info, std::span(root).first(8)), 0);
-    EXPECT_EQ(info.Sizes, (std::vector<std::uint32_t>{8, 4}));
-    EXPECT_EQ(Bytes::Swapped(Bytes::Load<std::int32_t>(root.data())), 9);
-    EXPECT_EQ(Tree::LoadInfo(path, 2, info, root), -1);
-}
-
 TEST_F(TreeEngine, ATreeLiesAnywhereInTheFirst31BitsOfAFile) {
     (void)Grow(2);
     const std::string image = Support::StoredImage(Trees);
@@ -264,6 +251,9 @@ TEST_F(TreeEngine, ATreeLiesAnywhereInTheFirst31BitsOfAFile) {
     const std::string whole = std::string(300, '.') + image + std::string(700 - image.size(), '.');
     EXPECT_EQ(Support::ReadWhole(folder.At("b")), whole);
     Tree::FileInfo info;
+    std::array<std::byte, 8> first{};
+    ASSERT_EQ(Tree::LoadInfoAt(file, 300, 2, info, first), 0);
+    EXPECT_EQ(Bytes::Load<std::int32_t>(&first[4]), 1);
     ASSERT_EQ(Tree::LoadAt(file, 300, Trees, info), 0);
     EXPECT_EQ(Support::StoredImage(Trees), image);
     for (const std::int64_t offset : {301, -1}) EXPECT_EQ(Tree::LoadAt(file, offset, Trees, info), -1);
@@ -293,12 +283,7 @@ TEST_F(TreeEngine, AnIncrementalStoreWritesFromTheFirstChangedPlaceOn) {
          [](Tree::Handle* t, void* r) { (void)Tree::Append(t, Tree::Child(r, 3)); }, ChildAt[3]},
         {"a record in the middle",
          [](Tree::Handle* t, void* r) { (void)Tree::Insert(t, Tree::Child(r, 2), 2); }, ChildAt[2]},
-        {"one gone",
-         [](Tree::Handle* t, void* r) {
-             void* gone = Tree::Child(Tree::Child(r, 2), 1);
-             Tree::Delete(t, gone);
-         },
-         ChildAt[2]},
+        {"one gone", [](Tree::Handle* t, void* r) { DeleteChild(t, Tree::Child(r, 2), 1); }, ChildAt[2]},
         {"a new child", [](Tree::Handle* t, void* r) { (void)Tree::Append(t, r); }, HeaderBytes},
         {"one omitted", [](Tree::Handle*, void* r) { Tree::SetValid(Tree::Child(r, 1), false); },
          HeaderBytes},
