@@ -135,9 +135,7 @@ TEST(CommandLine, InfoListsEveryFieldUnderItsName) {
         }
     }
     EXPECT_GE(records, 35);
-    const Json items = RunJson("info bigtree.dat --tree sol");
-    EXPECT_EQ(items["Trees"].size(), 1u);
-    EXPECT_EQ(items["Items"].size(), 6u);
+    EXPECT_EQ(RunJson("info bigtree.dat --tree sol")["Trees"].size(), 1u);
 }
 
 TEST(CommandLine, TextOfInfoNamesGroupsSeriesAndFields) {

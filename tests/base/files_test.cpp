@@ -93,26 +93,18 @@ TEST(Files, TheReaderCrossesItsBlocks) {
     ASSERT_EQ(reader.Open(), 0);
     EXPECT_EQ(reader.Remaining(), 699'996);
     std::size_t at = 5;
-    for (const std::size_t length : {std::size_t{1001}, std::size_t{300'000}, std::size_t{200'000}}) {
-        for (int step = 0; step < (length > 1001 ? 1 : 150); ++step, at += length + 11) {
-            std::string piece(length, '\0');
-            ASSERT_TRUE(reader.Read(piece.data(), length));
-            ASSERT_EQ(piece, content.substr(at, length)) << at;
-            ASSERT_TRUE(reader.Skip(11));
-        }
+    for (const std::size_t length : {100'000u, 1001u, 300'000u, 70'000u, 200'000u}) {
+        std::string piece(length, '\0');
+        ASSERT_TRUE(reader.Read(piece.data(), length) && reader.Skip(11));
+        ASSERT_EQ(piece, content.substr(at, length)) << at;
+        at += length + 11;
     }
     std::string rest(content.size() - at, '\0');
-    for (const std::uint64_t tooFar : {rest.size() + 1, UINT64_MAX}) EXPECT_FALSE(reader.Skip(tooFar));
+    EXPECT_FALSE(reader.Skip(rest.size() + 1) || reader.Skip(UINT64_MAX));
     ASSERT_TRUE(reader.Read(rest.data(), rest.size()));
     EXPECT_EQ(rest, content.substr(at));
     EXPECT_FALSE(reader.Read(rest.data(), 1));
     EXPECT_EQ(reader.LastError, 0);
-    const Support::FailingFiles disk;
-    Support::TheDisk.ReadError = EIO;
-    Files::Reader failing(file, 0);
-    ASSERT_EQ(failing.Open(), 0);
-    EXPECT_FALSE(failing.Read(rest.data(), 1));
-    EXPECT_EQ(failing.LastError, EIO);
 }
 
 TEST(Files, TheWriterKeepsTheOrderOfItsPieces) {

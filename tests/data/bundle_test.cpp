@@ -34,27 +34,22 @@ TEST(BundleHeader, TheFirstBytesDecideTheKind) {
     const std::string sound = Support::SoundData();
     std::string reserved = sound.substr(0, 256);
     reserved[56] = 1;
-    const struct {
-        std::string Bytes;
-        int Kind;
-        std::int64_t DataStart;
-    } cases[] = {{"", 0, 0},
-                 {"DAT", 0, 0},
-                 {"DATA and samples", 1, 4},
-                 {"DAT1 a short file", 2, 256},
-                 {sound.substr(0, 255), 3, 256},
-                 {sound, 3, 256},
-                 {reserved, 3, 256},
-                 {std::string(300, 'x'), 0, 0}};
-    for (const auto& one : cases) {
-        const ReadBack read(one.Bytes);
+    const std::pair<std::string, int> cases[] = {{"", 0},
+                                                 {"DAT", 0},
+                                                 {"DATA and samples", 1},
+                                                 {"DAT1 a short file", 2},
+                                                 {sound.substr(0, 255), 3},
+                                                 {sound, 3},
+                                                 {reserved, 3},
+                                                 {std::string(300, 'x'), 0}};
+    for (const auto& [bytes, kind] : cases) {
+        const ReadBack read(bytes);
         EXPECT_TRUE(read.Ok);
-        EXPECT_EQ(read.Kind(), one.Kind) << one.Bytes.substr(0, 8);
-        EXPECT_EQ(Bundle::DataStart(static_cast<Bundle::FileKind>(read.Kind())), one.DataStart);
-        const bool isHeader = one.Bytes == sound;
-        EXPECT_EQ(read.Header.Items, isHeader ? 7 : 0); // only the signature stays of what is no header
-        EXPECT_EQ(read.Header.Entries[0].Start, isHeader ? 256 : 0);
+        EXPECT_EQ(read.Kind(), kind) << bytes.substr(0, 8);
+        EXPECT_EQ(read.Header.Items, bytes == sound ? 7 : 0); // only the signature stays of what is no header
+        EXPECT_EQ(read.Header.Entries[0].Start, bytes == sound ? 256 : 0);
     }
+    EXPECT_EQ(Bundle::DataStart(Bundle::FileKind::Bundle), 256);
 }
 
 TEST(BundleHeader, TooManyItemsForbidWritingOnly) {

