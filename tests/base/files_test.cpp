@@ -23,19 +23,18 @@ int Replace(const std::string& path, std::string_view content) {
 }
 
 TEST(Replacement, EveryFailureLeavesTheOldContentAndNothingBesideIt) {
-    struct Case {
+    const struct {
         const char* Name;
         int Error;
         void (*Break)();
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"cannot be created", EACCES, [] { Support::TheDisk.OpenError = EACCES; }},
         {"full disk", ENOSPC, [] { Support::TheDisk.Room = 3; }},
         {"not flushed", EIO, [] { Support::TheDisk.FlushError = EIO; }},
         {"not renamed", EPERM, [] { Support::TheDisk.RenameError = EPERM; }},
         {"no fault", 0, [] {}},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         SCOPED_TRACE(one.Name);
         const Support::TempFolder folder;
         const std::string path = folder.Write("result.csv", "old");
@@ -48,18 +47,6 @@ TEST(Replacement, EveryFailureLeavesTheOldContentAndNothingBesideIt) {
     }
 }
 
-TEST(Replacement, WithoutCommitNothingHappens) {
-    const Support::TempFolder folder;
-    const std::string path = folder.Write("a", "old");
-    {
-        Files::Replacement file;
-        ASSERT_EQ(file.Begin(path), 0);
-        ASSERT_EQ(Files::WriteAt(file.Content, 0, BytesOf("new")), 0);
-    }
-    EXPECT_EQ(Support::ReadWhole(path), "old");
-    EXPECT_EQ(folder.Count(), 1);
-}
-
 TEST(Replacement, KeepsLinksAndRightsAndTakesNoPlaceOfAFolderOrADevice) {
     const Support::TempFolder folder;
     const std::string target = folder.Write("real.ana", "old");
@@ -67,13 +54,17 @@ TEST(Replacement, KeepsLinksAndRightsAndTakesNoPlaceOfAFolderOrADevice) {
     std::filesystem::create_symlink(target, folder.At("link.ana"));
     ASSERT_EQ(Replace(folder.At("link.ana"), "new"), 0);
     EXPECT_TRUE(std::filesystem::is_symlink(folder.At("link.ana")));
-    EXPECT_EQ(Support::ReadWhole(target), "new");
     EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms{0640});
     std::filesystem::create_directory(folder.At("sub"));
     ASSERT_EQ(::mkfifo(folder.At("pipe").c_str(), 0600), 0);
     EXPECT_EQ(Replace(folder.At("sub"), "x"), EISDIR);
     EXPECT_EQ(Replace(folder.At("pipe"), "x"), EINVAL);
     EXPECT_EQ(Replace(folder.At("missing/b"), "x"), ENOENT);
+    {
+        Files::Replacement forgotten; // without a commit nothing happens
+        ASSERT_EQ(forgotten.Begin(target), 0);
+    }
+    EXPECT_EQ(Support::ReadWhole(target), "new");
     EXPECT_EQ(folder.Count(), 4);
 }
 
@@ -87,7 +78,6 @@ TEST(Files, WhatCannotBeReadIsAnErrorAndNotContent) {
     std::array<std::byte, 4> four{};
     std::size_t got = 9;
     EXPECT_EQ(Files::ReadAt(file, -1, four, got), EINVAL);
-    EXPECT_EQ(got, 0u);
     EXPECT_EQ(Files::ReadAt(file, 4, four, got), 0);
     EXPECT_EQ(got, 2u);
     EXPECT_NE(Files::WriteAt(file, 0, BytesOf("x")), 0);
@@ -103,26 +93,18 @@ TEST(Files, TheReaderCrossesItsBlocks) {
     ASSERT_EQ(reader.Open(), 0);
     EXPECT_EQ(reader.Remaining(), 699'996);
     std::size_t at = 5;
-    for (const std::size_t length : {std::size_t{1001}, std::size_t{300'000}, std::size_t{200'000}}) {
-        for (int step = 0; step < (length > 1001 ? 1 : 150); ++step, at += length + 11) {
-            std::string piece(length, '\0');
-            ASSERT_TRUE(reader.Read(piece.data(), length));
-            ASSERT_EQ(piece, content.substr(at, length)) << at;
-            ASSERT_TRUE(reader.Skip(11));
-        }
+    for (const std::size_t length : {100'000u, 1001u, 300'000u, 70'000u, 200'000u}) {
+        std::string piece(length, '\0');
+        ASSERT_TRUE(reader.Read(piece.data(), length) && reader.Skip(11));
+        ASSERT_EQ(piece, content.substr(at, length)) << at;
+        at += length + 11;
     }
     std::string rest(content.size() - at, '\0');
-    for (const std::uint64_t tooFar : {rest.size() + 1, UINT64_MAX}) EXPECT_FALSE(reader.Skip(tooFar));
+    EXPECT_FALSE(reader.Skip(rest.size() + 1) || reader.Skip(UINT64_MAX));
     ASSERT_TRUE(reader.Read(rest.data(), rest.size()));
     EXPECT_EQ(rest, content.substr(at));
     EXPECT_FALSE(reader.Read(rest.data(), 1));
     EXPECT_EQ(reader.LastError, 0);
-    const Support::FailingFiles disk;
-    Support::TheDisk.ReadError = EIO;
-    Files::Reader failing(file, 0);
-    ASSERT_EQ(failing.Open(), 0);
-    EXPECT_FALSE(failing.Read(rest.data(), 1));
-    EXPECT_EQ(failing.LastError, EIO);
 }
 
 TEST(Files, TheWriterKeepsTheOrderOfItsPieces) {

@@ -14,8 +14,6 @@ using SampleFormat::Reduction;
 
 namespace {
 
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-
 template <class T>
 constexpr DataFormat FormatOf = std::is_same_v<T, std::int16_t>   ? DataFormat::Int16
                                 : std::is_same_v<T, std::int32_t> ? DataFormat::Int32
@@ -64,7 +62,7 @@ TEST(SampleFormat, IntegerTargetsTruncateIntegersAndRoundReals) {
     EXPECT_EQ(Converted<std::int32_t>(words, -0.5, 0.0), std::vector<std::int32_t>(19, -2));
     EXPECT_EQ(Converted<std::int32_t>(std::vector<double>{2.5, 1.25, -2.5}, 1.0, 0.25),
               (std::vector<std::int32_t>{3, 2, -2}));
-    const std::vector<float> wild{2.5f, -2.5f, 1e30f, -1e30f, HUGE_VALF, static_cast<float>(NaN), 32767.4f};
+    const std::vector<float> wild{2.5f, -2.5f, 1e30f, -1e30f, HUGE_VALF, std::nanf(""), 32767.4f};
     EXPECT_EQ(Converted<std::int16_t>(wild, 1.0, 0.0),
               (std::vector<std::int16_t>{3, -3, 32767, -32768, 32767, 0, 32767}));
 }
@@ -106,70 +104,41 @@ TEST(SampleFormat, ExtremesIgnoreWhatIsNoNumber) {
     EXPECT_TRUE(SampleFormat::FindExtremes(std::vector<float>{HUGE_VALF}).Known);
 }
 
-TEST(Compress, AnalogGroupsGiveFirstSamplesOrMeans) {
-    const std::vector<float> source{1, 2, 3, 4, 5, 6, 7, 8};
-    std::vector<float> target(3, 100.0f);
+TEST(Compress, AnalogGroupsGiveFirstSamplesOrMeansBehindTheFilter) {
+    const std::vector<float> source{1, 2, 3, 4, 5, 6, 7, 8}, ones(40, 1.0f);
+    std::vector<float> target(3, 100.0f), filtered(10);
     EXPECT_EQ(Reduced(source, target, {.Stride = 3, .Plain = true, .Scale = 2, .Offset = 1}), 2u);
     EXPECT_EQ(target, (std::vector<float>{3, 9, 100}));
     EXPECT_EQ(Reduced(source, target, {.Stride = 3, .Block = 2, .Add = true, .Scale = 2, .Offset = 1}), 2u);
     EXPECT_EQ(target, (std::vector<float>{3 + 4, 9 + 10, 100}));
-    const std::vector<std::int16_t> words{-1, -2, -3, -4};
-    EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(words)), target, 4,
-                                     {.Stride = 2, .Block = 2, .Format = DataFormat::Int16}),
-              2u);
-    EXPECT_EQ(target[1], -3.5f);
-}
-
-TEST(Compress, FilterRunsFirstWithZerosAroundTheData) {
-    const std::vector<float> source(40, 1.0f);
-    std::vector<float> target(10), unfiltered(40);
-    ASSERT_EQ(Reduced(source, target, {.Stride = 4, .Plain = true, .Filter = true}), 10u);
+    ASSERT_EQ(Reduced(ones, filtered, {.Stride = 4, .Plain = true, .Filter = true}), 10u);
     GaussFilter::FilterRecord record;
     ASSERT_EQ(GaussFilterDesign(record, 0.25), 1);
-    EXPECT_EQ(target[0], static_cast<float>(1.0 - record.Coefficients[0]));
-    EXPECT_FLOAT_EQ(target[5], 1.0f);
-    ASSERT_EQ(Reduced(source, unfiltered, {.Stride = 1, .Filter = true}), 40u);
-    EXPECT_EQ(unfiltered, source);
+    EXPECT_EQ(filtered[0], static_cast<float>(1.0 - record.Coefficients[0])); // zeros around the data
+    EXPECT_FLOAT_EQ(filtered[5], 1.0f);
+    for (const Reduction& refused :
+         {Reduction{.Format = DataFormat::Int32}, Reduction{.Stride = 0}, Reduction{.Stride = 2, .Block = 3},
+          Reduction{.Stride = 1u << 31, .Filter = true}})
+        EXPECT_EQ(Reduced(source, target, refused), 0u);
+    EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(source)), target, 9, {}), 0u);
 }
 
 TEST(Compress, DigitalWordsAreMaskedAndMerged) {
     const std::vector<std::int16_t> words{-1, 0, 0x55, 0};
-    std::vector<float> target{512, 512};
+    std::vector<float> target{512, 512}, masked(3);
     const auto reduced = [&](std::uint32_t mask, bool add) {
-        EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(words)), target, 4,
-                                         {.Stride = 2,
-                                          .DigitalMask = mask,
-                                          .Format = DataFormat::Int16,
-                                          .Add = add,
-                                          .Scale = add ? 7.0 : 1.0}),
-                  2u);
+        Reduction how{.Stride = 2, .DigitalMask = mask, .Format = DataFormat::Int16, .Add = add};
+        EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(words)), target, 4, how), 2u);
         return target;
     };
     EXPECT_EQ(reduced(0x8011, true), (std::vector<float>{512 + 0x8011, 512 + 0x11}));
     EXPECT_EQ(reduced(0x8011, false), (std::vector<float>{0x8011, 0x11}));
     EXPECT_EQ(reduced(65535, false)[0], -1.0f); // as good as no mask: the sign survives
-    std::vector<float> masked(3);
-    EXPECT_EQ(Reduced({static_cast<float>(NaN), 6.6f, -1.0f}, masked, {.DigitalMask = 0xFFF}), 3u);
+    EXPECT_EQ(Reduced({std::nanf(""), 6.6f, -1.0f}, masked, {.DigitalMask = 0xFFF}), 3u);
     EXPECT_EQ(masked, (std::vector<float>{0, 7, 4095}));
-}
-
-TEST(Compress, RefusesWhatItCannotReduce) {
-    Messages::Recorder said;
-    const std::vector<float> source(4, 1.0f);
-    std::vector<float> target(4, -99.0f);
-    EXPECT_EQ(Reduced(source, target, {.Format = DataFormat::Int32}), 0u);
-    EXPECT_EQ(said.Alerts, "Compress: illegal data format\n");
-    for (const Reduction& how : {Reduction{.Stride = 0}, Reduction{.Stride = 2, .Block = 3},
-                                 Reduction{.Stride = 1u << 31, .Filter = true}})
-        EXPECT_EQ(Reduced(source, target, how), 0u);
-    EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(source)), target, 5, {}), 0u);
-    EXPECT_EQ(target, std::vector<float>(4, -99.0f));
-}
-
-TEST(DigitalWords, BitsAreExtractedKeptAndSet) {
-    std::vector<std::uint16_t> words{0x8001, 0x7FFE};
-    SampleFormat::SetDigitalValue(words, 0xFF0F, 0x0030);
-    EXPECT_EQ(words, (std::vector<std::uint16_t>{0x8031, 0x7F3E}));
-    SampleFormat::ExtractBit(words, 15);
-    EXPECT_EQ(words, (std::vector<std::uint16_t>{1, 0}));
+    std::vector<std::uint16_t> bits{0x8001, 0x7FFE};
+    SampleFormat::SetDigitalValue(bits, 0xFF0F, 0x0030);
+    EXPECT_EQ(bits, (std::vector<std::uint16_t>{0x8031, 0x7F3E}));
+    SampleFormat::ExtractBit(bits, 15);
+    EXPECT_EQ(bits, (std::vector<std::uint16_t>{1, 0}));
 }

@@ -161,10 +161,7 @@ TEST(Stimulus, IsWhatItsSegmentsSay) {
         {"Q1,8 period=3 amplitude=4", "5 -3 -3 5 -3 -3 1 1"},
         {"R-8,2 S1,4.5 period=4 amplitude=4", "-9 -8 1 5 1 -3 1"},
         {"Q1,3 period=1 amplitude=4", "1 1 1"}, // no full cycle
-        {"Q1,3 period=-1 amplitude=4", "1 1 1"},
         {"Q1,3 period=nan amplitude=4", "1 1 1"},
-        {"S1,3 period=nan amplitude=4", "1 1 1"},
-        {"Q1,3 period=inf amplitude=4", "1 1 1"},
         {"C2,2 K0,1e300 C3,1e300", "2 2 ..."},
         {"C2,2 K0,0 C3,1", "2 2 3"},
         {"?1,1", "StimGen.Segment: illegal segment class."},
@@ -177,18 +174,14 @@ TEST(Stimulus, IsWhatItsSegmentsSay) {
         {"R2,2 K2,1 flags=6", "-10 -10 -10"},
         // Sources of the voltage; the holding belongs to the start that a factor multiplies.
         {"C3,1,dv=2 sweep=2", "5"},
-        {"C3,1,dv=2,source=-4 sweep=2", "5"},
         {"C3,1,dv=2,source=-2147483648 sweep=2", "5"},
         {"C3,1,dv=2,source=1 sweep=2", "-10"},
-        {"C3,1,dv=2,source=2 sweep=2", "9"},
         {"C3,1,dv=2,source=11 sweep=2", "10"},
         {"C3,1,dv=2,source=12 sweep=2", "2"},
-        {"C3,1,dv=2,source=2147483647 sweep=2", "2"},
         {"C3,1,dv=2 sweep=2 flags=2", "-5"},
         {"C3,1,dv=2,source=1 sweep=2 flags=2", "-10"},
         {"C3,1,dv=2,fv=2 sweep=2 flags=2", "-12"},
         // Sources of the duration, below 0 counting as 0; scan rates are those of ramps, both ways.
-        {"C1,4,dt=1,from=1 sweep=3", "1 1 1 1 1 1"},
         {"C1,4,dt=1,from=3 sweep=3", "1 1"},
         {"C1,4,dt=1,from=4 sweep=3", "1 1 1 1 1 1 1 1"},
         {"C3,2 R5,0.5 rates=1", "3 3 3.5 4 4.5 5"},
@@ -199,39 +192,30 @@ TEST(Stimulus, IsWhatItsSegmentsSay) {
         // No number from a file gets through: at most 10 points, an interval above 0, a sweep from 1 on.
         {"C2,6 C2,4", "2 2 2 2 2 2 2 2 2 2"},
         {"C2,6 C2,5", TooLarge},
-        {"C2,6 C2,1e300", TooLarge},
         {"C2,6 C2,inf", TooLarge},
         {"C2,3 C2,-1 C2,-inf C2,nan", "2 2 2"},
         {"C2,1 interval=0", Illegal},
-        {"C2,1 interval=nan", Illegal},
         {"C2,1 sweep=0", Illegal},
         // A segment at its increment, inside of the target.
         {"C2,3 room=8 at=1 step=3", "0 2 0 0 2 0 0 2"},
         {"C2,3 room=8 at=2 step=3", TooLarge},
-        {"C2,3 room=8 at=8", TooLarge},
         {"C2,3 room=8 at=1e19", TooLarge},
         {"C2,3 room=8 step=0", ""},
         // Digital channels set their bit by the sign (3), or write their voltage (2).
         {"S0.1,1 dac=3 bit=2 room=1 fill=3", "7"},
         {"S-5,1 dac=3 bit=1 room=1 fill=3", "1"},
         {"S0,1 dac=3 bit=1 room=1 fill=3", "3"},
-        {"Snan,1 dac=3 bit=1 room=1 fill=3", "3"},
         {"S1,1 dac=3 bit=16 room=1 fill=3", "3"},
         {"S1,1 dac=3 bit=-1 room=1 fill=3", "3"},
         {"S3.6,1 dac=2 bit=2 room=1 fill=3", "7"},
-        {"S2,1 dac=2 bit=0 room=1 fill=3", "2"},
         {"Snan,1 dac=2 bit=1 room=1 fill=3", "1"},
         {"S1e300,1 dac=2 bit=15 room=1 fill=3", "32771"},
     };
     for (const auto& [words, wanted] : cases) EXPECT_EQ(Bench(words).Run(), wanted) << words;
-    const StimSegment* const missing[] = {nullptr};
-    const Bench bench("C1,1");
-    StimGen::Source source = bench.Source();
-    source.Segments = missing;
-    std::vector<float> target;
-    bool continuous = false;
-    EXPECT_FALSE(Stimulus(1, source, target, continuous));
-    EXPECT_TRUE(SegmentTable(1, source).empty());
+    Bench missing("C1,1");
+    missing.Pointers[0] = nullptr;
+    EXPECT_EQ(missing.Run(), Illegal);
+    EXPECT_TRUE(SegmentTable(1, missing.Source()).empty());
 }
 
 TEST(StoredStimulus, LinesUpWithTheRecordedTrace) {

@@ -37,10 +37,6 @@ const Configuration Configurations[] = {
      [](const Solved& v, double x) {
          return v("Amp0") + v("Amp1") * std::exp(-x / 0.7) + v("Amp2") * std::exp(-x / 3.1);
      }},
-    {"one held", true, "Exponential", "Tau1=0.7 Amp2=2.5 Amp2:hold Tau2:hold",
-     [](const Solved& v, double x) {
-         return v("Amp0") + v("Amp1") * std::exp(-x / 0.7) + 2.5 * std::exp(-x / 0.01);
-     }},
     {"rising, no offset", true, "1-Exponential", "Tau1=0.7 Amp0:off",
      [](const Solved& v, double x) { return v("Amp1") * (1 - std::exp(-x / 0.7)); }},
     {"tau of 0", true, "Exponential", "Tau1=0 Tau1:hold", [](const Solved& v, double) { return v("Amp0"); }},
@@ -52,8 +48,6 @@ const Configuration Configurations[] = {
          const double h = (0.6 * std::exp(-t / 1.1) + 0.4 * std::exp(-t / 5.0)) * 0.8 + 0.2;
          return t < 0 ? 0.0 : e * 0.3 / 0.4 + v("I0") * std::pow(1 - e, 3) * h * h;
      }},
-    {"neither gate", true, "Hodgkin&Huxley", "PowerM=0 PowerH=0",
-     [](const Solved& v, double) { return v("I0"); }},
     {"three bells", true, "Gaussian",
      "Mean1=0.5 Sigma1=0.4 Mean2=1.5 Sigma2=0 Mean3=2 Sigma3=0.3 Amp2:hold Amp3:fit",
      [](const Solved& v, double x) {

@@ -3,9 +3,8 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "data/analysis_file.h"
-#include "data/new_data_set.h"
 #include "data/scratch.h"
-#include "support/temp_folder.h"
+#include "support/fixtures.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -13,56 +12,15 @@
 namespace {
 
 constexpr double Interval = 1e-4;
-constexpr int Sweeps = 4;
-constexpr int Baseline = 100, Gap = 50, Pulse = 600, Tail = 200; // points; the gap is not stored
-constexpr double Offset = 2e-9, Amplitude = 5e-9;
+constexpr int Baseline = 100, Pulse = 600; // points; behind the baseline a segment that is not stored
 
 double TauOf(int sweep) {
     return 0.004 + 0.001 * sweep;
 }
 
-// A relaxation in each sweep's third segment, behind a segment that is not part of the trace.
-std::vector<float> SamplesOf(int sweep) {
-    std::vector<float> samples(Baseline + Pulse + Tail, 0.0f);
-    for (int i = 0; i < Pulse; ++i)
-        samples[static_cast<std::size_t>(Baseline + i)] =
-            static_cast<float>(Offset + Amplitude * std::exp(-i * Interval / TauOf(sweep)));
-    return samples;
-}
-
-bool WriteSet(const std::string& path) {
-    NewDataSet set;
-    if (!BeginDataSet(set, path, "test")) return false;
-    auto* const stim = static_cast<StimStimulation*>(Tree::Append(set.Stim, set.StimulusRoot));
-    stim->SsSampleInterval = Interval;
-    stim->SsNumberSweeps = Sweeps;
-    auto* const channel = static_cast<StimChannel*>(Tree::Append(set.Stim, stim));
-    channel->ChRelX = 2;
-    channel->ChRelY = 3;
-    for (const int points : {Baseline, Gap, Pulse, Tail}) {
-        auto* const segment = static_cast<StimSegment*>(Tree::Append(set.Stim, channel));
-        segment->SgStoreKind = points != Gap;
-        segment->SgDuration = points * Interval;
-        segment->SgDeltaVFactor = segment->SgDeltaTFactor = 1.0;
-    }
-    VennicGroup* const group = VennicTree::NewGroup(set.Vennic, set.Root, 0);
-    VennicSeries* const series = VennicTree::NewSeries(set.Vennic, group, 0);
-    for (int i = 0; i < Sweeps; ++i) {
-        VennicSweep* const sweep = VennicTree::NewSweep(set.Vennic, series, 0);
-        sweep->SwStimCount = 1;
-        VennicTrace* const trace = VennicTree::NewTrace(set.Vennic, sweep, 0);
-        trace->TrDataFormat = 2;
-        trace->TrXInterval = Interval;
-        Texts::ToField(trace->TrYUnit, "A");
-        if (!AppendSamples(set, *trace, SamplesOf(i))) return false;
-    }
-    return FinishDataSet(set);
-}
-
 class SweepFitting : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(WriteSet(Path));
         ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Analysis));
         Engine.Params.FitType = SweepFitType::Exponential;
         Select(1);
@@ -78,14 +36,9 @@ protected:
         const void* const entry = Tree::Child(Tree::Child(Session.CurASeries, record), column);
         return *Tree::ChildAs<AnalysisValue>(entry, sweep);
     }
-    std::string ColumnName(int record, int column) const {
-        const auto* const entry =
-            Tree::ChildAs<AnalysisEntry>(Tree::Child(Session.CurASeries, record), column);
-        return std::string(Texts::FromField(entry->Name)) + "/" + std::string(Texts::FromField(entry->Unit));
-    }
     Messages::Recorder Heard;
     Support::TempFolder Folder;
-    std::string Path = Folder.At("sweep_fitting.dat");
+    std::string Path = Folder.Write("cell.dat", Support::ReadWhole(Support::DataFile("fit/relaxations.dat")));
     DataSession Session;
     SweepFit::Engine Engine{Session};
 };
@@ -99,25 +52,24 @@ TEST_F(SweepFitting, TheRangeLiesInTheStoredSegmentOfYValues) {
         const char* What;
         int SegOffset;
         double Left, Right;
-        int First, Points;
-        double SegmentStart, FirstX;
+        std::vector<double> Range; // first point and points, times of segment start and first x in ms
     } cases[] = {
-        {"the relevant segment, behind one that is not stored", 0, 0.0, 1.0, 100, 600, 0.01, 0.0},
-        {"bounds inside", 0, 0.25, 0.5, 250, 150, 0.01, 0.015},
-        {"a left bound in the segment before", 0, -0.1, 0.1, 40, 120, 0.01, -0.006},
-        {"a right bound beyond the trace", 1, 0.0, 1.5, 700, 200, 0.07, 0.0},
-        {"an offset beyond the last segment", 9, 0.0, 1.0, 700, 200, 0.07, 0.0},
-        {"an offset before the first segment", -9, 0.0, 1.0, 0, 100, 0.0, 0.0},
+        {"the relevant segment, behind one that is not stored", 0, 0.0, 1.0, {100, 600, 10, 0}},
+        {"bounds inside", 0, 0.25, 0.5, {250, 150, 10, 15}},
+        {"a left bound in the segment before", 0, -0.1, 0.1, {40, 120, 10, -6}},
+        {"a right bound beyond the trace", 1, 0.0, 1.5, {700, 200, 70, 0}},
+        {"an offset beyond the last segment", 9, 0.0, 1.0, {700, 200, 70, 0}},
+        {"an offset before the first segment", -9, 0.0, 1.0, {0, 100, 0, 0}},
     };
     for (const auto& c : cases) {
         Engine.Params.FitSegOffset = c.SegOffset;
         Engine.Params.FitLeftBound = c.Left;
         Engine.Params.FitRightBound = c.Right;
         ASSERT_TRUE(SweepFit::PrepareData(Engine)) << c.What;
-        EXPECT_EQ(Engine.Work.FirstPoint, c.First) << c.What;
-        EXPECT_EQ(Engine.Work.RangePoints, c.Points) << c.What;
-        EXPECT_NEAR(Engine.Work.SegmentStart, c.SegmentStart, 1e-12) << c.What;
-        EXPECT_NEAR(Engine.Work.FirstX, c.FirstX, 1e-12) << c.What;
+        const SweepFit::Work& work = Engine.Work;
+        const double got[] = {static_cast<double>(work.FirstPoint), static_cast<double>(work.RangePoints),
+                              work.SegmentStart * 1e3, work.FirstX * 1e3};
+        for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(got[i], c.Range[i], 1e-9) << c.What << " " << i;
     }
 }
 
@@ -174,13 +126,14 @@ TEST_F(SweepFitting, AutoFitFillsTheTableFromTheSelectedSweepOn) {
     ASSERT_EQ(Records(), 1);
     const auto* const record = Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 1);
     EXPECT_EQ(record->EntryCount, 3);
-    EXPECT_EQ(ColumnName(1, Amp0Column), "amp0/A");
-    EXPECT_EQ(ColumnName(1, TauColumn), "tau1/s");
+    const auto* const column = Tree::ChildAs<AnalysisEntry>(record, TauColumn);
+    EXPECT_EQ(Texts::FromField(column->Name), "tau1");
+    EXPECT_EQ(Texts::FromField(column->Unit), "s");
     EXPECT_EQ(Cell(1, TauColumn, 1).State, FitParamState::Off);
-    for (int sweep = 2; sweep <= Sweeps; ++sweep) {
+    for (int sweep = 2; sweep <= 4; ++sweep) {
         EXPECT_EQ(Cell(1, TauColumn, sweep).State, FitParamState::Fit);
         EXPECT_NEAR(Cell(1, TauColumn, sweep).Value, TauOf(sweep - 1), 1e-6);
-        EXPECT_NEAR(Cell(1, Amp0Column, sweep).Value, Offset, 1e-12);
+        EXPECT_NEAR(Cell(1, Amp0Column, sweep).Value, 2e-9, 1e-12);
     }
 }
 
@@ -197,11 +150,8 @@ TEST_F(SweepFitting, ANewSetupOpensANewRecordAndOverwriteTakesTheLastOne) {
     Engine.Params.FitType = SweepFitType::Polynomial;
     Engine.Params.NewAnalysisMode = SweepFit::AnalysisMode::Overwrite;
     ASSERT_TRUE(SweepFit::FitCommand(Engine));
-    ASSERT_EQ(Records(), 2);
-    EXPECT_EQ(Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 2)->FitType, 2);
     EXPECT_EQ(SweepFit::AnalysisName(Engine), "2 of 2: Polynomial");
-    SweepFit::BackAnalysis(Engine);
-    SweepFit::BackAnalysis(Engine);
+    for (int i = 0; i < 2; ++i) SweepFit::BackAnalysis(Engine);
     EXPECT_EQ(SweepFit::AnalysisName(Engine), "1 of 2: Exponential");
     SweepFit::DeleteCurrentAnalysis(Engine);
     EXPECT_EQ(SweepFit::AnalysisName(Engine), "1 of 1: Polynomial");

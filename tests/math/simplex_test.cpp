@@ -24,10 +24,8 @@ TEST(Simplex, MovesBitForBitAsRecorded) {
             SimplexStep(state, vector, Vectors::Number(call[0]));
             for (std::size_t j = 0; j < vector.size(); ++j)
                 ASSERT_EQ(vector[j], Vectors::Number(call[1][j])) << j;
-            EXPECT_EQ(static_cast<int>(state.StepState), call[2].get<int>());
-            EXPECT_EQ(state.High, call[3].get<int>());
-            EXPECT_EQ(state.Low, call[4].get<int>());
-            EXPECT_EQ(state.CycleDone, call[5].get<bool>());
+            const auto step = static_cast<int>(state.StepState);
+            EXPECT_EQ(nlohmann::json({call[0], call[1], step, state.High, state.Low, state.CycleDone}), call);
         }
     }
 }
@@ -41,7 +39,7 @@ TEST(Simplex, RefusesSizesThatItCannotHoldAndMendsTheStep) {
         ASSERT_TRUE(SimplexInit(state, 3, step));
         EXPECT_EQ(state.P, wanted) << step;
     }
-    ASSERT_TRUE(SimplexInit(state, Simplex::MaxDim, 1E-8));
+    ASSERT_TRUE(SimplexInit(state, 3, 1E-8));
     EXPECT_LT(state.P, 1E-7);
 }
 
@@ -49,20 +47,22 @@ TEST(Simplex, ConvergesOnlyAtTheEndOfACycle) {
     Simplex::State state;
     ASSERT_TRUE(SimplexInit(state, 1, 0.1));
     state.High = 1;
-    struct {
+    const struct {
         double Low, High;
-        bool CycleDone, Relative, Absolute;
-    } const cases[] = {
-        {2.0, 2.0, false, false, false}, {2.0, 2.0, true, true, true},      {2.0, 2.02, true, false, false},
-        {2.0, 2.015, true, true, false}, {200.0, 200.5, true, true, false}, {0.5, 0.509, true, false, true},
-        {0.0, 0.0, true, false, true},
-    };
+        bool Relative, Absolute;
+    } cases[] = {{2.0, 2.0, true, true},
+                 {2.0, 2.02, false, false},
+                 {200.0, 200.5, true, false},
+                 {0.5, 0.509, false, true},
+                 {0.0, 0.0, false, true}};
     for (const auto& c : cases) {
         state.Residuals[0] = c.Low;
         state.Residuals[1] = c.High;
-        state.CycleDone = c.CycleDone;
+        state.CycleDone = true;
         EXPECT_EQ(SimplexConverged(state, 0.0095), c.Relative) << c.Low << " " << c.High;
         EXPECT_EQ(SimplexConvergedAbs(state, 0.0095), c.Absolute) << c.Low << " " << c.High;
+        state.CycleDone = false;
+        EXPECT_FALSE(SimplexConverged(state, 0.0095));
     }
 }
 

@@ -29,18 +29,17 @@ std::vector<double> ManyArguments() {
     return arguments;
 }
 
-TEST(VectorExp, StaysWithinItsErrorBound) {
-    std::vector<double> in;
-    for (const double x : ManyArguments())
-        if (std::fabs(x) < 708.0) in.push_back(x);
-    std::vector<double> out(in.size());
-    VectorExp::Exp(in.data(), out.data(), in.size());
-    for (std::size_t i = 0; i < in.size(); ++i) {
-        const long double exact = std::exp(static_cast<long double>(in[i]));
-        const double unit = std::nextafter(out[i], HUGE_VAL) - out[i];
-        ASSERT_LE(std::fabs(static_cast<double>(exact - static_cast<long double>(out[i]))), 1.1 * unit)
-            << in[i];
+TEST(VectorExp, StaysWithinItsErrorBoundAndLeavesTheEdgesToTheLibrary) {
+    for (const double x : ManyArguments()) {
+        if (std::fabs(x) >= 708.0) continue;
+        const double got = Exp(x), unit = std::nextafter(got, HUGE_VAL) - got;
+        const long double exact = std::exp(static_cast<long double>(x));
+        ASSERT_LE(std::fabs(static_cast<double>(exact - static_cast<long double>(got))), 1.1 * unit) << x;
     }
+    for (const double x :
+         {0.0, -0.0, HUGE_VAL, -HUGE_VAL, 709.5, 710.0, -709.0, -745.0, -746.0, 1E300, -1E300})
+        EXPECT_EQ(Exp(x), std::exp(x)) << x;
+    EXPECT_TRUE(std::isnan(Exp(std::nan(""))));
 }
 
 TEST(VectorExp, AnElementDoesNotDependOnItsPlaceOrNeighbours) {
@@ -56,13 +55,6 @@ TEST(VectorExp, AnElementDoesNotDependOnItsPlaceOrNeighbours) {
     for (std::size_t i = 0; i < in.size(); i += 7) ASSERT_EQ(Bits(Exp(in[i])), Bits(out[i])) << in[i];
     VectorExp::Exp(in.data(), in.data(), in.size());
     for (std::size_t i = 0; i < in.size(); ++i) ASSERT_EQ(Bits(in[i]), Bits(out[i]));
-}
-
-TEST(VectorExp, LeavesTheEdgesToTheLibrary) {
-    constexpr double Infinity = std::numeric_limits<double>::infinity();
-    const double in[] = {0.0, -0.0, Infinity, -Infinity, 709.5, 710.0, -709.0, -745.0, -746.0, 1E300, -1E300};
-    for (const double x : in) EXPECT_EQ(Exp(x), std::exp(x)) << x;
-    EXPECT_TRUE(std::isnan(Exp(std::nan(""))));
 }
 
 TEST(VectorExp, DecayRoundsItsArgumentAsWritten) {

@@ -2,13 +2,13 @@
 #pragma once
 #include "base/files.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace Support {
 
 // What the files below do; reset by each FailingFiles.
 struct Disk {
-    std::int64_t BytesWritten = 0;
     std::int64_t LowestWrite = INT64_MAX; // position of the first byte that was touched
     std::int64_t Room = INT64_MAX;        // bytes that can be written before the disk is full
     int OpenHandles = 0;
@@ -34,8 +34,7 @@ public:
             const auto wanted = static_cast<std::int64_t>(bytes);
             if (wanted > TheDisk.Room) return std::int64_t{-ENOSPC};
             TheDisk.Room -= wanted;
-            TheDisk.BytesWritten += wanted;
-            if (wanted > 0 && position < TheDisk.LowestWrite) TheDisk.LowestWrite = position;
+            if (wanted > 0) TheDisk.LowestWrite = std::min(TheDisk.LowestWrite, position);
             return native.WriteAt(handle, data, bytes, position);
         };
         disk.Length = [](int handle) {

@@ -38,12 +38,10 @@ inline std::string Damaged(const Json& damage) {
     bytes.resize(damage.value("length", bytes.size()));
     for (const Json& patch : damage.value("patches", Json::array())) {
         const auto hex = patch[1].get<std::string>();
-        std::string once;
-        for (std::size_t i = 0; i < hex.size(); i += 2)
-            once.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
         std::size_t at = patch[0];
-        for (int n = patch.size() > 2 ? patch[2].get<int>() : 1; n > 0; --n, at += once.size())
-            bytes.replace(at, once.size(), once);
+        for (int n = patch.size() > 2 ? patch[2].get<int>() : 1; n > 0; --n)
+            for (std::size_t i = 0; i < hex.size(); i += 2)
+                bytes.at(at++) = static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     }
     return bytes;
 }

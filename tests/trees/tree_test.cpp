@@ -21,30 +21,27 @@ constexpr std::array<std::uint32_t, 3> Sizes = {8, 8, 8};
 constexpr std::size_t HeaderBytes = 8 + 4 * 3;
 constexpr std::size_t StoredBytes = 8 + 4; // a record and its child count
 
-Record Image;
 bool Convertible = true;
 
 Tree::Procedures PlainProcedures() {
-    return {.FileToRam =
-                [](void* record, int, std::size_t, bool swap) {
-                    auto& r = *static_cast<Record*>(record);
-                    if (swap) r = {Bytes::Swapped(r.Mark), Bytes::Swapped(r.Value)};
-                    return Convertible;
-                },
-            .RamToFile = [](void* record, int) -> std::byte* {
-                Image = *static_cast<Record*>(record);
-                return Convertible ? reinterpret_cast<std::byte*>(&Image) : nullptr;
-            },
-            .InitRecord = {},
-            .Copied = {}};
+    Tree::Procedures procedures;
+    procedures.FileToRam = [](void* record, int, std::size_t, bool swap) {
+        auto& r = *static_cast<Record*>(record);
+        if (swap) r = {Bytes::Swapped(r.Mark), Bytes::Swapped(r.Value)};
+        return Convertible;
+    };
+    procedures.RamToFile = [](void* record, int) {
+        return Convertible ? static_cast<std::byte*>(record) : nullptr;
+    };
+    return procedures;
 }
 
 class TreeEngine : public testing::Test {
 protected:
     ~TreeEngine() override { Convertible = true; }
 
-    static Tree::Handle* Define(const char* name, int levels = 3) {
-        return Tree::Define(name, levels, Sizes, Sizes, PlainProcedures());
+    static Tree::Handle* Define(const char* name) {
+        return Tree::Define(name, 3, Sizes, Sizes, PlainProcedures());
     }
     Record* Add(void* parent, int value) {
         auto* const record = static_cast<Record*>(Tree::Append(Trees, parent));
@@ -64,19 +61,21 @@ protected:
     Support::OwnedTree Trees{Define("TreeTest.HE")};
 };
 
-int ValueOf(const void* record) {
-    return record ? static_cast<const Record*>(record)->Value : -1;
-}
-
 // The values of a record and, in brackets, of its valid children; "!" where index or parent of one is wrong.
 std::string Outline(void* record) {
-    std::string text = std::to_string(ValueOf(record)), below;
+    std::string text = std::to_string(static_cast<Record*>(record)->Value), below;
     for (int i = 1; i <= Tree::ChildCount(record); ++i) {
         void* const child = Tree::Child(record, i);
         if (Tree::IndexOf(child) != i || Tree::Parent(child) != record) below += "!";
         if (Tree::IsValid(child)) below += " " + Outline(child);
     }
     return below.empty() ? text : text + "[" + below.substr(1) + "]";
+}
+
+void DeleteChild(Tree::Handle* tree, const void* parent, int index) {
+    void* gone = Tree::Child(parent, index);
+    Tree::Delete(tree, gone);
+    EXPECT_EQ(gone, nullptr);
 }
 
 // The numbers of a file, in one byte order.
@@ -91,31 +90,23 @@ std::string Words(std::initializer_list<std::uint32_t> words, bool swap = false)
 
 }
 
-TEST_F(TreeEngine, DefineRefusesBadNumbersAndNamesThatAreTaken) {
-    EXPECT_EQ(Tree::Define("", 1, Sizes, Sizes, {}), nullptr);
-    EXPECT_EQ(Tree::Define("T.HE", 0, Sizes, Sizes, {}), nullptr);
+TEST_F(TreeEngine, WalkingTakesNoneForNoneAndEndsAtTheEdges) {
+    void* const root = Grow(2);
+    void* const leaf = Tree::Child(Tree::Child(root, 2), 3);
+    EXPECT_EQ(Tree::Level(leaf), 2);
+    EXPECT_EQ(Tree::Ancestor(leaf, 2), root);
+    for (void* const none :
+         {Tree::Ancestor(leaf, 3), Tree::Ancestor(leaf, -1), Tree::Child(root, 0), Tree::Child(root, 3),
+          Tree::Child(nullptr, 1), Tree::Parent(nullptr), Tree::Ancestor(nullptr, 0), Tree::Root(nullptr)})
+        EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(Tree::ChildCount(nullptr) + Tree::IndexOf(nullptr) + Tree::Level(nullptr), 0);
     EXPECT_EQ(Tree::Define("T.HE", 3, Sizes, std::span(Sizes).first(2), {}), nullptr);
     EXPECT_EQ(Define("TreeTest.HE"), nullptr);
 }
 
-TEST_F(TreeEngine, WalkingTakesNoneForNoneAndEndsAtTheEdges) {
-    void* const root = Grow(2);
-    void* const leaf = Tree::Child(Tree::Child(root, 2), 3);
-    EXPECT_EQ(ValueOf(leaf), 203);
-    EXPECT_EQ(Tree::Level(leaf), 2);
-    EXPECT_EQ(Tree::Ancestor(leaf, 0), leaf);
-    EXPECT_EQ(Tree::Ancestor(leaf, 2), root);
-    for (void* const none :
-         {Tree::Ancestor(leaf, 3), Tree::Ancestor(leaf, -1), Tree::Child(root, 0), Tree::Child(root, 3),
-          Tree::Child(root, -1), Tree::Child(leaf, 1), Tree::Child(nullptr, 1), Tree::Parent(root),
-          Tree::Parent(nullptr), Tree::Ancestor(nullptr, 0), Tree::Root(nullptr)})
-        EXPECT_EQ(none, nullptr);
-    EXPECT_EQ(Tree::IndexOf(root), 1);
-    EXPECT_EQ(Tree::ChildCount(nullptr) + Tree::IndexOf(nullptr) + Tree::Level(nullptr), 0);
-}
-
 TEST_F(TreeEngine, InsertAndDeleteKeepOrderIndexAndParent) {
-    void* const root = Add(nullptr, 1);
+    void* root = Add(nullptr, 1);
+    const std::size_t bare = Trees.Handle->Heap->UsedBytes();
     EXPECT_EQ(Tree::Append(Trees, nullptr), nullptr); // there is a root
     for (int i = 1; i <= 8; ++i) ASSERT_NE(Add(root, i), nullptr);
     const std::size_t full = Trees.Handle->Heap->UsedBytes();
@@ -126,25 +117,14 @@ TEST_F(TreeEngine, InsertAndDeleteKeepOrderIndexAndParent) {
     static_cast<Record*>(Tree::Insert(Trees, root, 10))->Value = 17;
     static_cast<Record*>(Tree::Insert(Trees, root, 1))->Value = -7;
     EXPECT_EQ(Outline(root), "1[-7 1 2 33 3 4 5 6 7 8 17]");
-    for (const int index : {11, 1, 3}) {
-        void* gone = Tree::Child(root, index);
-        Tree::Delete(Trees, gone);
-        EXPECT_EQ(gone, nullptr);
-    }
+    for (const int index : {11, 1, 3}) DeleteChild(Trees, root, index);
     void* const leaf = Add(Tree::Child(root, 1), 5);
     EXPECT_EQ(Tree::Append(Trees, leaf), nullptr); // the last level
     EXPECT_EQ(Outline(root), "1[1[5] 2 3 4 5 6 7 8]");
-}
-
-TEST_F(TreeEngine, WhatIsDeletedGoesBackToTheHeap) {
-    void* root = Add(nullptr, 1);
-    const std::size_t bare = Trees.Handle->Heap->UsedBytes();
-    for (int i = 0; i < 3; ++i) (void)Add(Add(root, i), i);
-    while (void* child = Tree::Child(root, 1)) Tree::Delete(Trees, child);
+    while (Tree::ChildCount(root) > 0) DeleteChild(Trees, root, 1);
     EXPECT_EQ(Trees.Handle->Heap->UsedBytes(), bare);
     Tree::Delete(Trees, root);
     EXPECT_EQ(Tree::Root(Trees), nullptr);
-    EXPECT_NE(Add(nullptr, 2), nullptr);
 }
 
 TEST_F(TreeEngine, CopyAndReplaceTakeWholeSubtrees) {
@@ -164,12 +144,9 @@ TEST_F(TreeEngine, CopyAndReplaceTakeWholeSubtrees) {
     EXPECT_EQ(Outline(otherRoot), "0[10[102 101 102 103]]"); // valid in its new place
 
     ASSERT_TRUE(Tree::Replace(other, otherRoot, Trees.Handle, root));
-    EXPECT_EQ(other, nullptr);
-    EXPECT_EQ(otherRoot, nullptr);
+    EXPECT_TRUE(!other && !otherRoot && Tree::Root(Trees) == root);
     EXPECT_EQ(Outline(root), "0[10[102 101 102 103]]");
-    EXPECT_EQ(Tree::Root(Trees), root);
-    EXPECT_TRUE(Buffer::Exists("TreeTest.HE"));
-    EXPECT_FALSE(Buffer::Exists("OtherTree.HE"));
+    EXPECT_TRUE(Buffer::Exists("TreeTest.HE") && !Buffer::Exists("OtherTree.HE"));
     EXPECT_FALSE(Tree::Replace(other, otherRoot, Trees.Handle, root));
 }
 
@@ -185,8 +162,7 @@ TEST_F(TreeEngine, MarksAreTwoBitsAndOnlyWhereALevelHasThem) {
             Tree::SetOpen(record, !on);
         }
         EXPECT_EQ(root->Mark, on ? 0x73 : 0x70);
-        EXPECT_EQ(Tree::GetSelected(root), on);
-        EXPECT_EQ(Tree::GetOpen(root), !on);
+        EXPECT_TRUE(Tree::GetSelected(root) == on && Tree::GetOpen(root) != on);
         EXPECT_EQ(plain->Mark, 0x70);
         EXPECT_TRUE(Tree::GetOpen(plain) && !Tree::GetSelected(plain));
     }
@@ -260,19 +236,6 @@ TEST_F(TreeEngine, ARecordOfNoBytesCannotMakeALoadTakeAllMemory) {
     EXPECT_LT(Trees.Handle->Heap->AreaBytes(), (64u << 20) + 16 * bytes.size());
 }
 
-TEST_F(TreeEngine, LoadInfoReadsTheHeaderAndTheBytesAskedFor) {
-    const Support::TempFolder folder;
-    const std::string path = folder.Write("t", Words({Tree::Magic, 2, 8, 4, 9, 7, 0}, true));
-    Tree::FileInfo info;
-    std::array<std::byte, 64> root{};
-    ASSERT_EQ(Tree::LoadInfo(path, 2, info, std::span(root).first(8)), 0);
-    EXPECT_TRUE(info.Swapped);
-    EXPECT_EQ(info.Sizes, (std::vector<std::uint32_t>{8, 4}));
-    EXPECT_EQ(Bytes::Swapped(Bytes::Load<std::int32_t>(root.data())), 9);
-    EXPECT_EQ(Tree::LoadInfo(path, 0, info, {}), -2);
-    EXPECT_EQ(Tree::LoadInfo(path, 2, info, root), -1);
-}
-
 TEST_F(TreeEngine, ATreeLiesAnywhereInTheFirst31BitsOfAFile) {
     (void)Grow(2);
     const std::string image = Support::StoredImage(Trees);
@@ -285,14 +248,14 @@ TEST_F(TreeEngine, ATreeLiesAnywhereInTheFirst31BitsOfAFile) {
     const std::string whole = std::string(300, '.') + image + std::string(700 - image.size(), '.');
     EXPECT_EQ(Support::ReadWhole(folder.At("b")), whole);
     Tree::FileInfo info;
+    std::array<std::byte, 8> first{};
+    ASSERT_EQ(Tree::LoadInfoAt(file, 300, 2, info, first), 0);
+    EXPECT_EQ(Bytes::Load<std::int32_t>(&first[4]), 1);
     ASSERT_EQ(Tree::LoadAt(file, 300, Trees, info), 0);
     EXPECT_EQ(Support::StoredImage(Trees), image);
     for (const std::int64_t offset : {301, -1}) EXPECT_EQ(Tree::LoadAt(file, offset, Trees, info), -1);
-    for (const std::int64_t offset :
-         {std::int64_t{-1}, std::int64_t{INT32_MAX} - 30, std::int64_t{1} << 40}) {
+    for (const std::int64_t offset : {std::int64_t{-1}, std::int64_t{INT32_MAX} - 30, std::int64_t{1} << 40})
         EXPECT_EQ(Tree::StoreAt(file, offset, Trees, size), -1);
-        EXPECT_EQ(Trees.Handle->StoredSize, 0);
-    }
     EXPECT_EQ(Support::ReadWhole(folder.At("b")), whole); // refused before anything is written
 }
 
@@ -314,19 +277,13 @@ TEST_F(TreeEngine, AnIncrementalStoreWritesFromTheFirstChangedPlaceOn) {
          [](Tree::Handle* t, void* r) { (void)Tree::Append(t, Tree::Child(r, 3)); }, ChildAt[3]},
         {"a record in the middle",
          [](Tree::Handle* t, void* r) { (void)Tree::Insert(t, Tree::Child(r, 2), 2); }, ChildAt[2]},
-        {"one gone",
-         [](Tree::Handle* t, void* r) {
-             void* gone = Tree::Child(Tree::Child(r, 2), 1);
-             Tree::Delete(t, gone);
-         },
-         ChildAt[2]},
+        {"one gone", [](Tree::Handle* t, void* r) { DeleteChild(t, Tree::Child(r, 2), 1); }, ChildAt[2]},
         {"a new child", [](Tree::Handle* t, void* r) { (void)Tree::Append(t, r); }, HeaderBytes},
         {"one omitted", [](Tree::Handle*, void* r) { Tree::SetValid(Tree::Child(r, 1), false); },
          HeaderBytes},
         {"back, and another omitted",
          [](Tree::Handle*, void* r) {
-             Tree::SetValid(Tree::Child(r, 1), true);
-             Tree::SetValid(Tree::Child(r, 2), false);
+             for (const int i : {1, 2}) Tree::SetValid(Tree::Child(r, i), i == 1);
          },
          HeaderBytes},
     };
@@ -346,16 +303,17 @@ TEST_F(TreeEngine, AnIncrementalStoreWritesFromTheFirstChangedPlaceOn) {
 TEST_F(TreeEngine, AnIncrementalStoreTrustsOnlyItsOwnFile) {
     void* const root = Grow(2);
     const Support::TempFolder folder;
-    ASSERT_EQ(Tree::Store(folder.At("a"), Trees, true), 0);
+    const std::string path = folder.At("a"), other = folder.Write("b", "something else");
+    ASSERT_EQ(Tree::Store(path, Trees, true), 0);
     static_cast<Record*>(root)->Value = 5; // a change inside of a record alone needs the flag
-    ASSERT_EQ(Tree::Store(folder.At("a"), Trees, false), 0);
-    const std::string image = Support::StoredImage(Trees), other = folder.Write("b", "something else");
-    EXPECT_NE(Support::ReadWhole(folder.At("a")), image);
-    ASSERT_EQ(Tree::Store(other, Trees, false), 0);
-    EXPECT_EQ(Support::ReadWhole(other), image);
-    std::filesystem::remove(other);
-    ASSERT_EQ(Tree::Store(other, Trees, false), 0);
-    EXPECT_EQ(Support::ReadWhole(other), image);
+    ASSERT_EQ(Tree::Store(path, Trees, false), 0);
+    const std::string image = Support::StoredImage(Trees);
+    EXPECT_NE(Support::ReadWhole(path), image);
+    for (int i = 0; i < 2; ++i) { // another file, and one that is gone
+        ASSERT_EQ(Tree::Store(other, Trees, false), 0);
+        EXPECT_EQ(Support::ReadWhole(other), image);
+        if (i == 0) std::filesystem::remove(other);
+    }
     Tree::FileInfo info;
     ASSERT_EQ(Tree::Load(other, Trees, info), 0);
     static_cast<Record*>(Tree::Root(Trees))->Value = 6;
@@ -393,8 +351,7 @@ TEST_F(TreeEngine, AFailedStoreKeepsTheOldFileAndCanBeRepeated) {
         EXPECT_EQ(Tree::Store(path, Trees, one.Rewrite), one.Code);
         EXPECT_EQ(Tree::LastError(), one.Message);
         EXPECT_EQ(Support::ReadWhole(path), old);
-        EXPECT_EQ(folder.Count(), 1);
-        EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
+        EXPECT_EQ(folder.Count() + Support::TheDisk.OpenHandles, 1);
         Convertible = true;
     }
     EXPECT_EQ(Tree::Store(path, Trees, false), 0);
