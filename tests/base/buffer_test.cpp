@@ -68,7 +68,11 @@ TEST_F(Heap, BlocksOfAnyMixtureOfSizesNeverOverlap) {
 }
 
 TEST_F(Heap, ManySmallBlocksNeedFewAreasAndALimitRefuses) {
-    for (int i = 0; i < 100'000; ++i) ASSERT_NE(Of->Allocate(256), nullptr);
+    for (int i = 0; i < 100'000; ++i) {
+        void* const block = Of->Allocate(256);
+        ASSERT_NE(block, nullptr);
+        std::memset(block, i & 0xFF, 256); // to the very ends of large areas
+    }
     EXPECT_LT(Of->AreaCount(), 40u);
     EXPECT_LT(Of->AreaBytes(), Of->UsedBytes() / 4 * 5 + (1u << 20));
     EXPECT_LE(Of->HoleCount(), Of->AreaCount()); // the odd rests of full areas

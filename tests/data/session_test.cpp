@@ -213,11 +213,13 @@ TEST(AnalysisFile, TheCheckTellsWhereTheTreesDiffer) {
         const char* End; // of the report
     } cases[] = {
         {[](auto&) {}, "  Group:   1\n    Series:   1\n    Series:   2\nEnd of compare. \n"},
-        {[](auto& s) { EXPECT_TRUE(AppendAnalysisGroup(s)); }, "  mismatch in Group-2: vnc=nil, ana<>nil.\n"},
-        {[](auto& s) { DeleteAnalysisGroup(s, s.CurGroup); }, "  mismatch in Group-1: vnc<>nil, ana=nil.\n"},
-        {[](auto& s) { EXPECT_TRUE(AppendAnalysisSeries(s, s.CurGroup)); },
+        {[](auto& s) { EXPECT_TRUE(AnalysisFile::AppendGroup(s)); },
+         "  mismatch in Group-2: vnc=nil, ana<>nil.\n"},
+        {[](auto& s) { AnalysisFile::DeleteGroup(s, s.CurGroup); },
+         "  mismatch in Group-1: vnc<>nil, ana=nil.\n"},
+        {[](auto& s) { EXPECT_TRUE(AnalysisFile::AppendSeries(s, s.CurGroup)); },
          "  mismatch in Series-3: vnc=nil, ana<>nil.\n"},
-        {[](auto& s) { DeleteAnalysisSeries(s, s.CurGroup, s.CurSeries); },
+        {[](auto& s) { AnalysisFile::DeleteSeries(s, s.CurGroup, s.CurSeries); },
          "  mismatch in Series-2: vnc<>nil, ana=nil.\n"},
     };
     for (const auto& one : cases) {
