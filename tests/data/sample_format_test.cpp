@@ -116,10 +116,8 @@ TEST(Compress, AnalogGroupsGiveFirstSamplesOrMeansBehindTheFilter) {
     ASSERT_EQ(GaussFilterDesign(record, 0.25), 1);
     EXPECT_EQ(filtered[0], static_cast<float>(1.0 - record.Coefficients[0])); // zeros around the data
     EXPECT_FLOAT_EQ(filtered[5], 1.0f);
-    for (const Reduction& refused :
-         {Reduction{.Format = DataFormat::Int32}, Reduction{.Stride = 0}, Reduction{.Stride = 2, .Block = 3},
-          Reduction{.Stride = 1u << 31, .Filter = true}})
-        EXPECT_EQ(Reduced(source, target, refused), 0u);
+    EXPECT_EQ(Reduced(source, target, {.Stride = 2, .Block = 3}), 0u);
+    EXPECT_EQ(Reduced(source, target, {.Stride = 1u << 31, .Filter = true}), 0u);
     EXPECT_EQ(SampleFormat::Compress(std::as_bytes(std::span(source)), target, 9, {}), 0u);
 }
 

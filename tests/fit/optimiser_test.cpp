@@ -164,12 +164,11 @@ TEST(RunFit, DataThatAreNoNumbersEndAtTheLimitAndMoveNothing) {
 }
 
 TEST(RunFit, RefusesWhatDoesNotFitTogether) {
-    DecayFit fit;
+    DecayFit fit, empty;
     fit.X.pop_back();
     EXPECT_EQ(fit.Run().Message, "Error during time array setup in SweepFit");
-    fit.X.clear();
-    fit.Y.clear();
-    EXPECT_FALSE(fit.Run().Ok);
+    empty.X = empty.Y = {};
+    EXPECT_FALSE(empty.Run().Ok);
     EXPECT_EQ(Fit::Run(Fit::Select(fit.Records, SweepFitType::Measure), {}, fit.Control).Message,
               "Unknown Fit Type");
 }
