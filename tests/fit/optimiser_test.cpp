@@ -105,8 +105,8 @@ TEST(RunFit, WithoutFreeNonlinearParametersOneLinearStepLeavesTheEndingAlone) {
 }
 
 TEST(ZeroCheck, AsksForATimeConstantOfOneAndObeysTheAnswer) {
-    constexpr int StopChecking = 0, DoFit = 1, Abort = 2, Headless = -1;
-    for (const int button : {StopChecking, DoFit, Abort, Headless}) {
+    constexpr int StopChecking = 0, Abort = 2, Headless = -1;
+    for (const int button : {StopChecking, 1, Abort, Headless}) {
         SCOPED_TRACE(button);
         DecayFit fit;
         fit.Record().Terms[0].Tau.Value = 1.0; // its logarithm is the zero
@@ -122,7 +122,6 @@ TEST(ZeroCheck, AsksForATimeConstantOfOneAndObeysTheAnswer) {
         const Fit::Outcome outcome = fit.Run();
         EXPECT_EQ(std::exchange(asked, ""), "At least one parameter is zero and, thus, cannot be fit by the "
                                             "Simplex routine!;Stop Checking;Do Fit;Abort");
-        EXPECT_EQ(*outcome.Iterations == 0, button == Abort);
         EXPECT_EQ(outcome.Residual == -7.0, button == Abort);
         EXPECT_EQ(fit.Updates == 0, button == Abort);
         fit.Record().Terms[0].Tau.Value = 1.0;
