@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -63,33 +62,6 @@ TEST(RunFit, BreakIsAskedAtTheStartAndAfterEachEvaluation) {
         // Before the first evaluation nothing moves; after it the linear step has run.
         EXPECT_EQ(fit.Record().Amp0.Value == 0.0, breakAt == 1);
         EXPECT_FALSE(Fit::FitRunning());
-    }
-}
-
-TEST(RunFit, TheBestPointIsKeptThoughTheLastOneIsReported) {
-    DecayFit fit;
-    std::vector<double> seen;
-    fit.Control.BreakProc = [&] {
-        seen.push_back(fit.Record().Residual.Value);
-        return seen.size() == 20;
-    };
-    const Fit::Outcome outcome = fit.Run();
-    const double best = *std::min_element(seen.begin() + 1, seen.end());
-    EXPECT_EQ(outcome.LastResidual, best);
-    EXPECT_EQ(outcome.Residual, seen.back());
-    fit.Control.BreakProc = nullptr;
-    fit.Control.MaxIterations = 0;
-    EXPECT_EQ(fit.Run().Residual, best);
-}
-
-TEST(RunFit, DrawsAfterEveryDisplayUpdateAndAtTheEnd) {
-    for (const auto& [each, updates] : {std::pair{5, 4}, {4, 5}, {20, 1}, {21, 1}, {0, 1}, {-3, 1}}) {
-        DecayFit fit;
-        fit.Control.MaxIterations = 20;
-        fit.Control.StopEpsilon = 0;
-        fit.Control.DisplayUpdate = each;
-        ASSERT_TRUE(fit.Run().Ok);
-        EXPECT_EQ(fit.Updates, updates) << each;
     }
 }
 
