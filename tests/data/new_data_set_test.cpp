@@ -1,9 +1,7 @@
 #include "data/new_data_set.h"
 
-#include "base/messages.h"
-#include "data/session.h"
 #include "data/traces.h"
-#include "support/temp_folder.h"
+#include "support/data_session.h"
 
 #include <gtest/gtest.h>
 
@@ -31,14 +29,13 @@ TEST(NewDataSet, EveryFormatComesBackWithinHalfARawUnit) {
             ASSERT_TRUE(AppendSamples(set, *trace, samples));
             ASSERT_TRUE(FinishDataSet(set));
         }
-        DataSession session;
-        ASSERT_TRUE(OpenDataFile(session, path, OpenMode::Read));
+        Support::OpenedData data(path);
+        DataSession& session = data.Session;
         ASSERT_TRUE(Traces::LoadTrace(session, session.CurSweep, session.CurTrace, session.DataHeap));
         const std::span<const float> loaded = Traces::Loaded(*session.CurTrace);
         ASSERT_EQ(loaded.size(), samples.size());
         for (std::size_t i = 0; i < samples.size(); ++i)
             EXPECT_NEAR(loaded[i], samples[i], 0.51e-12) << "format " << int{format} << ", sample " << i;
-        CloseDataFile(session);
     }
 }
 

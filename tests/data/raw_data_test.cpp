@@ -127,22 +127,3 @@ TEST(RawSamples, EndsAreCountedInBlocksAndDoNotOverflow) {
     };
     for (const auto& [trace, end] : cases) EXPECT_EQ(RawData::EndOf(trace), end);
 }
-
-TEST(RawSamples, TheDataEndIsTheLargestOfTheTracesThatLieInTheFile) {
-    const Support::OwnedTree tree(VennicTree::Define("RawTest.HE"));
-    VennicGroup* const group = VennicTree::NewGroup(tree, VennicTree::NewRoot(tree, 0, ""), 0);
-    VennicSweep* const sweep = VennicTree::NewSweep(tree, VennicTree::NewSeries(tree, group, 0), 0);
-    const auto end = [&tree] { return RawData::ComputeDataEnd(Tree::Root(tree), 256); };
-    EXPECT_EQ(end(), 256);
-    VennicTrace* traces[4];
-    for (VennicTrace*& trace : traces) {
-        trace = VennicTree::NewTrace(tree, sweep, 0);
-        trace->TrDataPoints = 10;
-        trace->TrFileOffset = static_cast<std::int32_t>(1000 * Tree::IndexOf(trace));
-    }
-    EXPECT_EQ(end(), 4020);
-    traces[3]->IsTemporary = 1;
-    Tree::SetValid(traces[2], false);
-    traces[1]->TrDataPoints = 0;
-    EXPECT_EQ(end(), 1020);
-}

@@ -14,16 +14,17 @@ constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 constexpr std::int32_t Least = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t Greatest = std::numeric_limits<std::int32_t>::max();
 
-using Values = std::map<std::string, double>;
-
-double ValueOf(const Values& values, const char* name, double otherwise) {
-    const auto found = values.find(name);
-    return found == values.end() ? otherwise : found->second;
-}
-
-std::int32_t WholeOf(const Values& values, const char* name) {
-    return static_cast<std::int32_t>(ValueOf(values, name, 0));
-}
+// Numbers by name.
+struct Values : std::map<std::string, double> {
+    template <class T = double>
+    T Of(const char* name, double otherwise = 0) const {
+        const auto found = find(name);
+        return static_cast<T>(found == end() ? otherwise : found->second);
+    }
+    void Take(const std::string& word) { // NAME=VALUE
+        (*this)[word.substr(0, word.find('='))] = std::stod(word.substr(word.find('=') + 1));
+    }
+};
 
 // "C2,3,dv=1": class (K is the continuous one), voltage, duration, and more by name.
 StimSegment Piece(const std::string& word) {
@@ -31,19 +32,18 @@ StimSegment Piece(const std::string& word) {
     std::string voltage, duration, part;
     std::getline(std::getline(parts, voltage, ','), duration, ',');
     Values more;
-    while (std::getline(parts, part, ','))
-        more[part.substr(0, part.find('='))] = std::stod(part.substr(part.find('=') + 1));
+    while (std::getline(parts, part, ',')) more.Take(part);
     StimSegment segment{};
     segment.SgClass = static_cast<std::uint8_t>(std::string("CRKSQ?").find(word[0]));
-    segment.SgStoreKind = ValueOf(more, "unstored", 0) == 0;
+    segment.SgStoreKind = more.Of("unstored") == 0;
     segment.SgVoltage = std::stod(voltage);
-    segment.SgVoltageSource = WholeOf(more, "source");
-    segment.SgDeltaVFactor = ValueOf(more, "fv", 1);
-    segment.SgDeltaVIncrement = ValueOf(more, "dv", 0);
+    segment.SgVoltageSource = more.Of<std::int32_t>("source");
+    segment.SgDeltaVFactor = more.Of("fv", 1);
+    segment.SgDeltaVIncrement = more.Of("dv");
     segment.SgDuration = std::stod(duration);
-    segment.SgDurationSource = WholeOf(more, "from");
+    segment.SgDurationSource = more.Of<std::int32_t>("from");
     segment.SgDeltaTFactor = 1;
-    segment.SgDeltaTIncrement = ValueOf(more, "dt", 0);
+    segment.SgDeltaTIncrement = more.Of("dt");
     return segment;
 }
 
@@ -60,20 +60,20 @@ struct Bench {
     explicit Bench(const char* text) {
         std::istringstream words(text);
         for (std::string word; words >> word;)
-            if (const std::size_t equals = word.find('='); std::islower(word[0]))
-                Settings[word.substr(0, equals)] = std::stod(word.substr(equals + 1));
+            if (std::islower(word[0]))
+                Settings.Take(word);
             else
                 Segments.push_back(Piece(word));
         for (const StimSegment& segment : Segments) Pointers.push_back(&segment);
-        Stimulation.SsSampleInterval = ValueOf(Settings, "interval", 1); // s
+        Stimulation.SsSampleInterval = Settings.Of("interval", 1); // s
         Stimulation.SsNumberSweeps = 5;
-        Stimulation.SsUseScanRates = ValueOf(Settings, "rates", 0) != 0;
+        Stimulation.SsUseScanRates = Settings.Of("rates") != 0;
         Channel.ChHolding = -10;
-        Channel.ChStimFlags = static_cast<std::int16_t>(WholeOf(Settings, "flags"));
-        Channel.ChSquareParams[0] = ValueOf(Settings, "period", 0);
-        Channel.ChSquareParams[1] = ValueOf(Settings, "amplitude", 0);
-        Channel.ChDacMode = static_cast<std::int16_t>(WholeOf(Settings, "dac"));
-        Channel.ChDacChannel = static_cast<std::int16_t>(WholeOf(Settings, "bit"));
+        Channel.ChStimFlags = Settings.Of<std::int16_t>("flags");
+        Channel.ChSquareParams[0] = Settings.Of("period");
+        Channel.ChSquareParams[1] = Settings.Of("amplitude");
+        Channel.ChDacMode = Settings.Of<std::int16_t>("dac");
+        Channel.ChDacChannel = Settings.Of<std::int16_t>("bit");
     }
     StimGen::Source Source() const {
         return {.Stimulation = Stimulation,
@@ -88,17 +88,16 @@ struct Bench {
     // segment alone is written into so many samples.
     std::string Run() const {
         const Messages::Recorder said;
-        const auto room = static_cast<std::size_t>(WholeOf(Settings, "room"));
-        std::vector<float> target(room, static_cast<float>(ValueOf(Settings, "fill", 0)));
+        const auto room = Settings.Of<std::size_t>("room");
+        std::vector<float> target(room, Settings.Of<float>("fill", 0));
         bool continuous = false, done = false;
         if (room > 0) {
-            auto position = static_cast<std::size_t>(ValueOf(Settings, "at", 0));
+            auto position = Settings.Of<std::size_t>("at", 0);
             double previous = 0;
-            done = Segment(1, Source(), 0, static_cast<std::size_t>(ValueOf(Settings, "step", 1)), target,
-                           position, previous, continuous);
+            done = Segment(1, Source(), 0, Settings.Of<std::size_t>("step", 1), target, position, previous,
+                           continuous);
         } else {
-            done = Stimulus(static_cast<std::int32_t>(ValueOf(Settings, "sweep", 1)), Source(), target,
-                            continuous);
+            done = Stimulus(Settings.Of<std::int32_t>("sweep", 1), Source(), target, continuous);
             EXPECT_TRUE(done || target.empty());
         }
         if (!done) return said.Alerts.substr(0, said.Alerts.find('\n'));
@@ -128,17 +127,14 @@ TEST(Increment, FollowsTheVectors) {
 }
 
 TEST(Increment, StepsOfWholeSeries) {
-    const std::pair<std::uint8_t, std::vector<std::int64_t>> cases[] = {
-        {2, {0, 2, 1, 3}},    {3, {3, 1, 2, 0}},    {7, {0, 2, 1, 3}},   {2, {0, 2, 1, 4, 3}},
-        {4, {0, 4, 1, 3, 2}}, {9, {0, 4, 1, 3, 2}}, {255, {0, 1, 2, 3}},
-    };
-    for (const auto& [mode, wanted] : cases) {
-        std::vector<std::int64_t> steps(wanted.size());
-        const auto sweeps = static_cast<std::int32_t>(steps.size());
-        for (std::int32_t n = 0; n < sweeps; ++n)
-            steps[static_cast<std::size_t>(n)] = StimGen::IncrementStep(n + 1, sweeps, mode);
-        EXPECT_EQ(steps, wanted) << int{mode};
-    }
+    for (const auto& [mode, wanted] :
+         {std::pair{2, std::vector<std::int64_t>{0, 2, 1, 3}}, {3, {3, 1, 2, 0}}, {4, {0, 4, 1, 3, 2}}})
+        for (std::size_t n = 0; n < wanted.size(); ++n)
+            EXPECT_EQ(StimGen::IncrementStep(static_cast<std::int32_t>(n + 1),
+                                             static_cast<std::int32_t>(wanted.size()),
+                                             static_cast<std::uint8_t>(mode)),
+                      wanted[n])
+                << mode << " " << n;
 }
 
 TEST(Increment, NoNumberFromAFileBreaksIt) {
@@ -158,7 +154,6 @@ TEST(Stimulus, IsWhatItsSegmentsSay) {
     const std::pair<const char*, const char*> cases[] = {
         // Each class; a piece of no point is none, and the former voltage stays.
         {"C2,2 R6,2 C50,0.4 R7,1 Q1,4 period=3 amplitude=4", "2 2 4 6 7 5 -3 -3 1"},
-        {"Q1,8 period=3 amplitude=4", "5 -3 -3 5 -3 -3 1 1"},
         {"R-8,2 S1,4.5 period=4 amplitude=4", "-9 -8 1 5 1 -3 1"},
         {"Q1,3 period=1 amplitude=4", "1 1 1"}, // no full cycle
         {"Q1,3 period=nan amplitude=4", "1 1 1"},
@@ -179,11 +174,9 @@ TEST(Stimulus, IsWhatItsSegmentsSay) {
         {"C3,1,dv=2,source=11 sweep=2", "10"},
         {"C3,1,dv=2,source=12 sweep=2", "2"},
         {"C3,1,dv=2 sweep=2 flags=2", "-5"},
-        {"C3,1,dv=2,source=1 sweep=2 flags=2", "-10"},
         {"C3,1,dv=2,fv=2 sweep=2 flags=2", "-12"},
         // Sources of the duration, below 0 counting as 0; scan rates are those of ramps, both ways.
         {"C1,4,dt=1,from=3 sweep=3", "1 1"},
-        {"C1,4,dt=1,from=4 sweep=3", "1 1 1 1 1 1 1 1"},
         {"C3,2 R5,0.5 rates=1", "3 3 3.5 4 4.5 5"},
         {"C3,1 R5,0.5,dt=0.5 rates=1 sweep=2", "3 4 5"},
         {"C3,1,source=1 R5,3 rates=1", "-10 -7 -4 -1 2 5"},
@@ -206,7 +199,6 @@ TEST(Stimulus, IsWhatItsSegmentsSay) {
         {"S-5,1 dac=3 bit=1 room=1 fill=3", "1"},
         {"S0,1 dac=3 bit=1 room=1 fill=3", "3"},
         {"S1,1 dac=3 bit=16 room=1 fill=3", "3"},
-        {"S1,1 dac=3 bit=-1 room=1 fill=3", "3"},
         {"S3.6,1 dac=2 bit=2 room=1 fill=3", "7"},
         {"Snan,1 dac=2 bit=1 room=1 fill=3", "1"},
         {"S1e300,1 dac=2 bit=15 room=1 fill=3", "32771"},

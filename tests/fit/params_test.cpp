@@ -61,8 +61,7 @@ TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {
 
     // Fields of the Gaussian count from 1 and columns from 0: the exact spelling decides.
     const Fit::Selected gauss = Fit::Select(records, SweepFitType::Gaussian);
-    EXPECT_TRUE(Fit::SetByName(gauss, "Amp2", 22.0));
-    EXPECT_TRUE(Fit::SetByName(gauss, "amp2", 33.0));
+    EXPECT_TRUE(Fit::SetByName(gauss, "Amp2", 22.0) && Fit::SetByName(gauss, "amp2", 33.0));
     EXPECT_EQ(records.Gaussian.Terms[1].Amp.Value, 22.0);
     EXPECT_EQ(records.Gaussian.Terms[2].Amp.Value, 33.0);
     Fit::Init(Fit::Select(records, SweepFitType::OneExponential));

@@ -2,7 +2,6 @@
 
 #include "base/messages.h"
 #include "base/text.h"
-#include "data/analysis_file.h"
 #include "data/scratch.h"
 #include "support/fixtures.h"
 
@@ -106,13 +105,13 @@ TEST_F(SweepFitting, TimeZeroFollowsItsSourceForExponentialsOnly) {
 
 TEST_F(SweepFitting, OnlyExponentialsAndGatingAreThinned) {
     Engine.Params.MaxNoOfFittedPoints = 50;
-    for (const SweepFitType type : {SweepFitType::Exponential, SweepFitType::HodgkinHuxley,
-                                    SweepFitType::Polynomial, SweepFitType::Gaussian}) {
-        const bool thinned = type == SweepFitType::Exponential || type == SweepFitType::HodgkinHuxley;
+    for (const auto& [type, points] : {std::pair{SweepFitType::Exponential, 50u},
+                                       {SweepFitType::HodgkinHuxley, 50u},
+                                       {SweepFitType::Polynomial, 600u},
+                                       {SweepFitType::Gaussian, 600u}}) {
         Engine.Params.FitType = type;
         ASSERT_TRUE(SweepFit::PrepareData(Engine));
-        EXPECT_EQ(Engine.Work.FitPoints, thinned ? 50 : Pulse);
-        EXPECT_EQ(Engine.Work.FitDataX.size(), thinned ? 50u : Pulse);
+        EXPECT_EQ(Engine.Work.FitDataX.size(), points);
         EXPECT_EQ(Engine.Work.RangePoints, Pulse);
     }
 }
@@ -191,16 +190,6 @@ TEST_F(SweepFitting, StopEndsTheRunAndKeepsWhatWasFitted) {
     EXPECT_EQ(endings.back(), Fit::FitTermination::Break);
     EXPECT_EQ(Cell(1, TauColumn, 2).State, FitParamState::Fit);
     EXPECT_EQ(Cell(1, TauColumn, 3).State, FitParamState::Off);
-}
-
-TEST_F(SweepFitting, StoredResultsComeBackWithTheDataSet) {
-    ASSERT_TRUE(SweepFit::AutoFitCommand(Engine));
-    const double tau = Cell(1, TauColumn, 3).Value;
-    ASSERT_TRUE(AnalysisFile::SaveAnalysis(Session));
-    ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Read));
-    Select(3);
-    EXPECT_EQ(Cell(1, TauColumn, 3).Value, tau);
-    EXPECT_EQ(Tree::ChildAs<AnalysisRecord>(Session.CurASeries, 1)->RightBound, 1.0);
 }
 
 TEST_F(SweepFitting, RefusalsComeInWordsAndLeaveNoRecord) {

@@ -215,16 +215,17 @@ TEST_F(TreeEngine, WhatCannotBeLoadedLeavesNoTree) {
         EXPECT_EQ(Trees.Handle->Heap->AreaBytes(), 0u);
     }
     const std::string sound = Words({Tree::Magic, 1, 8, 0, 1, 0});
+    const Support::FailingFiles disk;
+    for (int Support::Disk::*error :
+         {&Support::Disk::OpenError, &Support::Disk::LengthError, &Support::Disk::ReadError}) {
+        Support::TheDisk = {};
+        Support::TheDisk.*error = EIO;
+        EXPECT_EQ(Support::LoadImage(Trees, sound), EIO);
+        EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
+    }
+    Support::TheDisk = {};
     Convertible = false;
     EXPECT_EQ(Support::LoadImage(Trees, sound), -1);
-    const Support::FailingFiles disk;
-    for (int* const error :
-         {&Support::TheDisk.OpenError, &Support::TheDisk.LengthError, &Support::TheDisk.ReadError}) {
-        *error = EIO;
-        EXPECT_EQ(Support::LoadImage(Trees, sound), EIO);
-        *error = 0;
-    }
-    EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
 }
 
 TEST_F(TreeEngine, ARecordOfNoBytesCannotMakeALoadTakeAllMemory) {
@@ -272,17 +273,14 @@ TEST_F(TreeEngine, AnIncrementalStoreWritesFromTheFirstChangedPlaceOn) {
         void (*Change)(Tree::Handle* tree, void* root);
         std::int64_t From;
     } steps[] = {
-        {"nothing", [](Tree::Handle*, void*) {}, INT64_MAX},
-        {"a record behind the last child",
-         [](Tree::Handle* t, void* r) { (void)Tree::Append(t, Tree::Child(r, 3)); }, ChildAt[3]},
-        {"a record in the middle",
-         [](Tree::Handle* t, void* r) { (void)Tree::Insert(t, Tree::Child(r, 2), 2); }, ChildAt[2]},
-        {"one gone", [](Tree::Handle* t, void* r) { DeleteChild(t, Tree::Child(r, 2), 1); }, ChildAt[2]},
-        {"a new child", [](Tree::Handle* t, void* r) { (void)Tree::Append(t, r); }, HeaderBytes},
-        {"one omitted", [](Tree::Handle*, void* r) { Tree::SetValid(Tree::Child(r, 1), false); },
-         HeaderBytes},
+        {"nothing", [](auto*, auto*) {}, INT64_MAX},
+        {"one at the end", [](auto* t, auto* r) { (void)Tree::Append(t, Tree::Child(r, 3)); }, ChildAt[3]},
+        {"one amid", [](auto* t, auto* r) { (void)Tree::Insert(t, Tree::Child(r, 2), 2); }, ChildAt[2]},
+        {"one gone", [](auto* t, auto* r) { DeleteChild(t, Tree::Child(r, 2), 1); }, ChildAt[2]},
+        {"a new child", [](auto* t, auto* r) { (void)Tree::Append(t, r); }, HeaderBytes},
+        {"one omitted", [](auto*, auto* r) { Tree::SetValid(Tree::Child(r, 1), false); }, HeaderBytes},
         {"back, and another omitted",
-         [](Tree::Handle*, void* r) {
+         [](auto*, auto* r) {
              for (const int i : {1, 2}) Tree::SetValid(Tree::Child(r, i), i == 1);
          },
          HeaderBytes},
