@@ -89,7 +89,7 @@ TEST(Session, EverySetOpensWithItsTreesAndClosesWithoutATrace) {
             EXPECT_EQ(data.Session.DataEnd, expected["data_end"].get<std::int64_t>());
             EXPECT_EQ(data.Session.Ampl.FromFile, expected["trees"].contains("amp"));
             EXPECT_EQ(data.Session.Analysis.FromFile, expected["trees"].contains("ana"));
-            EXPECT_TRUE(AnalysisTreeCheck(data.Session, false));
+            EXPECT_TRUE(AnalysisFile::AnalysisTreeCheck(data.Session, false));
             EXPECT_EQ(data.Session.CurRoot, Tree::Root(data.Session.Vennic.Handle));
             const Support::Json header = expected.value("header", Support::Json({{"Time", 0.0}}));
             EXPECT_EQ(data.Session.Header.Time, header["Time"].get<double>());
