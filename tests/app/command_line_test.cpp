@@ -205,6 +205,49 @@ TEST(CommandLine, AStimulusIsWholeOrOnlyWhatWasStored) {
     EXPECT_NE(Qorvanite("stimulus steps.dat 1.2.3").Out.find("not stored"), std::string::npos);
 }
 
+TEST(CommandLine, TheOptionsOfAFitReachItAndItsResultsAreNamed) {
+    const Json fit =
+        RunJson("fit relax.dat 1.1.2 --type exponential --bounds 25,75 --param Amp0=-1.5e-10:hold "
+                "--param TAU1=0.02 --max-points 100 --trace 1");
+    EXPECT_EQ(fit["Type"], "Exponential");
+    const Json& sweep = fit["Sweeps"][0];
+    EXPECT_EQ(sweep["Target"], "1.1.2");
+    EXPECT_EQ(sweep["RangePoints"], 400); // half of a segment of 800
+    EXPECT_EQ(sweep["FitPoints"], 100);
+    EXPECT_NEAR(sweep["FirstX"].get<double>(), 0.02, 1e-12);
+    EXPECT_EQ(sweep["FitTermination"], 2);
+    EXPECT_EQ(sweep["Parameters"][0],
+              Json({{"Name", "amp0"}, {"Value", -1.5e-10}, {"State", 1}, {"Store", 1}, {"Unit", "A"}}));
+    EXPECT_EQ(sweep["Parameters"].back()["Name"], "Residual");
+
+    const Json shown = RunJson("fit relax.dat 1.1 --type 1-exponential --segment 1 --show")["Sweeps"];
+    ASSERT_EQ(shown.size(), 5u);
+    EXPECT_EQ(shown[4]["RangePoints"], 100); // the first segment
+    EXPECT_EQ(shown[4]["FitTermination"], 0);
+}
+
+TEST(CommandLine, ADemonstrationIsAnalysedAndFurtherFitsAppendTheirResults) {
+    const Support::TempFolder folder;
+    const std::string data = folder.At("demo.dat");
+    EXPECT_EQ(Qorvanite("demo '" + folder.Path + "' --seed 7").Status, 0);
+    const std::string recorded = Support::ReadWhole(data);
+    EXPECT_EQ(Qorvanite("demo '" + folder.Path + "'").Status, 1); // not over what is there
+    const auto analyses = [&] {
+        return RunJson("info '" + data +
+                       "'")["Trees"]["ana"]["Root"]["Children"][0]["Children"][0]["Children"]
+            .size();
+    };
+    EXPECT_EQ(analyses(), 2u);
+    const std::string fit = "fit '" + data + "' 1.1 --type polynomial";
+    EXPECT_EQ(Qorvanite(fit).Status, 0);
+    EXPECT_EQ(analyses(), 2u); // nothing is stored unasked
+    EXPECT_EQ(Qorvanite(fit + " --store").Status, 0);
+    EXPECT_EQ(analyses(), 3u);
+    EXPECT_EQ(Qorvanite(fit + " --store --overwrite").Status, 0);
+    EXPECT_EQ(analyses(), 3u);
+    EXPECT_EQ(Support::ReadWhole(data), recorded);
+}
+
 TEST(CommandLine, QuestionsAreAnsweredAsAsked) {
     const struct {
         const char *File, *Answer;
