@@ -59,18 +59,21 @@ bool AnswerQuestion(std::string_view text, bool defaultAnswer) {
     return yes;
 }
 
-// A choice has no yes or no: only a person at a terminal can make another one than the default.
-int AnswerChoice(std::string_view text, const char* const* buttons, int count, int defaultButton) {
+int AnswerChoice(std::string_view text, const Messages::Choice& choice) {
     Say(text);
-    int answer = defaultButton;
+    int answer = Options.Answer == Answer::Yes  ? choice.Yes
+                 : Options.Answer == Answer::No ? choice.No
+                                                : choice.Default;
+    const int count = static_cast<int>(choice.Buttons.size());
     if (Options.Answer == Answer::Ask && isatty(STDIN_FILENO)) {
-        for (int i = 0; i < count; ++i) std::cerr << i + 1 << ' ' << buttons[i] << "   ";
-        std::cerr << '[' << defaultButton + 1 << "] " << std::flush;
+        for (int i = 0; i < count; ++i)
+            std::cerr << i + 1 << ' ' << choice.Buttons[static_cast<std::size_t>(i)] << "   ";
+        std::cerr << '[' << answer + 1 << "] " << std::flush;
         std::string line;
         if (std::getline(std::cin, line) && line.size() == 1 && line[0] >= '1' && line[0] < '1' + count)
             answer = line[0] - '1';
     }
-    if (answer >= 0 && answer < count) Say(buttons[answer]);
+    if (answer >= 0 && answer < count) Say(choice.Buttons[static_cast<std::size_t>(answer)]);
     return answer;
 }
 

@@ -7,7 +7,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -83,20 +85,45 @@ int NativeClose(int handle) {
     return ::close(handle) == 0 ? 0 : Failure();
 }
 
-// The rename itself must survive a crash, so the folder goes to the disk with it.
+int NativeFlushFolder(const char* path) {
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (handle < 0) return Failure();
+    const int result = ::fsync(handle) == 0 ? 0 : Failure();
+    ::close(handle);
+    // Some file systems have no flush of a folder.
+    return result == -EINVAL ? 0 : result;
+}
+
+// The rename itself must survive a crash, so the folder goes to the disk with it. It has happened in any
+// case.
 int NativeRename(const char* from, const char* to) {
     if (::rename(from, to) != 0) return Failure();
-    const std::filesystem::path folder = std::filesystem::path(to).parent_path();
-    const int handle = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (handle >= 0) {
-        ::fsync(handle);
-        ::close(handle);
-    }
+    (void)NativeFlushFolder(to);
     return 0;
 }
 
 int NativeRemove(const char* path) {
     return ::unlink(path) == 0 ? 0 : Failure();
+}
+
+// The writer's lock belongs to the open file and needs no right to write. Readers lock a byte far behind any
+// data, which is a lock of another kind: both can stand at once.
+int NativeLock(int handle, LockKind kind) {
+    if (kind == LockKind::Writer) return ::flock(handle, LOCK_EX | LOCK_NB) == 0 ? 0 : Failure();
+    struct flock range {};
+    range.l_type = kind == LockKind::Reader ? F_RDLCK : kind == LockKind::NoReaders ? F_WRLCK : F_UNLCK;
+    range.l_whence = SEEK_SET;
+    range.l_start = std::int64_t{1} << 40;
+    range.l_len = 1;
+    return ::fcntl(handle, F_OFD_SETLK, &range) == 0 ? 0 : Failure();
+}
+
+std::int64_t NativeFreeSpace(const char* path) {
+    struct statvfs disk {};
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    if (::statvfs(folder.empty() ? "." : folder.c_str(), &disk) != 0) return Failure();
+    return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
 constexpr Platform NativePlatform = {
@@ -109,6 +136,9 @@ constexpr Platform NativePlatform = {
     .Close = NativeClose,
     .Rename = NativeRename,
     .Remove = NativeRemove,
+    .FlushFolder = NativeFlushFolder,
+    .Lock = NativeLock,
+    .FreeSpace = NativeFreeSpace,
 };
 
 Platform Current = NativePlatform;
@@ -195,6 +225,33 @@ int Remove(const std::string& path) {
 bool Exists(const std::string& path) {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
+}
+
+int FlushFolder(const std::string& path) {
+    return -Current.FlushFolder(path.c_str());
+}
+
+int Lock(File& file, LockKind kind) {
+    const int error = -Current.Lock(file.Handle, kind);
+    const bool unknownHere = error == ENOLCK || error == EOPNOTSUPP || error == ENOSYS || error == EINVAL;
+    return unknownHere ? 0 : error;
+}
+
+bool LockedByAnother(int error) {
+    return error == EWOULDBLOCK || error == EAGAIN || error == EACCES;
+}
+
+int FreeSpace(const std::string& path, std::int64_t& bytes) {
+    const std::int64_t n = Current.FreeSpace(path.c_str());
+    bytes = std::max<std::int64_t>(n, 0);
+    return n < 0 ? static_cast<int>(-n) : 0;
+}
+
+bool IsStillAt(const File& file, const std::string& path) {
+    struct stat open {
+    }, named{};
+    return ::fstat(file.Handle, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
 std::string ErrorText(int code) {

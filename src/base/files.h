@@ -17,6 +17,15 @@ enum class Mode : std::uint8_t {
     Create,    // created, or cut to length 0
 };
 
+// Locks are advisory and last as long as the file is open. The writer's and the readers' do not meet: a
+// writer shuts out other writers, a change of bytes that readers hold on to shuts out readers.
+enum class LockKind : std::uint8_t {
+    Writer,    // one at a time
+    Reader,    // any number; the file open for reading
+    NoReaders, // while no other process or File has Reader; the file open for writing
+    Done,      // ends Reader or NoReaders
+};
+
 // The platform's operations; a negative result stands for -error.
 struct Platform {
     int (*Open)(const char* path, Mode mode);
@@ -28,6 +37,10 @@ struct Platform {
     int (*Close)(int handle);
     int (*Rename)(const char* from, const char* to);
     int (*Remove)(const char* path);
+    int (*FlushFolder)(
+        const char* path); // returns when names made or removed beside the path are on the disk
+    int (*Lock)(int handle, LockKind kind);      // -EWOULDBLOCK when another one holds it
+    std::int64_t (*FreeSpace)(const char* path); // bytes that this user can still write to the path's disk
 };
 
 // The table in use. Tests replace it for a while.
@@ -60,6 +73,13 @@ int Close(File& file);
 [[nodiscard]] int Rename(const std::string& from, const std::string& to);
 [[nodiscard]] int Remove(const std::string& path);
 [[nodiscard]] bool Exists(const std::string& path);
+[[nodiscard]] int FlushFolder(const std::string& path);
+// Where the file system knows no locks, 0 is returned: there nobody can be shut out.
+[[nodiscard]] int Lock(File& file, LockKind kind);
+[[nodiscard]] bool LockedByAnother(int error);
+[[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
+// True when the open file is still the one that the path leads to.
+[[nodiscard]] bool IsStillAt(const File& file, const std::string& path);
 
 // The system's words for an error code.
 [[nodiscard]] std::string ErrorText(int code);

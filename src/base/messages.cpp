@@ -39,8 +39,8 @@ bool AskYesNo(std::string_view text, bool defaultAnswer) {
     return Hooks.AskYesNo ? Hooks.AskYesNo(text, defaultAnswer) : defaultAnswer;
 }
 
-int AskChoice(std::string_view text, const char* const* buttons, int count, int defaultButton) {
-    return Hooks.AskChoice ? Hooks.AskChoice(text, buttons, count, defaultButton) : defaultButton;
+int AskChoice(std::string_view text, const Choice& choice) {
+    return Hooks.AskChoice ? Hooks.AskChoice(text, choice) : choice.Default;
 }
 
 Recorder::Recorder() {
@@ -52,9 +52,9 @@ Recorder::Recorder() {
         AddLine(Questions, text);
         return Answer ? Answer(defaultAnswer) : defaultAnswer;
     };
-    hooks.AskChoice = [this](std::string_view text, const char* const*, int, int defaultButton) {
+    hooks.AskChoice = [this](std::string_view text, const Choice& choice) {
         AddLine(Questions, text);
-        return defaultButton;
+        return !Answer ? choice.Default : Answer(choice.Default == choice.Yes) ? choice.Yes : choice.No;
     };
     Former = Install(std::move(hooks));
 }

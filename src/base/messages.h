@@ -3,10 +3,19 @@
 // Nothing here decides anything: the callers choose the words, the hooks choose the place.
 #pragma once
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
 namespace Messages {
+
+// A question whose answers have names. An index is that of a button.
+struct Choice {
+    std::span<const char* const> Buttons;
+    int Default; // what Return presses, and what a run without anybody to ask takes
+    int Yes;     // goes on
+    int No;      // stays out of it
+};
 
 struct HookTable {
     std::function<void(std::string_view text)> Alert;  // stops the user: something failed
@@ -15,8 +24,7 @@ struct HookTable {
     std::function<void(std::string_view line)> Status; // what is going on right now; empty clears it
     std::function<bool(std::string_view text, bool defaultAnswer)> AskYesNo; // true for Yes
     // Shows the text with one button a choice and returns the index of the one pressed.
-    std::function<int(std::string_view text, const char* const* buttons, int count, int defaultButton)>
-        AskChoice;
+    std::function<int(std::string_view text, const Choice& choice)> AskChoice;
 };
 
 // Replaces the hooks and returns the former ones. An empty hook falls back to the silent one:
@@ -28,10 +36,10 @@ void Note(std::string_view line);
 void Log(std::string_view line);
 void Status(std::string_view line);
 [[nodiscard]] bool AskYesNo(std::string_view text, bool defaultAnswer);
-[[nodiscard]] int AskChoice(std::string_view text, const char* const* buttons, int count, int defaultButton);
+[[nodiscard]] int AskChoice(std::string_view text, const Choice& choice);
 
 // Collects all messages of a stretch of work; the former hooks come back at its end.
-// Questions are answered by Answer, or by their default while it is empty.
+// Questions are answered by Answer, or by their default while it is empty; a choice by its Yes or No.
 class Recorder {
 public:
     Recorder();

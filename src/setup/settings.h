@@ -3,6 +3,7 @@
 #pragma once
 #include <array>
 #include <cstdint>
+#include <string>
 
 namespace Setup {
 
@@ -14,6 +15,12 @@ struct SettingsRecord {
     std::int32_t MaxSamplePoints =
         262144; // the longest load, points; changed only before the scratch memory exists
     std::int32_t MaxStimPoints = 262144; // the longest stimulus, points
+
+    std::int32_t MaxFileBytes = 500'000'000; // a data file that grows beyond it is warned of
+    bool UseBundle = true;                   // a data set is closed as a bundle
+    bool NotebookAutoStore = true;           // the notebook is stored with the data set
+    bool SolBaseOn = true;                   // solution trees may be changed
+    std::string TempPath;                    // folder for temporary files; empty: beside the data file
 
     bool NoLeakSubtraction = false;
     bool SubtractZero = false;

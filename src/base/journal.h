@@ -1,0 +1,75 @@
+// A change of several files, or of a file in place, that happens whole or not at all.
+//
+// The steps of a change are first written down in a journal beside the files and flushed to the disk; only
+// then are they done, one after the other, and at the end the journal is removed. A crash before the journal
+// is complete leaves the files as they were; a crash behind that point leaves a complete journal, and Recover
+// does the steps once more. Doing a step twice is the same as doing it once.
+//
+// The journal of a change is named after the file that owns the change, with ".journal" behind it: it lies in
+// the same folder, and all files that it names do. What is renamed must have been flushed before.
+//
+//     offset  size  item (little-endian)
+//     0       8     "QvJournl"
+//     8       4     version, 1
+//     12            steps: kind (1 byte), length of the name (2), the name, then by kind
+//                     'W'  position (8), count (8), the bytes
+//                     'L'  length (8)
+//                     'R'  length of the new name (2), the new name
+//                     'D'  nothing
+//     ...     1     'E', then the 32-bit checksum (CRC-32) of all bytes before it
+#pragma once
+#include "base/files.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace Journal {
+
+// The name of the journal of an owner's changes.
+[[nodiscard]] std::string NameFor(const std::string& owner);
+
+// Removed with its destructor unless Commit has begun: nothing has happened then.
+class Change {
+public:
+    Change() = default;
+    ~Change();
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+
+    // Starts the journal. Refuses while a journal of that owner waits for Recover (EBUSY).
+    [[nodiscard]] int Begin(const std::string& owner);
+
+    // The steps, in the order in which they will be done. Paths lie in the owner's folder. All return an
+    // error code; after one that is not 0 the change can only be dropped.
+    [[nodiscard]] int Write(const std::string& path, std::int64_t position, std::span<const std::byte> bytes);
+    [[nodiscard]] int SetLength(const std::string& path, std::int64_t length);
+    [[nodiscard]] int Rename(const std::string& from,
+                             const std::string& to);   // takes the place of a file there
+    [[nodiscard]] int Remove(const std::string& path); // a file that is not there is no error
+
+    // Decides the change, does its steps, and removes the journal. decided tells what an error means: false,
+    // nothing has happened and the journal is gone; true, the change is under way, and Recover completes it.
+    [[nodiscard]] int Commit(bool& decided);
+
+private:
+    struct State;
+    State* Own = nullptr;
+};
+
+enum class Found : std::uint8_t {
+    Nothing,   // there was no journal, or an unfinished one, which is removed
+    Completed, // a decided change has been completed
+    Busy,      // another program is in the middle of this change
+    Failed,    // the change could not be completed; the journal stays
+    Foreign,   // the journal does not belong to the files that lie there; it stays
+};
+
+// Completes or drops what a crash has left of the owner's changes. error tells the system's reason for
+// Failed.
+[[nodiscard]] Found Recover(const std::string& owner, int& error);
+
+}
