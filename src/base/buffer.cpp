@@ -79,7 +79,9 @@ std::size_t RoundUp(std::size_t bytes) {
 // A corrupted heap: whoever goes on does so at his own risk.
 void FatalAlert(const char* text) {
     static constexpr const char* Buttons[] = {"BREAK", "Continue"};
-    if (Messages::AskChoice(text, Buttons, 2, 0) == 0) std::abort();
+    enum { Break, Continue };
+    const Messages::Choice choice{.Buttons = Buttons, .Default = Break, .Yes = Continue, .No = Break};
+    if (Messages::AskChoice(text, choice) == Break) std::abort();
 }
 
 Heap* Find(std::string_view name, const Heap* owner) {

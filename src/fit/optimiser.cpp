@@ -65,7 +65,7 @@ bool PassesZeroCheck(const FitRun& run) {
     enum { StopChecking, DoFit, Abort };
     const int answer =
         Messages::AskChoice("At least one parameter is zero and, thus, cannot be fit by the Simplex routine!",
-                            Buttons, static_cast<int>(std::size(Buttons)), DoFit);
+                            {.Buttons = Buttons, .Default = DoFit, .Yes = DoFit, .No = Abort});
     if (answer == StopChecking) Shared.ZeroCheckOff = true;
     return answer != Abort;
 }

@@ -85,10 +85,10 @@ TEST(ZeroCheck, AsksForATimeConstantOfOneAndObeysTheAnswer) {
         fit.Record().Residual.Value = -7.0;
         std::string asked;
         Messages::HookTable hooks;
-        hooks.AskChoice = [&](std::string_view text, const char* const* buttons, int count, int usual) {
+        hooks.AskChoice = [&](std::string_view text, const Messages::Choice& choice) {
             asked += text;
-            for (int i = 0; i < count; ++i) asked += std::string(";") + buttons[i];
-            return button < 0 ? usual : button;
+            for (const char* name : choice.Buttons) asked += std::string(";") + name;
+            return button < 0 ? choice.Default : button;
         };
         const Messages::HookTable former = Messages::Install(std::move(hooks));
         const Fit::Outcome outcome = fit.Run();
