@@ -247,6 +247,27 @@ int FreeSpace(const std::string& path, std::int64_t& bytes) {
     return n < 0 ? static_cast<int>(-n) : 0;
 }
 
+void TakePermissions(File& file, const std::string& from) {
+    struct stat status {};
+    if (::stat(from.c_str(), &status) == 0) (void)::fchmod(file.Handle, status.st_mode & 07777);
+}
+
+Stamp StampOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return {};
+    constexpr std::int64_t Second = 1'000'000'000;
+    return {.Device = status.st_dev,
+            .Node = status.st_ino,
+            .Length = status.st_size,
+            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+}
+
+std::string FreeName(const std::string& path, std::string_view ending) {
+    std::string name = path + std::string(ending);
+    for (int n = 2; Exists(name); ++n) name = path + std::string(ending) + std::to_string(n);
+    return name;
+}
+
 bool IsStillAt(const File& file, const std::string& path) {
     struct stat open {
     }, named{};

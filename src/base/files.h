@@ -78,6 +78,19 @@ int Close(File& file);
 [[nodiscard]] int Lock(File& file, LockKind kind);
 [[nodiscard]] bool LockedByAnother(int error);
 [[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
+// A new file that takes another one's place gets its permissions, as far as this user may give them.
+void TakePermissions(File& file, const std::string& from);
+// What tells one state of a file from another: its place on the disk, length and time of the last change.
+struct Stamp {
+    std::uint64_t Device = 0, Node = 0;
+    std::int64_t Length = -1;   // -1: there is no such file
+    std::int64_t ChangedAt = 0; // ns
+    bool operator==(const Stamp&) const = default;
+};
+[[nodiscard]] Stamp StampOf(const std::string& path);
+// A path beside the given one that is not in use: with the ending behind it, and a number where that is
+// taken.
+[[nodiscard]] std::string FreeName(const std::string& path, std::string_view ending);
 // True when the open file is still the one that the path leads to.
 [[nodiscard]] bool IsStillAt(const File& file, const std::string& path);
 
