@@ -30,6 +30,7 @@ int NativeOpen(const char* path, Mode mode) {
     case Mode::Read: flags |= O_RDONLY; break;
     case Mode::ReadWrite: flags |= O_RDWR; break;
     case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case Mode::Keep: flags |= O_RDWR | O_CREAT; break;
     }
     const int handle = ::open(path, flags, 0666);
     if (handle < 0) return Failure();
@@ -373,6 +374,11 @@ int Writer::Write(const void* data, std::size_t bytes) {
         if (error != 0) return error;
     }
     const auto* from = static_cast<const std::byte*>(data);
+    if (bytes > BlockSize) {
+        const int error = WriteAt(Target, Position, {from, bytes});
+        if (error == 0) Position += static_cast<std::int64_t>(bytes);
+        return error;
+    }
     Block.insert(Block.end(), from, from + bytes);
     return 0;
 }
@@ -384,6 +390,7 @@ int Writer::SeekTo(std::int64_t position) {
 }
 
 int Writer::Finish() {
+    if (Block.empty()) return 0;
     const int error = WriteAt(Target, Position, Block);
     if (error == 0) Position += static_cast<std::int64_t>(Block.size());
     Block.clear();

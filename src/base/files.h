@@ -15,6 +15,7 @@ enum class Mode : std::uint8_t {
     Read,      // must exist
     ReadWrite, // must exist
     Create,    // created, or cut to length 0
+    Keep,      // created, or opened as it is
 };
 
 // Locks are advisory and last as long as the file is open. The writer's and the readers' do not meet: a
