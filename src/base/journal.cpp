@@ -86,6 +86,7 @@ struct Change::State {
         const char end = KindEnd;
         if (PutFiles() == 0 && Put(&end, sizeof end) == 0) (void)PutNumber(Sum);
         if (Error == 0) Error = Writer.Finish();
+        Complete = Error == 0;
         if (Error == 0) Error = Files::Flush(File);
         if (Error == 0) Error = Files::FlushFolder(File.Name);
         return Error;
@@ -96,6 +97,7 @@ struct Change::State {
     Files::Writer Writer;
     std::uint32_t Sum = 0;
     int Error = 0;
+    bool Complete = false; // as far as this program sees
     std::map<std::string, Part> Names;
     std::set<std::string> MustExist; // the sources of renames
     std::string LastPath, LastName;
@@ -167,9 +169,11 @@ int Change::Commit(bool& decided) {
     State* const own = std::exchange(Own, nullptr);
     int error = own->Decide();
     if (error != 0) {
-        // It may be complete all the same; what cannot be taken back will happen.
+        // A complete journal that cannot be taken back will be done.
         std::int64_t length = 0;
-        decided = Discard(own->File) != 0 && (PresentLength(own->File.Name, length) != 0 || length > 0);
+        const bool gone =
+            Discard(own->File) == 0 || (PresentLength(own->File.Name, length) == 0 && length <= 0);
+        decided = own->Complete && !gone;
     } else {
         decided = true;
         error = DoSteps(own->File);

@@ -62,7 +62,8 @@ public:
     [[nodiscard]] int Remove(const std::string& path); // a file that is not there is no error
 
     // Decides the change, does its steps, and removes the journal. decided tells what an error means: false,
-    // nothing has happened and the journal is gone; true, the change is under way, and Recover completes it.
+    // nothing has happened, and the journal is gone or an unfinished one; true, the change is under way, and
+    // Recover completes it.
     [[nodiscard]] int Commit(bool& decided);
 
 private:

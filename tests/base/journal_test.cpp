@@ -2,14 +2,13 @@
 
 #include "base/checksum.h"
 #include "support/failing_files.h"
+#include "support/faulty_disk.h"
 #include "support/temp_folder.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
-#include <map>
-#include <sys/wait.h>
+#include <set>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -51,17 +50,14 @@ std::string Complete(const std::string& entries) {
 // A folder with the files of a change and what its owner is called.
 class Journals : public testing::Test {
 protected:
-    Journals() { Put({{"a", "0123456789"}, {"b", "old b"}, {"c", "goes"}, {"new", "new b"}}); }
-    void Put(const std::map<std::string, std::string>& files) const {
-        for (const auto& [name, content] : files) (void)Folder.Write(name, content);
-    }
-    [[nodiscard]] std::map<std::string, std::string> Files() const {
-        std::map<std::string, std::string> files;
-        for (const auto& entry : std::filesystem::directory_iterator(Folder.Path))
-            files[entry.path().filename().string()] = Support::ReadWhole(entry.path().string());
+    Journals() { Folder.Put(Old); }
+    [[nodiscard]] Found Recover() { return Journal::Recover(Owner, Error); }
+    // What lies there; an empty journal is as good as none.
+    [[nodiscard]] Support::FolderState Seen() const {
+        Support::FolderState files = Folder.Files();
+        if (files.contains("a.journal") && files["a.journal"].empty()) files.erase("a.journal");
         return files;
     }
-    [[nodiscard]] Found Recover() { return Journal::Recover(Owner, Error); }
     // One step of each kind, and a second write.
     [[nodiscard]] int Change(bool& decided) const {
         Journal::Change change;
@@ -75,13 +71,11 @@ protected:
         return error == 0 ? change.Commit(decided) : error;
     }
 
-    Support::TempFolder Folder;
+    Support::TempFolder Folder{Support::Memory()};
     const std::string Owner = Folder.At("a"), Path = Owner + ".journal";
     int Error = 0;
-    const std::map<std::string, std::string> Old = {
-        {"a", "0123456789"}, {"b", "old b"}, {"c", "goes"}, {"new", "new b"}};
-    const std::map<std::string, std::string> New = {
-        {"a", std::string("0!234567XYZ\0", 12)}, {"b", "new b"}, {"made", "M"}};
+    const Support::FolderState Old = {{"a", "0123456789"}, {"b", "old b"}, {"c", "goes"}, {"new", "new b"}};
+    const Support::FolderState New = {{"a", std::string("0!234567XYZ\0", 12)}, {"b", "new b"}, {"made", "M"}};
     const std::string Entries = W("a", 8, "XYZ") + L("a", 12) + R("new", "b") + D("c") + W("a", 1, "!") +
                                 W("made", 0, "M") + F("a", 10) + F("b", 5) + F("c", 4) + F("made", -1) +
                                 F("new", 5);
@@ -103,13 +97,12 @@ TEST_F(Journals, AChangeIsDoneOrWaitsWholeForRecover) {
         EXPECT_EQ(Error, EPERM);
     }
     EXPECT_EQ(Recover(), Found::Completed);
-    EXPECT_EQ(Files(), New);
+    EXPECT_EQ(Folder.Files(), New);
     EXPECT_EQ(Recover(), Found::Nothing);
-    std::filesystem::remove(Folder.At("made"));
-    Put(Old);
+    Folder.Put(Old);
     EXPECT_EQ(Change(decided), 0);
     EXPECT_TRUE(decided);
-    EXPECT_EQ(Files(), New);
+    EXPECT_EQ(Folder.Files(), New);
 }
 
 TEST_F(Journals, WhatIsNotDecidedLeavesEverythingAsItWas) {
@@ -141,7 +134,7 @@ TEST_F(Journals, WhatIsNotDecidedLeavesEverythingAsItWas) {
         EXPECT_EQ(error, one.Error);
         EXPECT_EQ(error != 0 && !decided, one.Error == ENOENT);
     }
-    EXPECT_EQ(Files(), Old);
+    EXPECT_EQ(Folder.Files(), Old);
     const Support::FailingFiles disk;
     for (int Support::Disk::*error : {&Support::Disk::OpenError, &Support::Disk::FlushError}) {
         Support::TheDisk = {};
@@ -149,7 +142,7 @@ TEST_F(Journals, WhatIsNotDecidedLeavesEverythingAsItWas) {
         bool decided = true;
         EXPECT_EQ(Change(decided), EIO);
         EXPECT_FALSE(decided && error == &Support::Disk::FlushError);
-        EXPECT_EQ(Files(), Old);
+        EXPECT_EQ(Folder.Files(), Old);
     }
     EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
 }
@@ -159,18 +152,18 @@ TEST_F(Journals, AnUnfinishedJournalIsDroppedWhereverItEnds) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
         Support::WriteWhole(Path, whole.substr(0, length));
         ASSERT_EQ(Recover(), Found::Nothing) << length;
-        ASSERT_EQ(Files(), Old) << length;
+        ASSERT_EQ(Folder.Files(), Old) << length;
     }
     for (std::size_t at = 12; at < whole.size(); ++at) {
         std::string other = whole;
         other[at] = static_cast<char>(other[at] ^ 0x20);
         Support::WriteWhole(Path, other);
         ASSERT_EQ(Recover(), Found::Nothing) << at;
-        ASSERT_EQ(Files(), Old) << at;
+        ASSERT_EQ(Folder.Files(), Old) << at;
     }
     Support::WriteWhole(Path, std::string(5000, '\0')); // a length without its bytes, after a power cut
     EXPECT_EQ(Recover(), Found::Nothing);
-    EXPECT_EQ(Files(), Old);
+    EXPECT_EQ(Folder.Files(), Old);
 }
 
 TEST_F(Journals, WhatIsNoJournalOfTheseFilesStaysAndIsNotDone) {
@@ -221,7 +214,7 @@ TEST_F(Journals, WhatIsNoJournalOfTheseFilesStaysAndIsNotDone) {
         SCOPED_TRACE(&bytes - cases);
         Support::WriteWhole(Path, bytes);
         EXPECT_EQ(Recover(), Found::Foreign);
-        auto files = Files();
+        auto files = Folder.Files();
         EXPECT_EQ(files.extract("a.journal").mapped(), bytes);
         EXPECT_EQ(files, Old);
         bool decided = true;
@@ -233,8 +226,8 @@ TEST_F(Journals, EveryStateOnTheWayLeadsToTheEnd) {
     const std::string long12 = "0123456789xy";
     const struct {
         std::string Entries;
-        std::map<std::string, std::string> Between; // beside the old files; "-" for a file that has gone
-        std::string Name, Content;                  // in the end
+        Support::FolderState Between; // beside the old files; "-" for a file that has gone
+        std::string Name, Content;    // in the end
     } cases[] = {
         {W("a", 10, "xyz") + F("a", 10), {{"a", "0123456789x"}}, "a", "0123456789xyz"},
         {W("a", 10, "xyz") + F("a", 12), {{"a", long12}}, "a", "0123456789xyz"},
@@ -249,8 +242,7 @@ TEST_F(Journals, EveryStateOnTheWayLeadsToTheEnd) {
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.Entries);
-        Put(Old);
-        std::filesystem::remove(Folder.At("n"));
+        Folder.Put(Old);
         for (const auto& [name, content] : one.Between) {
             (void)Folder.Write(name, content);
             if (content == "-") std::filesystem::remove(Folder.At(name));
@@ -274,7 +266,7 @@ TEST_F(Journals, OneProgramAtATime) {
         EXPECT_EQ(change.Commit(decided), 0);
         other.join();
     }
-    EXPECT_EQ(Files().count("c") + Files().count("a.journal"), 0u);
+    EXPECT_EQ(Folder.Files().count("c") + Folder.Files().count("a.journal"), 0u);
     // The journal of a link is that of its file, wherever the link lies.
     std::filesystem::create_directory(Folder.At("sub"));
     std::filesystem::create_symlink(Owner, Folder.At("sub/link"));
@@ -310,4 +302,49 @@ TEST_F(Journals, LargeStepsPassInPieces) {
     Files::Use(Files::Native());
     EXPECT_EQ(Support::ReadWhole(Owner), "01small" + large.substr(2));
     EXPECT_LE(longest, std::size_t{1} << 20);
+}
+
+TEST_F(Journals, NoFaultLeavesAChangeHalfDone) {
+    std::set<Support::FolderState> left; // by the first fault, with a journal
+    const auto change = [this] {
+        bool decided = false;
+        const int error = Change(decided);
+        return error != 0 && !decided ? -1 : error;
+    };
+    const auto recovered = [this](bool mustBeNew) {
+        const Found found = Recover();
+        EXPECT_TRUE(found == Found::Nothing || found == Found::Completed) << static_cast<int>(found);
+        const Support::FolderState files = Seen();
+        EXPECT_TRUE(files == New || (files == Old && !mustBeNew));
+    };
+    Support::ForEveryFault(
+        Folder, [this] { Folder.Put(Old); }, change,
+        [&](const Support::FaultRun& run) {
+            const Support::FolderState files = Seen();
+            if (files.contains("a.journal")) left.insert(files);
+            EXPECT_TRUE(!run.Returned || run.Result != 0 || files == New);
+            EXPECT_TRUE(!run.Returned || run.Result >= 0 || files == Old ||
+                        run.Kind == Support::Fault::Unplugged);
+            recovered(run.Returned && run.Result >= 0);
+        });
+    EXPECT_GE(left.size(), 10u);
+    std::size_t completed = 0;
+    for (const Support::FolderState& files : left) {
+        Support::ForEveryFault(
+            Folder, [&] { Folder.Put(files); },
+            [this] {
+                const Found found = Recover();
+                return found == Found::Failed || found == Found::Nothing || found == Found::Completed
+                           ? static_cast<int>(found)
+                           : -1;
+            },
+            [&](const Support::FaultRun& run) {
+                EXPECT_GE(run.Result, 0);
+                const bool done = run.Returned && run.Result == static_cast<int>(Found::Completed);
+                EXPECT_TRUE(!done || Seen() == New);
+                completed += done;
+                recovered(done);
+            });
+    }
+    EXPECT_GE(completed, left.size() / 2);
 }
