@@ -248,6 +248,36 @@ int FreeSpace(const std::string& path, std::int64_t& bytes) {
     return n < 0 ? static_cast<int>(-n) : 0;
 }
 
+int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt) {
+    std::vector<std::byte> block(BlockSize);
+    for (std::int64_t done = 0; done < bytes;) {
+        const auto most = static_cast<std::size_t>(std::min<std::int64_t>(bytes - done, BlockSize));
+        std::size_t got = 0;
+        int error = ReadAt(from, fromAt + done, std::span(block).first(most), got);
+        if (error == 0 && got == 0) error = EIO;
+        if (error == 0) error = WriteAt(to, toAt + done, std::span(block).first(got));
+        if (error != 0) return error;
+        done += static_cast<std::int64_t>(got);
+    }
+    return 0;
+}
+
+int CopyFile(const std::string& from, const std::string& to) {
+    File source, target;
+    std::int64_t length = 0;
+    int error = Open(source, from, Mode::Read);
+    if (error == 0) error = Length(source, length);
+    if (error == 0) error = Open(target, to, Mode::Create);
+    if (error != 0) return error;
+    TakePermissions(target, from);
+    error = CopyBytes(source, 0, length, target, 0);
+    if (error == 0) error = Flush(target);
+    const int closing = Close(target);
+    if (error == 0) error = closing;
+    if (error != 0) (void)Remove(to);
+    return error;
+}
+
 void TakePermissions(File& file, const std::string& from) {
     struct stat status {};
     if (::stat(from.c_str(), &status) == 0) (void)::fchmod(file.Handle, status.st_mode & 07777);

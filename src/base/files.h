@@ -79,6 +79,10 @@ int Close(File& file);
 [[nodiscard]] int Lock(File& file, LockKind kind);
 [[nodiscard]] bool LockedByAnother(int error);
 [[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
+// Copies a stretch of one file into another, through a block of memory. EIO when the source ends early.
+[[nodiscard]] int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt);
+// A flushed copy of a whole file under a new name.
+[[nodiscard]] int CopyFile(const std::string& from, const std::string& to);
 // A new file that takes another one's place gets its permissions, as far as this user may give them.
 void TakePermissions(File& file, const std::string& from);
 // What tells one state of a file from another: its place on the disk, length and time of the last change.

@@ -175,8 +175,11 @@ int Change::Commit(bool& decided) {
             Discard(own->File) == 0 || (PresentLength(own->File.Name, length) == 0 && length <= 0);
         decided = own->Complete && !gone;
     } else {
-        decided = true;
-        error = DoSteps(own->File);
+        bool begun = false;
+        error = DoSteps(own->File, begun);
+        // A change whose first step is refused is better given up than left to wait.
+        const bool givenUp = error != 0 && !begun && Discard(own->File) == 0;
+        decided = !givenUp;
         if (error == 0) error = Discard(own->File);
     }
     delete own;

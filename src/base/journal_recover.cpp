@@ -168,7 +168,8 @@ Found RecoverFrom(Files::File& journal, int& error) {
     error = Compare(journal, fits);
     if (error != 0) return Found::Failed;
     if (!fits) return Found::Foreign;
-    error = DoSteps(journal);
+    bool begun = false;
+    error = DoSteps(journal, begun);
     if (error == 0) error = Discard(journal);
     return error == 0 ? Found::Completed : Found::Failed;
 }

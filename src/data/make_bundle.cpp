@@ -23,23 +23,6 @@ bool StoreFailed(DataSession& session, std::string_view extension, const std::st
     return false;
 }
 
-// Copies bytes of one file into another through a small block.
-int CopyBytes(Files::File& from, std::int64_t fromAt, std::int64_t bytes, Files::File& to,
-              std::int64_t toAt) {
-    std::vector<std::byte> block(std::size_t{64} << 10);
-    for (std::int64_t done = 0; done < bytes;) {
-        const auto most = std::min(bytes - done, static_cast<std::int64_t>(block.size()));
-        std::size_t got = 0;
-        int error =
-            Files::ReadAt(from, fromAt + done, std::span(block).first(static_cast<std::size_t>(most)), got);
-        if (error == 0 && got == 0) error = EIO;
-        if (error == 0) error = Files::WriteAt(to, toAt + done, std::span(block).first(got));
-        if (error != 0) return error;
-        done += static_cast<std::int64_t>(got);
-    }
-    return 0;
-}
-
 void SetItem(Bundle::Item& item, std::string_view extension, std::int64_t start, std::int64_t length) {
     item.Start = static_cast<std::int32_t>(start);
     item.Length = static_cast<std::int32_t>(length);
@@ -55,7 +38,7 @@ bool AppendNotebook(DataSession& session, Bundle::Item& item, std::int64_t& posi
     int error = Files::Open(file, path, Files::Mode::Read);
     if (error == 0) error = Files::Length(file, length);
     if (error == 0 && position + length > ItemEndMax) error = EFBIG;
-    if (error == 0) error = CopyBytes(file, 0, length, session.DataFile, position);
+    if (error == 0) error = Files::CopyBytes(file, 0, length, session.DataFile, position);
     if (error != 0) return StoreFailed(session, NotebookExtension, Files::ErrorText(error), error);
     SetItem(item, NotebookExtension, position, length);
     position += length;
@@ -170,7 +153,8 @@ bool UnBundle(DataSession& session) {
     if (notebook) {
         Files::File file;
         int error = Files::Open(file, staged, Files::Mode::Create);
-        if (error == 0) error = CopyBytes(session.DataFile, notebook->Start, notebook->Length, file, 0);
+        if (error == 0)
+            error = Files::CopyBytes(session.DataFile, notebook->Start, notebook->Length, file, 0);
         if (error == 0) error = Files::Flush(file);
         const int closing = Files::Close(file);
         if (error == 0) error = closing;

@@ -68,8 +68,14 @@ Need Required(const DataSession& session) {
     return need;
 }
 
-bool Check(const DataSession& session) {
-    const Need need = Required(session);
+bool Check(DataSession& session) {
+    Need need = Required(session);
+    // A damaged record can name any duration; no trace is longer than its file.
+    std::int64_t fileLength = 0;
+    if (Files::Length(session.DataFile, fileLength) != 0) fileLength = 0;
+    constexpr std::int64_t ShortestSample = 2;
+    need.Sampled = std::min(need.Sampled, fileLength / ShortestSample);
+    need.Continuous = std::min(need.Continuous, fileLength / ShortestSample);
     const std::int64_t present = Setup::Settings.MaxSamplePoints;
     if (need.Sampled > present)
         return Risk(

@@ -12,6 +12,6 @@ struct Need {
 [[nodiscard]] Need Required(const DataSession& session);
 
 // Asks when the data set needs more than MaxSamplePoints. False when the user does not want it loaded.
-[[nodiscard]] bool Check(const DataSession& session);
+[[nodiscard]] bool Check(DataSession& session);
 
 }

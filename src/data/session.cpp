@@ -182,10 +182,9 @@ bool PrepareModify(DataSession& session) {
 }
 
 // The longest trace, as far as the file can hold it: a damaged record can name any number of points.
-void MakeRoom(const DataSession& session) {
+void MakeRoom(DataSession& session) {
     std::int64_t fileLength = 0, longest = 0;
-    Files::File& file = const_cast<DataSession&>(session).DataFile;
-    if (Files::Length(file, fileLength) != 0) fileLength = 0;
+    if (Files::Length(session.DataFile, fileLength) != 0) fileLength = 0;
     RawData::ForEachStored(Tree::Root(session.Vennic.Handle), [&](const VennicTrace& trace) {
         longest = std::max<std::int64_t>(longest, trace.TrDataPoints);
         return true;

@@ -35,7 +35,12 @@ bool Step::Check(int error) {
 }
 
 bool Step::Begin() {
-    return Check(Change.Begin(Session.FileName));
+    int error = Change.Begin(Session.FileName);
+    // A change of this session that stopped half-way is completed before the next one.
+    int recovering = 0;
+    if (error == EBUSY && Journal::Recover(Session.FileName, recovering) == Journal::Found::Completed)
+        error = Change.Begin(Session.FileName);
+    return Check(error);
 }
 
 bool Step::AddFile(const std::string& complete, const std::string& target) {
@@ -43,11 +48,14 @@ bool Step::AddFile(const std::string& complete, const std::string& target) {
     return Check(Change.Rename(complete, target));
 }
 
+// A copy: the name itself is the target of another step, and each name has one part in a change.
 bool Step::SetAside(const std::string& path) {
     if (!Files::Exists(path)) return true;
     const std::string kept = Files::FreeName(path, ".old");
+    if (!Check(Files::CopyFile(path, kept))) return false;
+    Staged.push_back(kept);
     Messages::Note("The former \"" + path + "\" is kept as \"" + kept + "\".");
-    return Check(Change.Rename(path, kept));
+    return true;
 }
 
 bool Step::AddTree(Tree::Handle* tree, const std::string& path) {
