@@ -4,7 +4,7 @@
 #include "app/start.h"
 #include "base/messages.h"
 #include "data/scratch.h"
-#include "setup/settings.h"
+#include "setup/settings_file.h"
 
 #include <algorithm>
 #include <charconv>
@@ -96,8 +96,23 @@ constexpr CommandRow Rows[] = {
     {"trace", "Print a corrected trace as CSV, JSON or NumPy file", Commands::DeclareTrace},
     {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
     {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
+    {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
+
+// The settings of a start, but for the corrections of traces: on the command line these are what a command's
+// options say, whatever the user saw last in a window.
+bool TakeSettings(const std::string& namedFile) {
+    if (!Setup::LoadSettings({.NamedFile = namedFile})) return false;
+    const Setup::SettingsRecord defaults;
+    Setup::Settings.NoLeakSubtraction = defaults.NoLeakSubtraction;
+    Setup::Settings.SubtractZero = defaults.SubtractZero;
+    Setup::Settings.SubtractReference = defaults.SubtractReference;
+    Setup::Settings.UseTraceBuffers = defaults.UseTraceBuffers;
+    Setup::Settings.TraceFilterFactor = defaults.TraceFilterFactor;
+    if (!Setup::State.ReadFile.empty()) Messages::Log("Startup file: \"" + Setup::State.ReadFile + "\"");
+    return true;
+}
 
 // The longest trace of the tree: a run without a window makes room for it, as a start with larger settings
 // would.
@@ -133,6 +148,8 @@ int Run(const std::vector<std::string>& arguments) {
     std::string answer = "ask";
     app.add_option("--answer", answer, "How questions are answered: yes, no or ask")
         ->check(CLI::IsMember({"yes", "no", "ask"}));
+    std::string settingsFile;
+    app.add_option("--settings", settingsFile, "Settings file to use instead of the user's own");
     app.add_flag("--verbose", Options.Verbose, "Show routine messages as well");
 
     std::vector<std::pair<CLI::App*, Commands::Procedure>> commands;
@@ -153,6 +170,7 @@ int Run(const std::vector<std::string>& arguments) {
 
     for (const auto& [command, procedure] : commands) {
         if (!command->parsed()) continue;
+        if (!TakeSettings(settingsFile)) return Failed;
         const int status = procedure();
         ClearStatus();
         return OutputWritten() ? status : Failed;

@@ -13,6 +13,7 @@ Procedure DeclareInfo(CLI::App& command);
 Procedure DeclareTrace(CLI::App& command);
 Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
+Procedure DeclareSettings(CLI::App& command);
 Procedure DeclareDemo(CLI::App& command);
 
 }
