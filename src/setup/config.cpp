@@ -228,7 +228,8 @@ const char* DecodeBlockLine(std::string_view value, std::span<std::uint8_t> byte
         }
         byte = static_cast<std::uint8_t>(nibbles[0] | nibbles[1] << 4);
     }
-    return value.empty() || value.starts_with('"') ? nullptr : OutputOverflow;
+    // A double quote is also a pair's half: only the one behind the last byte ends the line.
+    return value.starts_with('"') ? nullptr : value.empty() ? InputOverflow : OutputOverflow;
 }
 
 std::uint32_t LineSum(std::string_view line) {
