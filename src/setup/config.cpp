@@ -473,11 +473,11 @@ void ConfigKept(std::string_view keyStart, std::vector<std::string>& lines) {
 void ConfigCheckSum(std::uint32_t& storedValue, std::uint32_t& computedValue) {
     if (Config.ConfigError != 0) return;
     computedValue = ContentSum();
-    if (Config.Write)
-        storedValue = computedValue;
-    else
-        storedValue = 0;
+    storedValue = Config.Write ? computedValue : 0;
+    Config.ConfigText.clear();
     if (!Pass.Listing) ConfigCardinal("CRC", storedValue);
+    // A sum that is no number is a wrong one.
+    if (Config.ConfigText.ends_with(NoNumber)) storedValue = computedValue == 1 ? 2 : 1;
 }
 
 void BeginConfigList() {

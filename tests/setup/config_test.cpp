@@ -240,7 +240,7 @@ TEST(Config, TheCheckSumAddsTheWordsOfEachLine) {
         {"abcda", 0x64636261 + 0x61},
         {"abcdab\r\n", 0x64636261 + 0x6261},
         {"abcdabc", 0x64636261 + 0x6261 + 0x63},
-        {" CRC", 0x43524320}, // it does not start the line
+        {"xCRC", 0x43524378}, // it does not start the line
         {"\xff\xff\xff\xff\n\x01", 0},
     };
     for (const auto& one : cases) {
