@@ -5,7 +5,7 @@
 #include "app/start.h"
 #include "base/messages.h"
 #include "data/scratch.h"
-#include "setup/settings.h"
+#include "setup/settings_file.h"
 
 #include <algorithm>
 #include <charconv>
@@ -102,9 +102,23 @@ constexpr CommandRow Rows[] = {
     {"rebuild", "Put the samples of a data file in order", Commands::DeclareRebuild},
     {"merge", "Append the groups of another data set", Commands::DeclareMerge},
     {"compress", "Replace samples by the means of each so many", Commands::DeclareCompress},
+    {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
 
+// The settings of a start, but for the corrections of traces: on the command line these are what a command's
+// options say, whatever the user saw last in a window.
+bool TakeSettings(const std::string& namedFile) {
+    if (!Setup::LoadSettings({.NamedFile = namedFile})) return false;
+    const Setup::SettingsRecord defaults;
+    Setup::Settings.NoLeakSubtraction = defaults.NoLeakSubtraction;
+    Setup::Settings.SubtractZero = defaults.SubtractZero;
+    Setup::Settings.SubtractReference = defaults.SubtractReference;
+    Setup::Settings.UseTraceBuffers = defaults.UseTraceBuffers;
+    Setup::Settings.TraceFilterFactor = defaults.TraceFilterFactor;
+    if (!Setup::State.ReadFile.empty()) Messages::Log("Startup file: \"" + Setup::State.ReadFile + "\"");
+    return true;
+}
 }
 
 bool InstallHooks() {
@@ -133,6 +147,8 @@ int Run(const std::vector<std::string>& arguments) {
     std::string mode;
     app.add_option("--mode", mode, "How the data set is opened: modify, read or analysis")
         ->check(CLI::IsMember({"modify", "read", "analysis"}));
+    std::string settingsFile;
+    app.add_option("--settings", settingsFile, "Settings file to use instead of the user's own");
     app.add_flag("--verbose", Options.Verbose, "Show routine messages as well");
 
     std::vector<std::pair<CLI::App*, Commands::Procedure>> commands;
@@ -157,6 +173,7 @@ int Run(const std::vector<std::string>& arguments) {
 
     for (const auto& [command, procedure] : commands) {
         if (!command->parsed()) continue;
+        if (!TakeSettings(settingsFile)) return Failed;
         int status = procedure();
         if (!CloseDataFile(OpenSession, true)) status = Failed;
         ClearStatus();

@@ -18,6 +18,7 @@ Procedure DeclareUnbundle(CLI::App& command);
 Procedure DeclareRebuild(CLI::App& command);
 Procedure DeclareMerge(CLI::App& command);
 Procedure DeclareCompress(CLI::App& command);
+Procedure DeclareSettings(CLI::App& command);
 Procedure DeclareDemo(CLI::App& command);
 
 }
