@@ -126,6 +126,18 @@ std::int64_t NativeFreeSpace(const char* path) {
     return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
+bool NativeExists(const char* path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+bool NativeIsStillAt(int handle, const char* path) {
+    struct stat open {
+    }, named{};
+    return ::fstat(handle, &open) == 0 && ::stat(path, &named) == 0 && open.st_dev == named.st_dev &&
+           open.st_ino == named.st_ino;
+}
+
 constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
@@ -139,6 +151,8 @@ constexpr Platform NativePlatform = {
     .FlushFolder = NativeFlushFolder,
     .Lock = NativeLock,
     .FreeSpace = NativeFreeSpace,
+    .Exists = NativeExists,
+    .IsStillAt = NativeIsStillAt,
 };
 
 Platform Current = NativePlatform;
@@ -223,8 +237,7 @@ int Remove(const std::string& path) {
 }
 
 bool Exists(const std::string& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return Current.Exists(path.c_str());
 }
 
 int FlushFolder(const std::string& path) {
@@ -248,10 +261,7 @@ int FreeSpace(const std::string& path, std::int64_t& bytes) {
 }
 
 bool IsStillAt(const File& file, const std::string& path) {
-    struct stat open {
-    }, named{};
-    return ::fstat(file.Handle, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    return Current.IsStillAt(file.Handle, path.c_str());
 }
 
 std::string ErrorText(int code) {
