@@ -99,16 +99,6 @@ constexpr CommandRow Rows[] = {
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
 
-// The longest trace of the tree: a run without a window makes room for it, as a start with larger settings
-// would.
-std::int32_t LongestTrace(const void* record) {
-    if (Tree::Level(record) == 4) return static_cast<const VennicTrace*>(record)->TrDataPoints;
-    std::int32_t longest = 0;
-    for (int i = 1; i <= Tree::ChildCount(record); ++i)
-        longest = std::max(longest, LongestTrace(Tree::Child(record, i)));
-    return longest;
-}
-
 }
 
 bool InstallHooks() {
@@ -166,24 +156,12 @@ DataSession& Session() {
 }
 
 void CloseSession() {
-    CloseDataFile(OpenSession);
+    (void)CloseDataFile(OpenSession, false);
 }
 
 bool Open(const std::string& path, OpenMode mode) {
-    if (!OpenDataFile(OpenSession, path, mode)) return false;
-    // A damaged record can name any number of points; room is made only for what the file can hold.
-    std::int64_t fileLength = 0;
-    if (Files::Length(OpenSession.DataFile, fileLength) != 0) fileLength = 0;
-    constexpr std::int64_t ShortestSample = 2;
-    const std::int64_t longest = std::min<std::int64_t>(LongestTrace(Tree::Root(OpenSession.Vennic.Handle)),
-                                                        fileLength / ShortestSample);
-    if (longest > Setup::Settings.MaxSamplePoints) {
-        Scratch::Release();
-        Setup::Settings.MaxSamplePoints = Setup::LimitedSamplePoints(longest);
-        Setup::Settings.MaxStimPoints =
-            std::max(Setup::Settings.MaxStimPoints, Setup::Settings.MaxSamplePoints);
-    }
-    return true;
+    const std::string version = Start::VersionName();
+    return OpenDataFile(OpenSession, path, {.Mode = mode, .MakeRoom = true, .ProgramVersion = version});
 }
 
 std::string Target::Text() const {
