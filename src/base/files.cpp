@@ -127,6 +127,18 @@ std::int64_t NativeFreeSpace(const char* path) {
     return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
+bool NativeExists(const char* path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+bool NativeIsStillAt(int handle, const char* path) {
+    struct stat open {
+    }, named{};
+    return ::fstat(handle, &open) == 0 && ::stat(path, &named) == 0 && open.st_dev == named.st_dev &&
+           open.st_ino == named.st_ino;
+}
+
 constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
@@ -140,6 +152,8 @@ constexpr Platform NativePlatform = {
     .FlushFolder = NativeFlushFolder,
     .Lock = NativeLock,
     .FreeSpace = NativeFreeSpace,
+    .Exists = NativeExists,
+    .IsStillAt = NativeIsStillAt,
 };
 
 Platform Current = NativePlatform;
@@ -224,8 +238,7 @@ int Remove(const std::string& path) {
 }
 
 bool Exists(const std::string& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return Current.Exists(path.c_str());
 }
 
 int FlushFolder(const std::string& path) {
@@ -300,10 +313,7 @@ std::string FreeName(const std::string& path, std::string_view ending) {
 }
 
 bool IsStillAt(const File& file, const std::string& path) {
-    struct stat open {
-    }, named{};
-    return ::fstat(file.Handle, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    return Current.IsStillAt(file.Handle, path.c_str());
 }
 
 std::string ErrorText(int code) {

@@ -42,6 +42,8 @@ struct Platform {
         const char* path); // returns when names made or removed beside the path are on the disk
     int (*Lock)(int handle, LockKind kind);      // -EWOULDBLOCK when another one holds it
     std::int64_t (*FreeSpace)(const char* path); // bytes that this user can still write to the path's disk
+    bool (*Exists)(const char* path);
+    bool (*IsStillAt)(int handle, const char* path);
 };
 
 // The table in use. Tests replace it for a while.
