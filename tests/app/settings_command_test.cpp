@@ -29,7 +29,6 @@ TEST(SettingsCommand, KeysAreShownAndSetAndEverythingElseStays) {
     EXPECT_EQ(Qorvanite("settings " + file + " LogTarget UseBundle").Out, "UseBundle FALSE\nLogTarget 3\n");
     EXPECT_EQ(Support::ReadWhole(folder.At("a.bak")), before);
 
-    std::string undone = Support::ReadWhole(file);
     EXPECT_EQ(Qorvanite("settings " + file +
                         " UseBundle=TRUE TraceRGB2=50000,0,0 Username= LogTarget=0 "
                         "SGExport=0100000001010000010100 Value-31=0")
@@ -90,17 +89,17 @@ TEST(SettingsCommand, ARunTakesTheUsersSettingsOrThoseOfTheNamedFile) {
     const Support::TempFolder folder;
     const std::string user = folder.At("qorvanite/Qorvanite.set"), other = folder.At("other.set");
     std::filesystem::create_directory(folder.At("qorvanite"));
-    ASSERT_EQ(
-        Qorvanite("settings --new " + user + " UseBundle=FALSE SubRefSeries=TRUE SubtractZero=TRUE").Status,
-        0);
-    ASSERT_EQ(Qorvanite("settings --new " + other).Status, 0);
-    const auto bundled = [&](const std::string& name, const std::string& options) {
+    const std::string set = " SubRefSeries=TRUE SubtractZero=TRUE NextMaxSamplePoints=";
+    ASSERT_EQ(Qorvanite("settings --new " + user + set + "300000").Status, 0);
+    ASSERT_EQ(Qorvanite("settings --new " + other + set + "300001").Status, 0);
+    const auto maxSamples = [&](const std::string& name, const std::string& options) {
         const Result result = Qorvanite("demo '" + folder.At(name) + "' " + options, "", folder.Path);
         EXPECT_EQ(result.Status, 0) << result.Errors;
-        return !std::filesystem::exists(folder.At(name) + "/demo.vnc");
+        const Json info = Support::RunJson("info '" + folder.At(name) + "/demo.dat'");
+        return info["Trees"]["vnc"]["Root"]["RoMaxSamples"];
     };
-    EXPECT_FALSE(bundled("a", ""));
-    EXPECT_TRUE(bundled("b", "--settings " + other));
+    EXPECT_EQ(maxSamples("a", ""), 300000);
+    EXPECT_EQ(maxSamples("b", "--settings " + other), 300001);
     // Corrections are those of the options, not those of the user's last look into a window.
     EXPECT_EQ(Qorvanite("trace plain.dat 1.1.1.1", "", folder.Path).Out,
               Qorvanite("trace plain.dat 1.1.1.1").Out);
