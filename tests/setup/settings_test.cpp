@@ -320,7 +320,7 @@ TEST_F(SettingsFile, AFailureWhileSavingLeavesAWholeFileUnderTheName) {
         const Support::FailingFiles disk;
         Support::TheDisk.Room = room;
         Said.Alerts.clear();
-        EXPECT_FALSE(SaveConfiguration(false));
+        EXPECT_FALSE(SaveConfiguration(true));
         const bool copied = room >= bytes;
         EXPECT_EQ(Said.Alerts.find(copied ? "Error saving Configuration: Error closing Configuration file"
                                           : "New Configuration not saved. Could not rename old Configuration "
@@ -331,6 +331,7 @@ TEST_F(SettingsFile, AFailureWhileSavingLeavesAWholeFileUnderTheName) {
         EXPECT_EQ(Support::ReadWhole(State.SettingsFile), first);
         EXPECT_EQ(Folder.Count(), copied ? 2 : 1);
         EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
+        EXPECT_TRUE(Settings.MaxFileBytes == 4 && !Settings.Header.NeverStored); // nor is the record
     }
     State.SettingsFile = Folder.At("none/a.set");
     Said.Alerts.clear();
