@@ -6,9 +6,9 @@
 #include "app/settings_list.h"
 #include "base/messages.h"
 #include "base/time_scale.h"
+#include "online/online_file.h"
 #include "setup/settings_file.h"
 #include "trees/ampl_tree.h"
-#include "trees/online_tree.h"
 #include "trees/solution_tree.h"
 #include "trees/stim_tree.h"
 
@@ -174,7 +174,15 @@ const TreeRow* RowOf(std::string_view key) {
     return nullptr;
 }
 
+int ShowOnlineFile(const Arguments& arguments, const TreeRow& row) {
+    OnlineAnalysis analysis;
+    if (!OnlineTree::Load(analysis, arguments.File, true)) return CommandLine::Failed;
+    const SessionTree tree{analysis.Tree, analysis.Info, true};
+    return Print(arguments, nullptr, {{&row, &tree}}) ? CommandLine::Done : CommandLine::Failed;
+}
+
 int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
+    if (row.Define == OnlineTree::Define) return ShowOnlineFile(arguments, row);
     SessionTree tree;
     tree.Handle = row.Define("InfoBuf.HE", {});
     const auto guard = std::unique_ptr<Tree::Handle*, void (*)(Tree::Handle**)>(
@@ -184,8 +192,6 @@ int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
         Messages::Alert("Error reading " + std::string(row.Format.Title) + " Tree: " + Tree::Reason(error));
         return CommandLine::Failed;
     }
-    if (row.Define == OnlineTree::Define && !OnlineTree::EnsureMethod(tree.Handle))
-        return CommandLine::Failed;
     return Print(arguments, nullptr, {{&row, &tree}}) ? CommandLine::Done : CommandLine::Failed;
 }
 

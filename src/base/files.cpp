@@ -30,6 +30,7 @@ int NativeOpen(const char* path, Mode mode) {
     case Mode::Read: flags |= O_RDONLY; break;
     case Mode::ReadWrite: flags |= O_RDWR; break;
     case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case Mode::Keep: flags |= O_RDWR | O_CREAT; break;
     }
     const int handle = ::open(path, flags, 0666);
     if (handle < 0) return Failure();
@@ -126,6 +127,18 @@ std::int64_t NativeFreeSpace(const char* path) {
     return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
+bool NativeExists(const char* path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+bool NativeIsStillAt(int handle, const char* path) {
+    struct stat open {
+    }, named{};
+    return ::fstat(handle, &open) == 0 && ::stat(path, &named) == 0 && open.st_dev == named.st_dev &&
+           open.st_ino == named.st_ino;
+}
+
 constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
@@ -139,6 +152,8 @@ constexpr Platform NativePlatform = {
     .FlushFolder = NativeFlushFolder,
     .Lock = NativeLock,
     .FreeSpace = NativeFreeSpace,
+    .Exists = NativeExists,
+    .IsStillAt = NativeIsStillAt,
 };
 
 Platform Current = NativePlatform;
@@ -223,8 +238,7 @@ int Remove(const std::string& path) {
 }
 
 bool Exists(const std::string& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return Current.Exists(path.c_str());
 }
 
 int FlushFolder(const std::string& path) {
@@ -247,11 +261,59 @@ int FreeSpace(const std::string& path, std::int64_t& bytes) {
     return n < 0 ? static_cast<int>(-n) : 0;
 }
 
+int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt) {
+    std::vector<std::byte> block(BlockSize);
+    for (std::int64_t done = 0; done < bytes;) {
+        const auto most = static_cast<std::size_t>(std::min<std::int64_t>(bytes - done, BlockSize));
+        std::size_t got = 0;
+        int error = ReadAt(from, fromAt + done, std::span(block).first(most), got);
+        if (error == 0 && got == 0) error = EIO;
+        if (error == 0) error = WriteAt(to, toAt + done, std::span(block).first(got));
+        if (error != 0) return error;
+        done += static_cast<std::int64_t>(got);
+    }
+    return 0;
+}
+
+int CopyFile(const std::string& from, const std::string& to) {
+    File source, target;
+    std::int64_t length = 0;
+    int error = Open(source, from, Mode::Read);
+    if (error == 0) error = Length(source, length);
+    if (error == 0) error = Open(target, to, Mode::Create);
+    if (error != 0) return error;
+    TakePermissions(target, from);
+    error = CopyBytes(source, 0, length, target, 0);
+    if (error == 0) error = Flush(target);
+    const int closing = Close(target);
+    if (error == 0) error = closing;
+    if (error != 0) (void)Remove(to);
+    return error;
+}
+
+void TakePermissions(File& file, const std::string& from) {
+    struct stat status {};
+    if (::stat(from.c_str(), &status) == 0) (void)::fchmod(file.Handle, status.st_mode & 07777);
+}
+
+Stamp StampOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return {};
+    constexpr std::int64_t Second = 1'000'000'000;
+    return {.Device = status.st_dev,
+            .Node = status.st_ino,
+            .Length = status.st_size,
+            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+}
+
+std::string FreeName(const std::string& path, std::string_view ending) {
+    std::string name = path + std::string(ending);
+    for (int n = 2; Exists(name); ++n) name = path + std::string(ending) + std::to_string(n);
+    return name;
+}
+
 bool IsStillAt(const File& file, const std::string& path) {
-    struct stat open {
-    }, named{};
-    return ::fstat(file.Handle, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    return Current.IsStillAt(file.Handle, path.c_str());
 }
 
 std::string ErrorText(int code) {
@@ -352,6 +414,11 @@ int Writer::Write(const void* data, std::size_t bytes) {
         if (error != 0) return error;
     }
     const auto* from = static_cast<const std::byte*>(data);
+    if (bytes > BlockSize) {
+        const int error = WriteAt(Target, Position, {from, bytes});
+        if (error == 0) Position += static_cast<std::int64_t>(bytes);
+        return error;
+    }
     Block.insert(Block.end(), from, from + bytes);
     return 0;
 }
@@ -363,6 +430,7 @@ int Writer::SeekTo(std::int64_t position) {
 }
 
 int Writer::Finish() {
+    if (Block.empty()) return 0;
     const int error = WriteAt(Target, Position, Block);
     if (error == 0) Position += static_cast<std::int64_t>(Block.size());
     Block.clear();

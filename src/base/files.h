@@ -15,6 +15,7 @@ enum class Mode : std::uint8_t {
     Read,      // must exist
     ReadWrite, // must exist
     Create,    // created, or cut to length 0
+    Keep,      // created, or opened as it is
 };
 
 // Locks are advisory and last as long as the file is open. The writer's and the readers' do not meet: a
@@ -41,6 +42,8 @@ struct Platform {
         const char* path); // returns when names made or removed beside the path are on the disk
     int (*Lock)(int handle, LockKind kind);      // -EWOULDBLOCK when another one holds it
     std::int64_t (*FreeSpace)(const char* path); // bytes that this user can still write to the path's disk
+    bool (*Exists)(const char* path);
+    bool (*IsStillAt)(int handle, const char* path);
 };
 
 // The table in use. Tests replace it for a while.
@@ -78,6 +81,23 @@ int Close(File& file);
 [[nodiscard]] int Lock(File& file, LockKind kind);
 [[nodiscard]] bool LockedByAnother(int error);
 [[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
+// Copies a stretch of one file into another, through a block of memory. EIO when the source ends early.
+[[nodiscard]] int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt);
+// A flushed copy of a whole file under a new name.
+[[nodiscard]] int CopyFile(const std::string& from, const std::string& to);
+// A new file that takes another one's place gets its permissions, as far as this user may give them.
+void TakePermissions(File& file, const std::string& from);
+// What tells one state of a file from another: its place on the disk, length and time of the last change.
+struct Stamp {
+    std::uint64_t Device = 0, Node = 0;
+    std::int64_t Length = -1;   // -1: there is no such file
+    std::int64_t ChangedAt = 0; // ns
+    bool operator==(const Stamp&) const = default;
+};
+[[nodiscard]] Stamp StampOf(const std::string& path);
+// A path beside the given one that is not in use: with the ending behind it, and a number where that is
+// taken.
+[[nodiscard]] std::string FreeName(const std::string& path, std::string_view ending);
 // True when the open file is still the one that the path leads to.
 [[nodiscard]] bool IsStillAt(const File& file, const std::string& path);
 

@@ -1,6 +1,7 @@
 #include "data/analysis_file.h"
 
 #include "base/messages.h"
+#include "data/set_store.h"
 
 #include <cstdio>
 
@@ -84,13 +85,11 @@ void ForgetPath(DataSession& session) {
     session.CurAValue = nullptr;
 }
 
-// Moves a file that the program could not use out of the way, to the first free name.
-int SetAside(const std::string& path) {
-    std::string target = path + ".old";
-    for (int n = 2; Files::Exists(target); ++n) target = path + ".old" + std::to_string(n);
-    const int error = Files::Rename(path, target);
-    if (error == 0) Messages::Note("The former analysis file is kept as \"" + target + "\".");
-    return error;
+// The new file and the former one, which the program could not use, change places in one step.
+bool SaveBeside(DataSession& session, const std::string& path) {
+    SetStore::Step step(session);
+    return step.Begin() && step.SetAside(path) && step.AddTree(session.Analysis.Handle, path) &&
+           step.Commit();
 }
 
 }
@@ -204,16 +203,13 @@ bool SaveAnalysis(DataSession& session) {
     }
     const std::string path = FileName(session);
     if (session.AnalysisUnreadable) {
-        const int error = SetAside(path);
-        if (error != 0) {
-            Messages::Alert("Error storing \".ana\"-file: " + Files::ErrorText(error));
-            return false;
-        }
+        if (!SaveBeside(session, path)) return false;
         session.AnalysisUnreadable = false;
+        return true;
     }
     const int error = Tree::Store(path, session.Analysis.Handle, true);
     if (error == Tree::Success) return true;
-    Messages::Alert("Error storing \".ana\"-file: " + Tree::Reason(error));
+    Messages::Alert(SetStore::StoreFailure(AnalysisTree::Format.Extension, Tree::Reason(error)));
     return false;
 }
 

@@ -4,10 +4,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <string_view>
 
 namespace Support {
+
+// The files of a folder and their content.
+using FolderState = std::map<std::string, std::string>;
 
 inline std::string ReadWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -18,10 +22,17 @@ inline void WriteWhole(const std::string& path, std::string_view content) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
 }
 
+// Where files of a test need no disk: many small ones are made and cut much faster there.
+inline std::filesystem::path Memory() {
+    const std::filesystem::path shared = "/dev/shm";
+    return std::filesystem::is_directory(shared) ? shared : std::filesystem::temp_directory_path();
+}
+
 class TempFolder {
 public:
-    TempFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qorvanite-test-XXXXXX").string();
+    TempFolder() : TempFolder(std::filesystem::temp_directory_path()) {}
+    explicit TempFolder(const std::filesystem::path& where) {
+        std::string pattern = (where / "qorvanite-test-XXXXXX").string();
         if (!::mkdtemp(pattern.data())) std::abort();
         Path = pattern;
     }
@@ -41,6 +52,19 @@ public:
         int count = 0;
         for (const auto& entry : std::filesystem::directory_iterator(Path)) count += !entry.path().empty();
         return count;
+    }
+
+    // All files with their content, and a folder that holds these and no others.
+    [[nodiscard]] FolderState Files() const {
+        FolderState files;
+        for (const auto& entry : std::filesystem::directory_iterator(Path))
+            files[entry.path().filename().string()] = ReadWhole(entry.path().string());
+        return files;
+    }
+    void Put(const FolderState& files) const {
+        for (const auto& entry : std::filesystem::directory_iterator(Path))
+            std::filesystem::remove(entry.path());
+        for (const auto& [name, content] : files) WriteWhole(At(name), content);
     }
 
     std::string Path;

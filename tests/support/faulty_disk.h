@@ -1,0 +1,250 @@
+// The disk fails at a chosen moment: the platform's files, with one fault at the n-th operation that changes
+// something on the disk. ForEveryFault meets a procedure with each fault at each of its operations.
+//
+// A power cut takes with it what was not flushed. The harness follows what a disk must hold by then: of each
+// file the content of its last Flush, of the folder the names of its last FlushFolder or Rename. A disk may
+// hold more, and in any order; the second kind of cut leaves names and lengths, with zeros where bytes are
+// missing.
+#pragma once
+#include "base/files.h"
+#include "support/temp_folder.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <fcntl.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace Support {
+
+enum class Fault : std::uint8_t {
+    None,
+    DiskFull,      // from there on nothing can be written or made
+    IoError,       // once
+    Unplugged,     // from there on every operation fails
+    ShortWrite,    // half of the bytes, once
+    Kill,          // the program ends before the operation
+    KillInWrite,   // it ends with half of the bytes written
+    PowerCut,      // it ends, and what was not flushed is lost
+    PowerCutZeros, // it ends, names and lengths stand, and bytes that were not flushed are lost
+};
+
+struct FaultRun {
+    Fault Kind = Fault::None;
+    int At = 0;           // the operation that was hit, from 1
+    bool Ended = false;   // the program ended there
+    bool Returned = true; // the work returned, with Result
+    int Result = 0;
+};
+
+namespace FaultyDisk {
+
+struct State {
+    Fault Kind = Fault::None;
+    int At = 0, Count = 0;
+    std::vector<bool> Writes; // of each operation so far: it writes bytes
+    std::string Folder;
+    std::map<ino_t, std::string> Content; // flushed
+    std::map<std::string, ino_t> Names;   // flushed
+};
+inline State Now;
+
+constexpr int StruckCode = 250;
+
+inline bool CutsPower(Fault fault) {
+    return fault == Fault::PowerCut || fault == Fault::PowerCutZeros;
+}
+inline bool EndsProgram(Fault fault) {
+    return fault == Fault::Kill || fault == Fault::KillInWrite || CutsPower(fault);
+}
+
+inline std::map<std::string, ino_t> NamesNow() {
+    std::map<std::string, ino_t> names;
+    for (const auto& entry : std::filesystem::directory_iterator(Now.Folder)) {
+        struct stat status {};
+        if (::stat(entry.path().c_str(), &status) == 0)
+            names[entry.path().filename().string()] = status.st_ino;
+    }
+    return names;
+}
+
+// Keeps the file's number from being given to another one while the program runs.
+inline void Hold(const std::string& path) {
+    (void)::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+inline void NoteFlushed(const std::string& path, ino_t number) {
+    Now.Content[number] = ReadWhole(path);
+}
+
+inline void NoteAllFlushed() {
+    Now.Names = NamesNow();
+    for (const auto& [name, number] : Now.Names) {
+        Hold(Now.Folder + "/" + name);
+        NoteFlushed(Now.Folder + "/" + name, number);
+    }
+}
+
+// Leaves in the folder what the disk would hold.
+inline void CutPower() {
+    std::map<std::string, ino_t> names = Now.Names;
+    FolderState lengths;
+    if (Now.Kind == Fault::PowerCutZeros) {
+        names = NamesNow();
+        for (const auto& [name, number] : names)
+            Now.Content[number].resize(std::filesystem::file_size(Now.Folder + "/" + name));
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(Now.Folder))
+        std::filesystem::remove(entry.path());
+    for (const auto& [name, number] : names) WriteWhole(Now.Folder + "/" + name, Now.Content[number]);
+}
+
+// 0, or the error of a fault that strikes here; does not return where it ends the program.
+inline int Strike(bool isWrite, bool makes) {
+    ++Now.Count;
+    Now.Writes.push_back(isWrite);
+    const bool here = Now.Count == Now.At, since = Now.At > 0 && Now.Count >= Now.At;
+    switch (Now.Kind) {
+    case Fault::DiskFull: return since && makes ? ENOSPC : 0;
+    case Fault::Unplugged: return since ? EIO : 0;
+    case Fault::IoError: return here ? EIO : 0;
+    case Fault::PowerCut:
+    case Fault::PowerCutZeros:
+        if (here) CutPower();
+        [[fallthrough]];
+    case Fault::Kill:
+        if (here) ::_exit(StruckCode);
+        return 0;
+    default: return 0;
+    }
+}
+
+inline int Open(const char* path, Files::Mode mode) {
+    const bool makes = mode == Files::Mode::Create || mode == Files::Mode::Keep;
+    const int error = makes ? Strike(false, true) : 0;
+    const int handle = error != 0 ? -error : Files::Native().Open(path, mode);
+    if (makes && handle >= 0 && CutsPower(Now.Kind)) Hold(path);
+    return handle;
+}
+
+inline std::int64_t WriteAt(int handle, const void* data, std::size_t bytes, std::int64_t position) {
+    const int error = Strike(true, true);
+    if (error != 0) return -error;
+    const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
+    if (!half || Now.Count != Now.At) return Files::Native().WriteAt(handle, data, bytes, position);
+    (void)Files::Native().WriteAt(handle, data, bytes / 2, position);
+    if (Now.Kind == Fault::KillInWrite) ::_exit(StruckCode);
+    return -ENOSPC;
+}
+
+inline int SetLength(int handle, std::int64_t length) {
+    const int error = Strike(false, length > Files::Native().Length(handle));
+    return error != 0 ? -error : Files::Native().SetLength(handle, length);
+}
+
+inline int Flush(int handle) {
+    const int error = Strike(false, false);
+    struct stat status {};
+    if (error == 0 && CutsPower(Now.Kind) && ::fstat(handle, &status) == 0)
+        NoteFlushed("/proc/self/fd/" + std::to_string(handle), status.st_ino);
+    return -error; // the disk of a test need not be waited for
+}
+
+inline int Rename(const char* from, const char* to) {
+    const int error = Strike(false, false);
+    if (error != 0) return -error;
+    if (::rename(from, to) != 0) return -errno;
+    if (CutsPower(Now.Kind)) Now.Names = NamesNow();
+    return 0;
+}
+
+inline int Remove(const char* path) {
+    const int error = Strike(false, false);
+    return error != 0 ? -error : Files::Native().Remove(path);
+}
+
+inline int FlushFolder(const char*) {
+    const int error = Strike(false, false);
+    if (error == 0 && CutsPower(Now.Kind)) Now.Names = NamesNow();
+    return -error;
+}
+
+inline int Run(const std::function<int()>& work) {
+    Files::Platform disk = Files::Native();
+    disk.Open = Open;
+    disk.WriteAt = WriteAt;
+    disk.SetLength = SetLength;
+    disk.Flush = Flush;
+    disk.Rename = Rename;
+    disk.Remove = Remove;
+    disk.FlushFolder = FlushFolder;
+    Files::Use(disk);
+    const int result = work();
+    Files::Use(Files::Native());
+    return result;
+}
+
+}
+
+// Runs the work, which changes files of the folder, with the fault at its n-th operation. Where the fault
+// ends the program, a copy of this one runs it and ends; behind the last operation, power is cut at the
+// return.
+inline FaultRun RunWithFault(const TempFolder& folder, Fault fault, int at,
+                             const std::function<int()>& work) {
+    FaultyDisk::Now = {
+        .Kind = fault, .At = at, .Count = 0, .Writes = {}, .Folder = folder.Path, .Content = {}, .Names = {}};
+    FaultRun run{.Kind = fault, .At = at};
+    if (!FaultyDisk::EndsProgram(fault)) {
+        run.Result = FaultyDisk::Run(work);
+        return run;
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (FaultyDisk::CutsPower(fault)) FaultyDisk::NoteAllFlushed();
+        const int result = FaultyDisk::Run(work);
+        if (FaultyDisk::CutsPower(fault)) FaultyDisk::CutPower();
+        ::_exit(result & 0xFF);
+    }
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
+        ADD_FAILURE() << "the program did not end by itself";
+        return run;
+    }
+    run.Ended = true;
+    run.Returned = WEXITSTATUS(status) != FaultyDisk::StruckCode;
+    run.Result = run.Returned ? static_cast<signed char>(WEXITSTATUS(status)) : 0;
+    return run;
+}
+
+// Lets each fault strike at each operation of the work, in a folder prepared anew each time, and checks what
+// is left of it. The clean run is checked too.
+inline void ForEveryFault(const TempFolder& folder, const std::function<void()>& prepare,
+                          const std::function<int()>& work,
+                          const std::function<void(const FaultRun& run)>& check) {
+    prepare();
+    check(RunWithFault(folder, Fault::None, 0, work));
+    const std::vector<bool> writes = FaultyDisk::Now.Writes;
+    EXPECT_FALSE(writes.empty());
+    const int count = static_cast<int>(writes.size());
+    for (int kind = 1; kind <= static_cast<int>(Fault::PowerCutZeros); ++kind) {
+        const auto fault = static_cast<Fault>(kind);
+        const bool inWrites = fault == Fault::ShortWrite || fault == Fault::KillInWrite;
+        for (int at = 1; at <= count + (FaultyDisk::CutsPower(fault) ? 1 : 0); ++at) {
+            if (inWrites && !writes[static_cast<std::size_t>(at - 1)]) continue;
+            SCOPED_TRACE("fault " + std::to_string(kind) + " at operation " + std::to_string(at) + " of " +
+                         std::to_string(count));
+            prepare();
+            check(RunWithFault(folder, fault, at, work));
+            if (testing::Test::HasFatalFailure()) return;
+        }
+    }
+}
+
+}
