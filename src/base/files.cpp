@@ -139,6 +139,16 @@ bool NativeIsStillAt(int handle, const char* path) {
            open.st_ino == named.st_ino;
 }
 
+Stamp NativeStampOf(const char* path) {
+    struct stat status {};
+    if (::stat(path, &status) != 0) return {};
+    constexpr std::int64_t Second = 1'000'000'000;
+    return {.Device = status.st_dev,
+            .Node = status.st_ino,
+            .Length = status.st_size,
+            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+}
+
 constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
@@ -154,6 +164,7 @@ constexpr Platform NativePlatform = {
     .FreeSpace = NativeFreeSpace,
     .Exists = NativeExists,
     .IsStillAt = NativeIsStillAt,
+    .StampOf = NativeStampOf,
 };
 
 Platform Current = NativePlatform;
@@ -297,13 +308,7 @@ void TakePermissions(File& file, const std::string& from) {
 }
 
 Stamp StampOf(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) return {};
-    constexpr std::int64_t Second = 1'000'000'000;
-    return {.Device = status.st_dev,
-            .Node = status.st_ino,
-            .Length = status.st_size,
-            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+    return Current.StampOf(path.c_str());
 }
 
 std::string FreeName(const std::string& path, std::string_view ending) {

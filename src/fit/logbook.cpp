@@ -4,7 +4,6 @@
 #include "base/messages.h"
 #include "base/time_scale.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -84,8 +83,7 @@ bool OpeningFailed(const std::string& reason) {
 
 bool OpenFile(const std::string& headLine) {
     const std::string path = Files::WithExtension(Book.DataSet, ".log");
-    int error = Files::Open(Book.File, path, Files::Mode::ReadWrite);
-    if (error == ENOENT) error = Files::Open(Book.File, path, Files::Mode::Create);
+    int error = Files::Open(Book.File, path, Files::Mode::Keep);
     if (error == 0) error = Files::Lock(Book.File, Files::LockKind::Writer);
     if (Files::LockedByAnother(error) && Book.File.IsOpen())
         return OpeningFailed("another program writes it (\"" + path + "\").");
