@@ -1,10 +1,13 @@
-// info: the record trees of a data set or of a tree file, as an overview, field by field, or as JSON.
+// info: the record trees of a data set or of a tree file, as an overview, field by field, or as JSON; the
+// keys of a settings file.
 #include "app/command_line.h"
 #include "app/commands.h"
 #include "app/json.h"
+#include "app/settings_list.h"
 #include "base/messages.h"
 #include "base/time_scale.h"
 #include "online/online_file.h"
+#include "setup/settings_file.h"
 #include "trees/ampl_tree.h"
 #include "trees/solution_tree.h"
 #include "trees/stim_tree.h"
@@ -204,6 +207,13 @@ int ShowDataSet(const Arguments& arguments, const std::vector<const TreeRow*>& w
     return Print(arguments, &session, trees) ? CommandLine::Done : CommandLine::Failed;
 }
 
+int ShowSettings(const Arguments& arguments) {
+    if (!Setup::LoadConfiguration(arguments.File)) return CommandLine::Failed;
+    return SettingsList::Print(arguments.File, SettingsList::Entries(Setup::Settings), {}, arguments.AsJson)
+               ? CommandLine::Done
+               : CommandLine::Failed;
+}
+
 int Info(const Arguments& arguments) {
     std::vector<const TreeRow*> wanted;
     std::stringstream keys(arguments.Trees);
@@ -216,6 +226,7 @@ int Info(const Arguments& arguments) {
     if (wanted.empty())
         for (const TreeRow& row : Trees) wanted.push_back(&row);
     const std::string extension = Files::ExtensionOf(arguments.File);
+    if (extension == ".set") return ShowSettings(arguments);
     for (const TreeRow& row : Trees)
         if (extension == row.Format.Extension) return ShowTreeFile(arguments, row);
     return ShowDataSet(arguments, wanted);
@@ -225,7 +236,8 @@ int Info(const Arguments& arguments) {
 
 Procedure DeclareInfo(CLI::App& command) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file (.dat) or tree file")->required();
+    command.add_option("FILE", arguments->File, "Data file (.dat), tree file, or settings file (.set)")
+        ->required();
     command.add_option("--tree", arguments->Trees, "Show all fields of these trees: vnc,pgf,amp,sol,ana,onl");
     command.add_flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Info(*arguments); };

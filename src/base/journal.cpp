@@ -19,7 +19,9 @@ enum class Part : std::uint8_t { Written, Moved };
 // Where a path leads in the end, as far as it exists.
 std::filesystem::path Resolved(const std::string& path) {
     std::error_code ignored;
-    std::filesystem::path real = std::filesystem::weakly_canonical(path, ignored);
+    // A name alone that does not exist would stay without its folder.
+    const std::filesystem::path full = std::filesystem::absolute(path, ignored);
+    std::filesystem::path real = std::filesystem::weakly_canonical(full, ignored);
     return real.empty() ? std::filesystem::path(path) : real;
 }
 

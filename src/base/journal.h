@@ -80,7 +80,7 @@ enum class Found : std::uint8_t {
 };
 
 // Completes or drops what a crash has left of the owner's changes. error tells the system's reason for
-// Failed.
+// Failed, and is 0 otherwise.
 [[nodiscard]] Found Recover(const std::string& owner, int& error);
 
 }

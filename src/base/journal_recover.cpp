@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Journal {
@@ -180,10 +181,8 @@ Found Recover(const std::string& owner, int& error) {
     Files::File journal;
     error = Acquire(journal, NameFor(owner), Files::Mode::ReadWrite);
     if (error == 0) return RecoverFrom(journal, error);
-    if (error == EWOULDBLOCK) return Found::Busy;
-    if (!NotThere(error)) return Found::Failed;
-    error = 0;
-    return Found::Nothing;
+    if (error != EWOULDBLOCK && !NotThere(error)) return Found::Failed;
+    return std::exchange(error, 0) == EWOULDBLOCK ? Found::Busy : Found::Nothing;
 }
 
 }

@@ -159,22 +159,26 @@ bool AnalysisTreeCheck(const DataSession& session, bool verbose) {
 }
 
 bool AppendGroup(DataSession& session) {
+    session.AnalysisShapeChanged = true;
     return Tree::Append(session.Analysis.Handle, Tree::Root(session.Analysis.Handle)) != nullptr;
 }
 
 bool AppendSeries(DataSession& session, const VennicGroup* group) {
+    session.AnalysisShapeChanged = true;
     void* const mirror = MirrorOf(session, group);
     return mirror && Tree::Append(session.Analysis.Handle, mirror) != nullptr;
 }
 
 void DeleteGroup(DataSession& session, const VennicGroup* group) {
     void* mirror = MirrorOf(session, group);
+    session.AnalysisShapeChanged = true;
     ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
 
 void DeleteSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series) {
     void* mirror = MirrorOf(session, group, series);
+    session.AnalysisShapeChanged = true;
     ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
@@ -205,12 +209,16 @@ bool SaveAnalysis(DataSession& session) {
     if (session.AnalysisUnreadable) {
         if (!SaveBeside(session, path)) return false;
         session.AnalysisUnreadable = false;
-        return true;
+    } else if (session.AnalysisShapeChanged && session.Modify) {
+        // It fits only the trees that are as new as it is.
+        session.Analysis.FromFile = true;
+        return SetStore::StoreTrees(session);
+    } else if (const int error = Tree::Store(path, session.Analysis.Handle, true); error != Tree::Success) {
+        Messages::Alert(SetStore::StoreFailure(AnalysisTree::Format.Extension, Tree::Reason(error)));
+        return false;
     }
-    const int error = Tree::Store(path, session.Analysis.Handle, true);
-    if (error == Tree::Success) return true;
-    Messages::Alert(SetStore::StoreFailure(AnalysisTree::Format.Extension, Tree::Reason(error)));
-    return false;
+    session.Analysis.FromFile = true;
+    return true;
 }
 
 }

@@ -68,7 +68,7 @@ bool AppendItems(DataSession& session, Bundle::Header& header, std::int64_t& pos
 
 bool Decide(DataSession& session, Bundle::Header& header) {
     SetStore::Step step(session);
-    if (!step.Begin() || !step.AddHeader(header, false)) return false;
+    if (!step.Begin() || !step.AddHeader(header, false) || !step.AddAnalysis()) return false;
     for (const SetTrees::Row& row : SetTrees::Rows())
         if ((session.*row.Tree).Handle &&
             !step.Check(step.Change.Remove(SetTrees::FileName(session.FileName, row))))

@@ -35,6 +35,7 @@ bool RefuseFile(std::string_view text, int error, bool alert = true) {
 void DescribeWritten(VennicTrace& trace) {
     DescribeCopied(trace, Bytes::MachineIsLittle);
     trace.TrDataCRC = 0;
+    trace.TrYRangeKnown = 0;
 }
 
 // The samples as they go to the file: converted in the scratch vector, or as they lie there.

@@ -292,6 +292,7 @@ bool OpenDataFile(DataSession& session, const std::string& path, const OpenOptio
     const auto open = [&] {
         if (!OpenAndRead(session, name, options)) return false;
         if (options.MakeRoom) MakeRoom(session);
+        if (options.Mode != OpenMode::Read) SetStore::RemoveLeftovers(session);
         return CheckLength(session) && SampleCount::Check(session) &&
                (!session.Modify || PrepareModify(session)) && AnalysisFile::LinkAnalysis(session);
     };

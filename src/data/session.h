@@ -59,8 +59,9 @@ struct DataSession {
     bool DiskWasFull = false;  // of the last failed store
     std::string SafetyNetFile; // the reserve on the disk, if there is one
     std::string ProgramVersion;
-    bool AnalysisUnreadable = false; // an analysis file lies there that could not be used
-    bool FitNewSetup = true;         // the next fit appends a new analysis record
+    bool AnalysisUnreadable = false;   // an analysis file lies there that could not be used
+    bool AnalysisShapeChanged = false; // by groups or series that the file does not know, or still knows
+    bool FitNewSetup = true;           // the next fit appends a new analysis record
 
     // The current path; a record below the selected one is the first of its level, or none.
     int SelectedLevel = 0;

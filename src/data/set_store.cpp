@@ -1,16 +1,22 @@
 #include "data/set_store.h"
 
 #include "base/messages.h"
+#include "data/analysis_file.h"
 #include "data/safety_net.h"
 #include "data/set_trees.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 namespace SetStore {
 
 namespace {
 
 constexpr std::string_view StagedEnding = ".new";
+constexpr std::array<std::string_view, 6> OwnEndings = {"vnc", "pgf", "amp", "sol", "ana", "txt"};
 
 bool Refuse(DataSession& session, const std::string& text, int error) {
     if (error == ENOSPC) session.DiskWasFull = true;
@@ -87,7 +93,12 @@ bool Step::AddTrees() {
         if (tree && !AddTree(tree, SetTrees::FileName(Session.FileName, row))) return false;
     }
     TreesAdded = true;
-    return true;
+    return AddAnalysis();
+}
+
+bool Step::AddAnalysis() {
+    if (!Session.AnalysisShapeChanged || !Session.Analysis.FromFile) return true;
+    return AddTree(Session.Analysis.Handle, AnalysisFile::FileName(Session));
 }
 
 bool Step::AddHeader(Bundle::Header& header, bool fresh) {
@@ -102,6 +113,7 @@ bool Step::Commit() {
         // The next store of a tree alone need write only what differs from this one.
         for (const auto& [tree, path] : Stored) tree->StoredName = path;
         if (TreesAdded) Session.DiskDataEnd = Session.DataEnd;
+        Session.AnalysisShapeChanged = false;
         return true;
     }
     if (!Decided) return Refuse(Session, Bundle::FileMessage("The change could not be made", error), error);
@@ -126,6 +138,28 @@ bool StoreTrees(DataSession& session) {
         session.FileKind = Bundle::FileKind::WithHeader;
     }
     return true;
+}
+
+void RemoveLeftovers(const DataSession& session) {
+    const std::filesystem::path data(session.FileName);
+    const std::string start = data.stem().string() + ".";
+    const std::filesystem::path folder = data.parent_path().empty() ? "." : data.parent_path();
+    std::error_code error;
+    std::vector<std::filesystem::path> found;
+    for (std::filesystem::directory_iterator at(folder, error), end; !error && at != end;
+         at.increment(error)) {
+        const std::string name = at->path().filename().string();
+        if (!name.starts_with(start)) continue;
+        const std::string_view rest = std::string_view(name).substr(start.size());
+        const bool isTree =
+            std::find(OwnEndings.begin(), OwnEndings.end(), rest.substr(0, 3)) != OwnEndings.end();
+        const bool isStaged = rest.substr(std::min<std::size_t>(3, rest.size())) == StagedEnding;
+        // The content of a replacement, with the number of the program that wrote it.
+        const bool isContent = rest.size() > 5 && rest.substr(3, 2) == ".~" &&
+                               rest.find_first_not_of("0123456789", 5) == std::string_view::npos;
+        if (rest == "da0" || (isTree && (isStaged || isContent))) found.push_back(at->path());
+    }
+    for (const std::filesystem::path& path : found) (void)Files::Remove(path.string());
 }
 
 bool GiveUpReserve(DataSession& session) {

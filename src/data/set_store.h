@@ -23,8 +23,12 @@ public:
     Step& operator=(const Step&) = delete;
 
     [[nodiscard]] bool Begin();
-    // Every tree of the session, as files of their own beside the data file.
+    // Every tree of the session, as files of their own beside the data file, with the analysis where it must
+    // follow.
     [[nodiscard]] bool AddTrees();
+    // The analysis file, if there is one and the groups or series of the recording have changed: each fits
+    // only the other's present state.
+    [[nodiscard]] bool AddAnalysis();
     // One tree, under the name of its file.
     [[nodiscard]] bool AddTree(Tree::Handle* tree, const std::string& path);
     // A file that is complete and flushed under another name in the same folder.
@@ -47,6 +51,10 @@ private:
 
 // Stores the trees beside the data file; a bundle's header becomes one of a file with trees beside it.
 [[nodiscard]] bool StoreTrees(DataSession& session);
+
+// Clears away what a killed program has left of files that were not in their place yet. Only for the program
+// that holds the data set for changes.
+void RemoveLeftovers(const DataSession& session);
 
 // Runs a step of storing; where the disk is full, gives up the reserve file and tries once more.
 template <class Work>

@@ -97,13 +97,19 @@ void* NewRecord(Handle& handle, void* parent, int level) {
     auto* const header = new (block) Header;
     header->Parent = parent;
     header->Level = static_cast<std::int16_t>(level);
-    header->HasMark = handle.HasMark[LevelAt(level)];
+    header->HasMark = handle.HasMark[LevelAt(level)] ? 1 : 0;
     return block + sizeof(Header);
 }
 
-void ForgetStored(Header& header) {
-    header.StoredPos = 0;
-    header.StoredChildren = 0;
+void NoteChange(Header& parent, int index) {
+    parent.StoredPos = 0;
+    parent.StoredChildren = 0;
+    for (Header* up = &parent; up->FirstChanged == 0 || up->FirstChanged > index;) {
+        up->FirstChanged = index;
+        if (!up->Parent) return;
+        index = up->Index;
+        up = &HeaderOf(up->Parent);
+    }
 }
 
 const std::string& LastError() {
@@ -224,7 +230,7 @@ void* Insert(Handle* handle, void* parent, int position) {
         std::copy_backward(at, end, end + 1);
         *at = record;
         ++header.ChildCount;
-        ForgetStored(header);
+        NoteChange(header, position);
         HeaderOf(record).Index = position;
     }
     if (handle->Procs.InitRecord) handle->Procs.InitRecord(record, level);
@@ -242,12 +248,13 @@ void Delete(Handle* handle, void*& record) {
         return;
     }
     Header& header = HeaderOf(parent);
-    void** const at = header.Children + (HeaderOf(gone).Index - 1);
+    const int index = HeaderOf(gone).Index;
+    void** const at = header.Children + (index - 1);
     void** const end = header.Children + header.ChildCount;
     for (void** follower = at + 1; follower < end; ++follower) --HeaderOf(*follower).Index;
     std::copy(at + 1, end, at);
     --header.ChildCount;
-    ForgetStored(header);
+    NoteChange(header, index);
     if (header.ChildCount == 0) {
         handle->Heap->Free(header.Children, LevelAt(header.ChildCapacity) * sizeof(void*));
         header.Children = nullptr;
@@ -321,8 +328,12 @@ void SetValid(void* record, bool valid) {
     if (!record || IsValid(record) == valid) return;
     Header& header = HeaderOf(record);
     header.Omitted = valid ? 0 : 1;
-    // Two that change places keep the count: the parent itself must tell the next incremental store.
-    if (header.Parent) ForgetStored(HeaderOf(header.Parent));
+    // While it is not in the file, others take its place there.
+    header.StoredBytes = 0;
+    if (!header.Parent) return;
+    Header& parent = HeaderOf(header.Parent);
+    if (!valid) parent.HasOmitted = 1;
+    NoteChange(parent, header.Index);
 }
 
 }

@@ -1,4 +1,5 @@
 #include "base/bytes.h"
+#include "base/journal.h"
 #include "trees/tree_record.h"
 
 #include <algorithm>
@@ -113,6 +114,18 @@ int LoadHeader(Files::Reader& file, int highestLevel, FileInfo& info) {
     return Success;
 }
 
+// The file is opened first: one that cannot be opened is not there for its journal either.
+int OpenRecovered(Files::File& file, const std::string& path) {
+    int error = Files::Open(file, path, Files::Mode::Read);
+    if (error != 0) return FileFailure("Tree.Load - opening file failed", error);
+    error = RecoverFile("Tree.Load", path);
+    if (error != Success) return error;
+    // A change can put another file in its place.
+    if (Files::IsStillAt(file, path)) return Success;
+    error = Files::Open(file, path, Files::Mode::Read);
+    return error == 0 ? Success : FileFailure("Tree.Load - opening file failed", error);
+}
+
 int OpenReader(Files::Reader& reader, std::int64_t offset) {
     if (offset < 0) return Fail("Tree.Load - setting offset failed");
     const int error = reader.Open();
@@ -121,12 +134,24 @@ int OpenReader(Files::Reader& reader, std::int64_t offset) {
 
 }
 
+int RecoverFile(const char* operation, const std::string& path) {
+    int error = 0;
+    const auto fail = [&](const char* what) { return FileFailure(std::string(operation) + what, error); };
+    switch (Journal::Recover(path, error)) {
+    case Journal::Found::Nothing:
+    case Journal::Found::Completed: return Success;
+    case Journal::Found::Busy: return fail(" - the file is being changed by another program");
+    case Journal::Found::Failed: return fail(" - completing the file's last change failed");
+    case Journal::Found::Foreign: return fail(" - the file's journal belongs to another file");
+    }
+    return Success;
+}
+
 int LoadInfo(const std::string& path, int highestLevel, FileInfo& info, std::span<std::byte> rootBytes) {
     ClearMessage();
     Files::File file;
-    const int error = Files::Open(file, path, Files::Mode::Read);
-    if (error != 0) return FileFailure("Tree.Load - opening file failed", error);
-    return LoadInfoAt(file, 0, highestLevel, info, rootBytes);
+    const int error = OpenRecovered(file, path);
+    return error == Success ? LoadInfoAt(file, 0, highestLevel, info, rootBytes) : error;
 }
 
 int LoadInfoAt(Files::File& file, std::int64_t offset, int highestLevel, FileInfo& info,
@@ -145,9 +170,8 @@ int Load(const std::string& path, Handle* handle, FileInfo& info) {
     ClearMessage();
     if (!handle) return Fail("Tree.Load: NIL handle.");
     Files::File file;
-    const int error = Files::Open(file, path, Files::Mode::Read);
-    if (error != 0) return FileFailure("Tree.Load - opening file failed", error);
-    return LoadAt(file, 0, handle, info);
+    const int error = OpenRecovered(file, path);
+    return error == Success ? LoadAt(file, 0, handle, info) : error;
 }
 
 int LoadAt(Files::File& file, std::int64_t offset, Handle* handle, FileInfo& info) {

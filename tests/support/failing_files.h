@@ -4,12 +4,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
+#include <string_view>
 
 namespace Support {
 
 // What the files below do; reset by each FailingFiles.
 struct Disk {
-    std::int64_t LowestWrite = INT64_MAX; // position of the first byte that was touched
+    std::int64_t LowestWrite = INT64_MAX; // position of the first byte that was touched, journals left out
+    std::int64_t Written = 0;             // bytes, journals left out
+    std::set<int> Journals;               // open ones
     std::int64_t Room = INT64_MAX;        // bytes that can be written before the disk is full
     int OpenHandles = 0;
     int OpenError = 0, ReadError = 0, LengthError = 0, FlushError = 0, RenameError = 0;
@@ -25,6 +29,7 @@ public:
         disk.Open = [](const char* path, Files::Mode mode) {
             const int handle = TheDisk.OpenError ? -TheDisk.OpenError : native.Open(path, mode);
             TheDisk.OpenHandles += handle >= 0;
+            if (handle >= 0 && std::string_view(path).ends_with(".journal")) TheDisk.Journals.insert(handle);
             return handle;
         };
         disk.ReadAt = [](int handle, void* data, std::size_t bytes, std::int64_t position) {
@@ -34,7 +39,10 @@ public:
             const auto wanted = static_cast<std::int64_t>(bytes);
             if (wanted > TheDisk.Room) return std::int64_t{-ENOSPC};
             TheDisk.Room -= wanted;
-            if (wanted > 0) TheDisk.LowestWrite = std::min(TheDisk.LowestWrite, position);
+            if (wanted > 0 && !TheDisk.Journals.contains(handle)) {
+                TheDisk.LowestWrite = std::min(TheDisk.LowestWrite, position);
+                TheDisk.Written += wanted;
+            }
             return native.WriteAt(handle, data, bytes, position);
         };
         disk.Length = [](int handle) {
@@ -45,6 +53,7 @@ public:
         };
         disk.Close = [](int handle) {
             --TheDisk.OpenHandles;
+            TheDisk.Journals.erase(handle);
             return native.Close(handle);
         };
         disk.Rename = [](const char* from, const char* to) {

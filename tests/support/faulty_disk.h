@@ -3,8 +3,8 @@
 //
 // A power cut takes with it what was not flushed. The harness follows what a disk must hold by then: of each
 // file the content of its last Flush, of the folder the names of its last FlushFolder or Rename. A disk may
-// hold more, and in any order; the second kind of cut leaves names and lengths, with zeros where bytes are
-// missing.
+// hold more, and in any order: the second kind of cut leaves all names and lengths, with zeros where bytes
+// are missing; the third leaves all bytes, under the names of the last flush.
 #pragma once
 #include "base/files.h"
 #include "support/temp_folder.h"
@@ -34,6 +34,7 @@ enum class Fault : std::uint8_t {
     KillInWrite,   // it ends with half of the bytes written
     PowerCut,      // it ends, and what was not flushed is lost
     PowerCutZeros, // it ends, names and lengths stand, and bytes that were not flushed are lost
+    PowerCutNames, // it ends, bytes stand, and names that were not flushed are lost
 };
 
 struct FaultRun {
@@ -53,13 +54,14 @@ struct State {
     std::string Folder;
     std::map<ino_t, std::string> Content; // flushed
     std::map<std::string, ino_t> Names;   // flushed
+    std::map<ino_t, int> Held;            // each file there has been, open for reading
 };
 inline State Now;
 
 constexpr int StruckCode = 250;
 
 inline bool CutsPower(Fault fault) {
-    return fault == Fault::PowerCut || fault == Fault::PowerCutZeros;
+    return fault == Fault::PowerCut || fault == Fault::PowerCutZeros || fault == Fault::PowerCutNames;
 }
 inline bool EndsProgram(Fault fault) {
     return fault == Fault::Kill || fault == Fault::KillInWrite || CutsPower(fault);
@@ -75,32 +77,38 @@ inline std::map<std::string, ino_t> NamesNow() {
     return names;
 }
 
-// Keeps the file's number from being given to another one while the program runs.
+// Keeps the file's number from being given to another one, and its bytes when its name goes.
 inline void Hold(const std::string& path) {
-    (void)::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int handle = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat status {};
+    if (handle >= 0 && ::fstat(handle, &status) == 0 && !Now.Held.contains(status.st_ino))
+        Now.Held[status.st_ino] = handle;
 }
 
-inline void NoteFlushed(const std::string& path, ino_t number) {
-    Now.Content[number] = ReadWhole(path);
+inline std::string ContentNow(int handle) {
+    std::string content(static_cast<std::size_t>(Files::Native().Length(handle)), '\0');
+    (void)Files::Native().ReadAt(handle, content.data(), content.size(), 0);
+    return content;
 }
 
 inline void NoteAllFlushed() {
     Now.Names = NamesNow();
     for (const auto& [name, number] : Now.Names) {
         Hold(Now.Folder + "/" + name);
-        NoteFlushed(Now.Folder + "/" + name, number);
+        Now.Content[number] = ContentNow(Now.Held[number]);
     }
 }
 
 // Leaves in the folder what the disk would hold.
 inline void CutPower() {
     std::map<std::string, ino_t> names = Now.Names;
-    FolderState lengths;
     if (Now.Kind == Fault::PowerCutZeros) {
         names = NamesNow();
         for (const auto& [name, number] : names)
             Now.Content[number].resize(std::filesystem::file_size(Now.Folder + "/" + name));
     }
+    if (Now.Kind == Fault::PowerCutNames)
+        for (const auto& [name, number] : names) Now.Content[number] = ContentNow(Now.Held[number]);
     for (const auto& entry : std::filesystem::directory_iterator(Now.Folder))
         std::filesystem::remove(entry.path());
     for (const auto& [name, number] : names) WriteWhole(Now.Folder + "/" + name, Now.Content[number]);
@@ -117,6 +125,7 @@ inline int Strike(bool isWrite, bool makes) {
     case Fault::IoError: return here ? EIO : 0;
     case Fault::PowerCut:
     case Fault::PowerCutZeros:
+    case Fault::PowerCutNames:
         if (here) CutPower();
         [[fallthrough]];
     case Fault::Kill:
@@ -153,7 +162,7 @@ inline int Flush(int handle) {
     const int error = Strike(false, false);
     struct stat status {};
     if (error == 0 && CutsPower(Now.Kind) && ::fstat(handle, &status) == 0)
-        NoteFlushed("/proc/self/fd/" + std::to_string(handle), status.st_ino);
+        Now.Content[status.st_ino] = ContentNow(handle);
     return -error; // the disk of a test need not be waited for
 }
 
@@ -198,8 +207,14 @@ inline int Run(const std::function<int()>& work) {
 // return.
 inline FaultRun RunWithFault(const TempFolder& folder, Fault fault, int at,
                              const std::function<int()>& work) {
-    FaultyDisk::Now = {
-        .Kind = fault, .At = at, .Count = 0, .Writes = {}, .Folder = folder.Path, .Content = {}, .Names = {}};
+    FaultyDisk::Now = {.Kind = fault,
+                       .At = at,
+                       .Count = 0,
+                       .Writes = {},
+                       .Folder = folder.Path,
+                       .Content = {},
+                       .Names = {},
+                       .Held = {}};
     FaultRun run{.Kind = fault, .At = at};
     if (!FaultyDisk::EndsProgram(fault)) {
         run.Result = FaultyDisk::Run(work);
@@ -233,7 +248,7 @@ inline void ForEveryFault(const TempFolder& folder, const std::function<void()>&
     const std::vector<bool> writes = FaultyDisk::Now.Writes;
     EXPECT_FALSE(writes.empty());
     const int count = static_cast<int>(writes.size());
-    for (int kind = 1; kind <= static_cast<int>(Fault::PowerCutZeros); ++kind) {
+    for (int kind = 1; kind <= static_cast<int>(Fault::PowerCutNames); ++kind) {
         const auto fault = static_cast<Fault>(kind);
         const bool inWrites = fault == Fault::ShortWrite || fault == Fault::KillInWrite;
         for (int at = 1; at <= count + (FaultyDisk::CutsPower(fault) ? 1 : 0); ++at) {

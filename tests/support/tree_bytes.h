@@ -20,13 +20,13 @@ public:
 };
 
 inline std::string StoredImage(Tree::Handle* tree) {
-    const TempFolder folder;
+    const TempFolder folder{Memory()};
     const std::string path = folder.At("image");
     return Tree::Store(path, tree, true) == Tree::Success ? ReadWhole(path) : std::string();
 }
 
 inline int LoadImage(Tree::Handle* tree, std::string_view bytes, Tree::FileInfo& info) {
-    const TempFolder folder;
+    const TempFolder folder{Memory()};
     return Tree::Load(folder.Write("image", bytes), tree, info);
 }
 

@@ -2,13 +2,16 @@
 
 #include "base/buffer.h"
 #include "base/bytes.h"
+#include "base/journal.h"
 #include "support/failing_files.h"
+#include "support/faulty_disk.h"
 #include "support/tree_bytes.h"
 
 #include <array>
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <initializer_list>
+#include <random>
 
 namespace {
 
@@ -260,7 +263,7 @@ TEST_F(TreeEngine, ATreeLiesAnywhereInTheFirst31BitsOfAFile) {
     EXPECT_EQ(Support::ReadWhole(folder.At("b")), whole); // refused before anything is written
 }
 
-TEST_F(TreeEngine, AnIncrementalStoreWritesFromTheFirstChangedPlaceOn) {
+TEST_F(TreeEngine, AnIncrementalStoreWritesWhatHasMovedOrIsNew) {
     void* const root = Grow(3);
     const Support::TempFolder folder;
     const std::string path = folder.At("t");
@@ -272,30 +275,142 @@ TEST_F(TreeEngine, AnIncrementalStoreWritesFromTheFirstChangedPlaceOn) {
         const char* Name;
         void (*Change)(Tree::Handle* tree, void* root);
         std::int64_t From;
+        std::int64_t Records; // that are written
     } steps[] = {
-        {"nothing", [](auto*, auto*) {}, INT64_MAX},
-        {"one at the end", [](auto* t, auto* r) { (void)Tree::Append(t, Tree::Child(r, 3)); }, ChildAt[3]},
-        {"one amid", [](auto* t, auto* r) { (void)Tree::Insert(t, Tree::Child(r, 2), 2); }, ChildAt[2]},
-        {"one gone", [](auto* t, auto* r) { DeleteChild(t, Tree::Child(r, 2), 1); }, ChildAt[2]},
-        {"a new child", [](auto* t, auto* r) { (void)Tree::Append(t, r); }, HeaderBytes},
-        {"one omitted", [](auto*, auto* r) { Tree::SetValid(Tree::Child(r, 1), false); }, HeaderBytes},
+        {"nothing", [](auto*, auto*) {}, INT64_MAX, 0},
+        {"one at the end", [](auto* t, auto* r) { (void)Tree::Append(t, Tree::Child(r, 3)); }, ChildAt[3], 2},
+        {"one amid", [](auto* t, auto* r) { (void)Tree::Insert(t, Tree::Child(r, 2), 2); }, ChildAt[2], 9},
+        {"one gone", [](auto* t, auto* r) { DeleteChild(t, Tree::Child(r, 2), 1); }, ChildAt[2], 9},
+        {"a new child", [](auto* t, auto* r) { (void)Tree::Append(t, r); }, HeaderBytes, 2},
+        {"one omitted", [](auto*, auto* r) { Tree::SetValid(Tree::Child(r, 1), false); }, HeaderBytes, 11},
         {"back, and another omitted",
          [](auto*, auto* r) {
              for (const int i : {1, 2}) Tree::SetValid(Tree::Child(r, i), i == 1);
          },
-         HeaderBytes},
+         HeaderBytes, 5},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.Name);
         step.Change(Trees, root);
-        Support::TheDisk.LowestWrite = INT64_MAX;
+        Support::TheDisk = {};
         ASSERT_EQ(Tree::Store(path, Trees, false), 0);
         EXPECT_EQ(Support::TheDisk.LowestWrite, step.From);
+        EXPECT_EQ(Support::TheDisk.Written, step.Records * static_cast<std::int64_t>(StoredBytes));
         // The rest of a longer former image may stand behind.
         const Support::OwnedTree fresh{Define("FreshTree.HE")};
         ASSERT_EQ(Support::LoadImage(fresh, Support::ReadWhole(path)), 0);
         EXPECT_EQ(Outline(Tree::Root(fresh)), Outline(root));
     }
+}
+
+TEST_F(TreeEngine, AfterAnyChangesTheFileOfAnIncrementalStoreIsTheWholeImage) {
+    std::mt19937 random(7);
+    const auto below = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
+    const Support::TempFolder folder{Support::Memory()};
+    const std::string path = folder.At("t");
+    void* const root = Grow(4);
+    const Support::OwnedTree fresh{Define("FreshTree.HE")};
+    int value = 1000;
+    for (int round = 0; round < 400; ++round) {
+        for (int changes = below(4); changes >= 0; --changes) {
+            const int children = Tree::ChildCount(root);
+            void* parent = children == 0 || below(4) == 0 ? root : Tree::Child(root, 1 + below(children));
+            const int count = Tree::ChildCount(parent);
+            void* const one = count > 0 ? Tree::Child(parent, 1 + below(count)) : nullptr;
+            switch (below(count > 6 ? 4 : 7)) {
+            case 0:
+            case 1:
+                if (one) DeleteChild(Trees, parent, Tree::IndexOf(one));
+                break;
+            case 2:
+                if (one) Tree::SetValid(one, !Tree::IsValid(one));
+                break;
+            case 3:
+                if (one) (void)Tree::Copy(Trees, one, parent, 1 + below(count + 1));
+                break;
+            default: static_cast<Record*>(Tree::Insert(Trees, parent, 1 + below(count + 1)))->Value = ++value;
+            }
+        }
+        ASSERT_EQ(Tree::Store(path, Trees, false), 0);
+        const std::string file = Support::ReadWhole(path);
+        Tree::FileInfo info;
+        ASSERT_EQ(Tree::Load(path, fresh, info), 0) << round;
+        ASSERT_EQ(Outline(Tree::Root(fresh)), Outline(root)) << round;
+        ASSERT_EQ(file.substr(0, static_cast<std::size_t>(Trees.Handle->StoredSize)),
+                  Support::StoredImage(fresh))
+            << round;
+    }
+}
+
+TEST_F(TreeEngine, NoFaultLeavesAHalfStoredTree) {
+    // Leaves so large that some of the new ones are written behind the old end, and some into the journal.
+    constexpr std::array<std::uint32_t, 3> LargeSizes = {8, 8, 90'000};
+    const Support::TempFolder folder{Support::Memory()};
+    const std::string path = folder.At("t");
+    Tree::Handle* tree = nullptr;
+    for (const bool rewrite : {false, true}) {
+        SCOPED_TRACE(rewrite ? "whole" : "incremental");
+        std::string before, after;
+        const auto prepare = [&] {
+            folder.Put({});
+            Tree::Dispose(tree);
+            tree = Tree::Define("LargeTree.HE", 3, LargeSizes, LargeSizes, PlainProcedures());
+            void* const root = Tree::Append(tree, nullptr);
+            for (const int leaves : {2, 1, 1})
+                for (void* child = Tree::Append(tree, root); Tree::ChildCount(child) < leaves;)
+                    (void)Tree::Append(tree, child);
+            ASSERT_EQ(Tree::Store(path, tree, true), 0);
+            before = Outline(root);
+            void* gone = Tree::Child(Tree::Child(root, 2), 1);
+            Tree::Delete(tree, gone);
+            for (int i = 1; i <= 6; ++i)
+                static_cast<Record*>(Tree::Append(tree, Tree::Child(root, i % 2 + 2)))->Value = i;
+            after = Outline(root);
+        };
+        const auto loaded = [&] {
+            const Support::OwnedTree fresh{
+                Tree::Define("FreshTree.HE", 3, LargeSizes, LargeSizes, PlainProcedures())};
+            Tree::FileInfo info;
+            EXPECT_EQ(Tree::Load(path, fresh, info), 0) << Tree::LastError();
+            return Tree::Root(fresh) ? Outline(Tree::Root(fresh)) : std::string("none");
+        };
+        Support::ForEveryFault(
+            folder, prepare, [&] { return Tree::Store(path, tree, rewrite); },
+            [&](const Support::FaultRun& run) {
+                const std::string found = loaded();
+                EXPECT_TRUE(found == after || (found == before && (!run.Returned || run.Result != 0)));
+                if (run.Ended) return;
+                EXPECT_EQ(Tree::Store(path, tree, false), 0) << Tree::LastError();
+                EXPECT_EQ(loaded(), after);
+            });
+    }
+    Tree::Dispose(tree);
+}
+
+TEST_F(TreeEngine, AFileWithAPendingChangeIsNeitherLoadedNorReplaced) {
+    (void)Grow(1);
+    const Support::TempFolder folder{Support::Memory()};
+    const std::string path = folder.At("t");
+    ASSERT_EQ(Tree::Store(path, Trees, true), 0);
+    const std::string old = Support::ReadWhole(path);
+    const Support::OwnedTree other{Define("OtherTree.HE")};
+    Tree::FileInfo info;
+    (void)folder.Write("t.journal", "somebody's notes");
+    const std::string why = " - the file's journal belongs to another file";
+    EXPECT_EQ(Tree::Load(path, other, info), -1);
+    EXPECT_EQ(Tree::LastError(), "Tree.Load" + why);
+    EXPECT_EQ(Tree::LoadInfo(path, 2, info, {}), -1);
+    for (const bool rewrite : {true, false}) {
+        (void)Add(Tree::Root(Trees), 7);
+        EXPECT_EQ(Tree::Store(path, Trees, rewrite), -1);
+        EXPECT_EQ(Tree::LastError(), "Tree.Store" + why);
+    }
+    std::filesystem::remove(folder.At("t.journal"));
+    Journal::Change change;
+    ASSERT_EQ(change.Begin(path), 0);
+    EXPECT_EQ(Tree::Load(path, other, info), -1);
+    EXPECT_EQ(Tree::LastError(), "Tree.Load - the file is being changed by another program");
+    EXPECT_EQ(Support::ReadWhole(path), old);
 }
 
 TEST_F(TreeEngine, AnIncrementalStoreTrustsOnlyItsOwnFile) {
