@@ -10,6 +10,7 @@
 
 #include "data/name_descriptor.h"
 #include "fit/logbook.h"
+#include "setup/settings.h"
 
 #include <cmath>
 
@@ -34,7 +35,7 @@ void MakeName(std::string_view user, std::string_view descriptor, std::uint8_t d
 }
 
 void Log(std::string_view command, std::string_view argument) {
-    Logbook::Settings.Target = Logbook::LogTarget::File;
+    Setup::Settings.FitParams.LogTarget = static_cast<std::uint8_t>(Logbook::LogTarget::File);
     (void)Logbook::LogOpen(MemoryDisk::Put("cell.dat", {}));
     Logbook::LogLine(Logbook::Kind::TraceFit, command, argument);
     (void)Logbook::LogClose();

@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "base/messages.h"
 #include "base/time_scale.h"
+#include "setup/settings.h"
 
 #include <charconv>
 #include <cmath>
@@ -10,7 +11,7 @@
 
 namespace Logbook {
 
-SettingsRecord Settings;
+bool WithHeadLine = false;
 
 namespace {
 
@@ -19,6 +20,10 @@ struct {
     Files::File File;
     bool LineEndMissing = false; // the file ends inside of a line
 } Book;
+
+LogTarget Target() {
+    return static_cast<LogTarget>(Setup::Settings.FitParams.LogTarget);
+}
 
 bool ToNotebook(LogTarget target) {
     return target == LogTarget::Notebook || target == LogTarget::NotebookAndFile;
@@ -106,9 +111,9 @@ bool CloseFile() {
 }
 
 std::string HeadLine() {
-    if (!Settings.HeadLine) return {};
+    if (!WithHeadLine) return {};
     return AsLine("File: " + std::filesystem::path(Book.DataSet).filename().string() +
-                  ", User: " + Settings.UserName);
+                  ", User: " + Setup::Settings.Files.Username);
 }
 
 const char* Prefix(Kind kind) {
@@ -122,12 +127,12 @@ const char* Prefix(Kind kind) {
 }
 
 void LogLine(Kind kind, std::string_view command, std::string_view argument) {
-    if (!ToNotebook(Settings.Target) && !ToFile(Settings.Target)) return;
+    if (!ToNotebook(Target()) && !ToFile(Target())) return;
     std::string line = AsLine(Prefix(kind) + std::string(command));
     if (!argument.empty() && line.size() + 2 < LineMax)
         line += "[" + AsLine(Cut(argument, LineMax - line.size() - 2)) + "]";
-    if (ToNotebook(Settings.Target)) Messages::Note(line);
-    if (!ToFile(Settings.Target) || !Book.File.IsOpen()) return;
+    if (ToNotebook(Target())) Messages::Note(line);
+    if (!ToFile(Target()) || !Book.File.IsOpen()) return;
     const int error = Append(line);
     if (error != 0) Messages::Alert("Error writing to Logbook file: " + Files::ErrorText(error));
 }
@@ -153,9 +158,9 @@ bool LogOpen(const std::string& dataSet) {
     const bool closed = CloseFile();
     Book.DataSet = dataSet;
     const std::string head = HeadLine();
-    if (ToNotebook(Settings.Target) && !head.empty())
+    if (ToNotebook(Target()) && !head.empty())
         for (const std::string& line : {std::string(), head, std::string()}) Messages::Note(line);
-    return (!ToFile(Settings.Target) || OpenFile(head)) && closed;
+    return (!ToFile(Target()) || OpenFile(head)) && closed;
 }
 
 bool LogClose() {
@@ -164,8 +169,8 @@ bool LogClose() {
 }
 
 void LogTargetChanged(LogTarget former) {
-    if (Book.DataSet.empty() || ToFile(former) == ToFile(Settings.Target)) return;
-    if (ToFile(Settings.Target))
+    if (Book.DataSet.empty() || ToFile(former) == ToFile(Target())) return;
+    if (ToFile(Target()))
         (void)LogOpen(std::string(Book.DataSet));
     else
         (void)CloseFile();
