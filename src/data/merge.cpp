@@ -218,9 +218,6 @@ bool AddNotebook(DataSession& session, Other& other, SetStore::Step& step) {
 bool Decide(DataSession& session, Other& other, Rebuild::NewDataFile& file) {
     SetStore::Step step(session);
     if (!step.Begin() || !step.AddTrees() || !AddNotebook(session, other, step)) return false;
-    const bool keepsAnalysis = session.Analysis.FromFile;
-    if (keepsAnalysis && !step.AddTree(session.Analysis.Handle, AnalysisFile::FileName(session)))
-        return false;
     return step.AddFile(file.Path, session.FileName) && step.Commit();
 }
 

@@ -28,7 +28,8 @@ public:
     WriteProtected() {
         Files::Platform disk = Files::Native();
         disk.Open = [](const char* path, Files::Mode mode) {
-            return mode == Files::Mode::ReadWrite ? -EACCES : Files::Native().Open(path, mode);
+            const bool refused = mode == Files::Mode::ReadWrite && std::filesystem::exists(path);
+            return refused ? -EACCES : Files::Native().Open(path, mode);
         };
         Files::Use(disk);
     }
