@@ -18,7 +18,11 @@ namespace Files {
 
 namespace {
 
+#ifdef QORVANITE_FUZZ
+constexpr std::size_t BlockSize = 4096; // so that small files cross its edges
+#else
 constexpr std::size_t BlockSize = std::size_t{256} << 10;
+#endif
 
 int Failure() {
     return errno ? -errno : -EIO;
@@ -139,6 +143,16 @@ bool NativeIsStillAt(int handle, const char* path) {
            open.st_ino == named.st_ino;
 }
 
+Stamp NativeStampOf(const char* path) {
+    struct stat status {};
+    if (::stat(path, &status) != 0) return {};
+    constexpr std::int64_t Second = 1'000'000'000;
+    return {.Device = status.st_dev,
+            .Node = status.st_ino,
+            .Length = status.st_size,
+            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+}
+
 constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
@@ -154,6 +168,7 @@ constexpr Platform NativePlatform = {
     .FreeSpace = NativeFreeSpace,
     .Exists = NativeExists,
     .IsStillAt = NativeIsStillAt,
+    .StampOf = NativeStampOf,
 };
 
 Platform Current = NativePlatform;
@@ -297,13 +312,7 @@ void TakePermissions(File& file, const std::string& from) {
 }
 
 Stamp StampOf(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) return {};
-    constexpr std::int64_t Second = 1'000'000'000;
-    return {.Device = status.st_dev,
-            .Node = status.st_ino,
-            .Length = status.st_size,
-            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+    return Current.StampOf(path.c_str());
 }
 
 std::string FreeName(const std::string& path, std::string_view ending) {

@@ -27,6 +27,14 @@ enum class LockKind : std::uint8_t {
     Done,      // ends Reader or NoReaders
 };
 
+// What tells one state of a file from another: its place on the disk, length and time of the last change.
+struct Stamp {
+    std::uint64_t Device = 0, Node = 0;
+    std::int64_t Length = -1;   // -1: there is no such file
+    std::int64_t ChangedAt = 0; // ns
+    bool operator==(const Stamp&) const = default;
+};
+
 // The platform's operations; a negative result stands for -error.
 struct Platform {
     int (*Open)(const char* path, Mode mode);
@@ -44,6 +52,7 @@ struct Platform {
     std::int64_t (*FreeSpace)(const char* path); // bytes that this user can still write to the path's disk
     bool (*Exists)(const char* path);
     bool (*IsStillAt)(int handle, const char* path);
+    Stamp (*StampOf)(const char* path);
 };
 
 // The table in use. Tests replace it for a while.
@@ -87,13 +96,6 @@ int Close(File& file);
 [[nodiscard]] int CopyFile(const std::string& from, const std::string& to);
 // A new file that takes another one's place gets its permissions, as far as this user may give them.
 void TakePermissions(File& file, const std::string& from);
-// What tells one state of a file from another: its place on the disk, length and time of the last change.
-struct Stamp {
-    std::uint64_t Device = 0, Node = 0;
-    std::int64_t Length = -1;   // -1: there is no such file
-    std::int64_t ChangedAt = 0; // ns
-    bool operator==(const Stamp&) const = default;
-};
 [[nodiscard]] Stamp StampOf(const std::string& path);
 // A path beside the given one that is not in use: with the ending behind it, and a number where that is
 // taken.

@@ -3,15 +3,15 @@
 #include "base/files.h"
 #include "base/messages.h"
 #include "base/time_scale.h"
+#include "setup/settings.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
 
 namespace Logbook {
 
-SettingsRecord Settings;
+bool WithHeadLine = false;
 
 namespace {
 
@@ -20,6 +20,10 @@ struct {
     Files::File File;
     bool LineEndMissing = false; // the file ends inside of a line
 } Book;
+
+LogTarget Target() {
+    return static_cast<LogTarget>(Setup::Settings.FitParams.LogTarget);
+}
 
 bool ToNotebook(LogTarget target) {
     return target == LogTarget::Notebook || target == LogTarget::NotebookAndFile;
@@ -84,8 +88,7 @@ bool OpeningFailed(const std::string& reason) {
 
 bool OpenFile(const std::string& headLine) {
     const std::string path = Files::WithExtension(Book.DataSet, ".log");
-    int error = Files::Open(Book.File, path, Files::Mode::ReadWrite);
-    if (error == ENOENT) error = Files::Open(Book.File, path, Files::Mode::Create);
+    int error = Files::Open(Book.File, path, Files::Mode::Keep);
     if (error == 0) error = Files::Lock(Book.File, Files::LockKind::Writer);
     if (Files::LockedByAnother(error) && Book.File.IsOpen())
         return OpeningFailed("another program writes it (\"" + path + "\").");
@@ -108,9 +111,9 @@ bool CloseFile() {
 }
 
 std::string HeadLine() {
-    if (!Settings.HeadLine) return {};
+    if (!WithHeadLine) return {};
     return AsLine("File: " + std::filesystem::path(Book.DataSet).filename().string() +
-                  ", User: " + Settings.UserName);
+                  ", User: " + Setup::Settings.Files.Username);
 }
 
 const char* Prefix(Kind kind) {
@@ -124,12 +127,12 @@ const char* Prefix(Kind kind) {
 }
 
 void LogLine(Kind kind, std::string_view command, std::string_view argument) {
-    if (!ToNotebook(Settings.Target) && !ToFile(Settings.Target)) return;
+    if (!ToNotebook(Target()) && !ToFile(Target())) return;
     std::string line = AsLine(Prefix(kind) + std::string(command));
     if (!argument.empty() && line.size() + 2 < LineMax)
         line += "[" + AsLine(Cut(argument, LineMax - line.size() - 2)) + "]";
-    if (ToNotebook(Settings.Target)) Messages::Note(line);
-    if (!ToFile(Settings.Target) || !Book.File.IsOpen()) return;
+    if (ToNotebook(Target())) Messages::Note(line);
+    if (!ToFile(Target()) || !Book.File.IsOpen()) return;
     const int error = Append(line);
     if (error != 0) Messages::Alert("Error writing to Logbook file: " + Files::ErrorText(error));
 }
@@ -155,9 +158,9 @@ bool LogOpen(const std::string& dataSet) {
     const bool closed = CloseFile();
     Book.DataSet = dataSet;
     const std::string head = HeadLine();
-    if (ToNotebook(Settings.Target) && !head.empty())
+    if (ToNotebook(Target()) && !head.empty())
         for (const std::string& line : {std::string(), head, std::string()}) Messages::Note(line);
-    return (!ToFile(Settings.Target) || OpenFile(head)) && closed;
+    return (!ToFile(Target()) || OpenFile(head)) && closed;
 }
 
 bool LogClose() {
@@ -166,8 +169,8 @@ bool LogClose() {
 }
 
 void LogTargetChanged(LogTarget former) {
-    if (Book.DataSet.empty() || ToFile(former) == ToFile(Settings.Target)) return;
-    if (ToFile(Settings.Target))
+    if (Book.DataSet.empty() || ToFile(former) == ToFile(Target())) return;
+    if (ToFile(Target()))
         (void)LogOpen(std::string(Book.DataSet));
     else
         (void)CloseFile();

@@ -11,15 +11,11 @@
 
 namespace Logbook {
 
-// LogTarget. Any other number is Off.
+// The choices of Setup.Settings.FitParams.LogTarget. Any other number is Off.
 enum class LogTarget : std::uint8_t { Off = 0, Notebook = 1, File = 2, NotebookAndFile = 3 };
 
-struct SettingsRecord {
-    LogTarget Target = LogTarget::Off;
-    bool HeadLine = false; // an opened data set is named with its user, as protected data sets ask for
-    std::string UserName;
-};
-extern SettingsRecord Settings;
+// An opened data set is named with its user, as data sets with GLP protection ask for.
+extern bool WithHeadLine;
 
 // Which tool speaks: its letter stands before the command.
 enum class Kind : std::uint8_t { TraceFit = 0, SeriesFit = 1, Other = 2 };
@@ -37,8 +33,8 @@ void LogReal(Kind kind, std::string_view command, double value); // 12 significa
 bool LogOpen(const std::string& dataSet);
 bool LogClose();
 
-// To be called when the target has changed: a file that is no longer wanted is closed, and one that is wanted
-// now is opened, if there is a data set.
+// To be called when the settings' target has changed: a file that is no longer wanted is closed, and one that
+// is wanted now is opened, if there is a data set.
 void LogTargetChanged(LogTarget former);
 
 }

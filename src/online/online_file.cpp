@@ -3,6 +3,7 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "online/unique_names.h"
+#include "setup/settings_file.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -126,7 +127,7 @@ bool New(OnlineAnalysis& analysis) {
 }
 
 bool Load(OnlineAnalysis& analysis, const std::string& path, bool readOnly) {
-    if (analysis.ConfigurationLocked && analysis.Tree)
+    if (Setup::State.ConfigurationLocked && analysis.Tree)
         return Refuse("Cannot load new analysis: Configuration is locked.");
     if (analysis.Executing) return Refuse("Cannot modify online: still executing or acquiring...");
     Tree::FileInfo info;
@@ -147,7 +148,7 @@ bool Load(OnlineAnalysis& analysis, const std::string& path, bool readOnly) {
 }
 
 bool Store(OnlineAnalysis& analysis, const std::string& path, std::string_view version) {
-    if (analysis.ConfigurationLocked) return Refuse("Cannot save analysis: Configuration is locked.");
+    if (Setup::State.ConfigurationLocked) return Refuse("Cannot save analysis: Configuration is locked.");
     if (analysis.ReadOnly && IsOwnFile(analysis, path))
         return Refuse("Cannot save analysis: Analysis is read-only.");
     if (!HasFunction(analysis)) return Refuse("Empty analysis methods cannot be saved.");
@@ -166,7 +167,7 @@ bool Store(OnlineAnalysis& analysis, const std::string& path, std::string_view v
 }
 
 bool MergeFile(OnlineAnalysis& analysis, const std::string& path) {
-    if (analysis.ConfigurationLocked) return Refuse("Cannot merge to analysis: Configuration is locked.");
+    if (Setup::State.ConfigurationLocked) return Refuse("Cannot merge to analysis: Configuration is locked.");
     if (analysis.ReadOnly) return Refuse("Cannot merge to analysis: Analysis is read-only.");
     if (analysis.Executing) return Refuse("Cannot modify online: still executing or acquiring...");
     if (!analysis.Tree && !New(analysis)) return false;

@@ -22,9 +22,7 @@ struct OnlineAnalysis {
     bool ReadOnly = false;        // opened so, the file cannot be written, or it is protected
     bool Changed = false;         // since the last load or store
 
-    // States of the program that shut out changes; whoever starts them sets them here.
-    bool ConfigurationLocked = false;
-    bool Executing = false;
+    bool Executing = false; // a protocol or macro uses it, which shuts out changes; set by whoever runs it
 };
 
 namespace OnlineTree {
@@ -35,7 +33,7 @@ inline constexpr const char* MergeHeapName = "OnlineMerge.HE";
 [[nodiscard]] bool New(OnlineAnalysis& analysis);
 
 // Takes the methods of a file in the place of the present ones. Methods to look at only are not probed for
-// the right to write. A locked configuration still loads its first methods.
+// the right to write. A configuration that is locked (Setup.State) still loads its first methods.
 [[nodiscard]] bool Load(OnlineAnalysis& analysis, const std::string& path, bool readOnly = false);
 
 // Writes all methods; version names the writing program. The analysis belongs to that file from then on.

@@ -1,6 +1,7 @@
 #include "fit/logbook.h"
 
 #include "base/messages.h"
+#include "setup/settings.h"
 #include "support/failing_files.h"
 #include "support/temp_folder.h"
 
@@ -15,10 +16,14 @@ namespace {
 
 class LogbookOf : public testing::Test {
 protected:
-    LogbookOf() { Logbook::Settings = {}; }
+    LogbookOf() { Setup::Settings = {}; }
     ~LogbookOf() override {
         (void)Logbook::LogClose();
-        Logbook::Settings = {};
+        Setup::Settings = {};
+        Logbook::WithHeadLine = false;
+    }
+    static void SetTarget(LogTarget target) {
+        Setup::Settings.FitParams.LogTarget = static_cast<std::uint8_t>(target);
     }
     [[nodiscard]] std::string Log() const { return Support::ReadWhole(Folder.At("cell.log")); }
     // The log with "(now)" for each date and time.
@@ -42,7 +47,7 @@ TEST_F(LogbookOf, LinesGoWhereTheTargetSays) {
                               LogTarget::NotebookAndFile, static_cast<LogTarget>(9)}) {
         SCOPED_TRACE(static_cast<int>(target));
         Said.Notes.clear();
-        Logbook::Settings.Target = target;
+        SetTarget(target);
         EXPECT_TRUE(Logbook::LogOpen(DataSet));
         Logbook::LogLine(Kind::TraceFit, "Fit", "");
         Logbook::LogLine(Kind::SeriesFit, "FitType", "Dose Response");
@@ -66,14 +71,17 @@ TEST_F(LogbookOf, LinesGoWhereTheTargetSays) {
 }
 
 TEST_F(LogbookOf, TheFileGrowsFromSessionToSession) {
-    Logbook::Settings = {LogTarget::NotebookAndFile, true, "Ana"};
+    SetTarget(LogTarget::NotebookAndFile);
+    Logbook::WithHeadLine = true;
+    Setup::Settings.Files.Username = "Ana";
     ASSERT_TRUE(Logbook::LogOpen(DataSet) && Logbook::LogOpen(DataSet)); // the second one closes the first
-    Logbook::Settings.Target = LogTarget::Notebook;
+    SetTarget(LogTarget::Notebook);
     Logbook::LogTargetChanged(LogTarget::NotebookAndFile);
     Logbook::LogLine(Kind::TraceFit, "Fit", "");
-    Logbook::Settings = {LogTarget::File, false, ""};
+    SetTarget(LogTarget::File);
+    Logbook::WithHeadLine = false;
     Logbook::LogTargetChanged(LogTarget::Notebook);
-    Logbook::Settings.Target = LogTarget::NotebookAndFile;
+    SetTarget(LogTarget::NotebookAndFile);
     Logbook::LogTargetChanged(LogTarget::File); // it stays open
     const std::string head = "File: cell.dat, User: Ana\n", once = head + Start + End;
     EXPECT_EQ(Timeless(), once + once + Start);
@@ -84,7 +92,7 @@ TEST_F(LogbookOf, TheFileGrowsFromSessionToSession) {
 }
 
 TEST_F(LogbookOf, LinesHaveALimitAndNoBreaks) {
-    Logbook::Settings.Target = LogTarget::Notebook;
+    SetTarget(LogTarget::Notebook);
     Logbook::LogLine(Kind::TraceFit, "Text", std::string(152, 'a') + "bcde");
     Logbook::LogLine(Kind::TraceFit, "Text", std::string(151, 'a') + "\xC3\xA9" + "b");
     Logbook::LogLine(Kind::TraceFit, "Text", "one\ntwo\r\nthree");
@@ -94,7 +102,7 @@ TEST_F(LogbookOf, LinesHaveALimitAndNoBreaks) {
 }
 
 TEST_F(LogbookOf, ATornLineIsEndedBeforeTheNextStart) {
-    Logbook::Settings.Target = LogTarget::File;
+    SetTarget(LogTarget::File);
     for (const auto& [found, kept] :
          {std::pair<const char*, const char*>{"S:Fi", "S:Fi\n"}, {"S:Fit\n", "S:Fit\n"}, {"", ""}}) {
         (void)Folder.Write("cell.log", found);
@@ -105,7 +113,7 @@ TEST_F(LogbookOf, ATornLineIsEndedBeforeTheNextStart) {
 }
 
 TEST_F(LogbookOf, ALineThatCannotBeWrittenWholeLeavesTheFormerLines) {
-    Logbook::Settings.Target = LogTarget::File;
+    SetTarget(LogTarget::File);
     // A disk that takes half of a line and then is full.
     Files::Platform disk = Files::Native();
     disk.WriteAt = [](int handle, const void* data, std::size_t bytes, std::int64_t position) {
@@ -133,7 +141,7 @@ TEST_F(LogbookOf, ALineThatCannotBeWrittenWholeLeavesTheFormerLines) {
 }
 
 TEST_F(LogbookOf, AFileThatCannotBeHadIsSaidAndStopsNothing) {
-    Logbook::Settings.Target = LogTarget::File;
+    SetTarget(LogTarget::File);
     EXPECT_FALSE(Logbook::LogOpen(Folder.At("missing/cell.dat")));
     Logbook::LogLine(Kind::TraceFit, "Fit", "");
     Files::File other;

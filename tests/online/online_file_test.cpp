@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "online/online_edit.h"
 #include "online/unique_names.h"
+#include "setup/settings_file.h"
 #include "support/failing_files.h"
 #include "support/fixtures.h"
 #include "support/tree_bytes.h"
@@ -160,10 +161,10 @@ TEST(OnlineFile, RefusalsNameTheirReasonAndLeaveTheFile) {
     ASSERT_TRUE(OnlineTree::New(analysis));
     EXPECT_FALSE(OnlineTree::Store(analysis, path, "x"));
     ASSERT_TRUE(OnlineTree::Load(analysis, path));
-    analysis.ConfigurationLocked = true;
+    Setup::State.ConfigurationLocked = true;
     EXPECT_FALSE(OnlineTree::Load(analysis, path) || OnlineTree::MergeFile(analysis, path) ||
                  OnlineTree::Store(analysis, path, "x"));
-    analysis.ConfigurationLocked = false;
+    Setup::State.ConfigurationLocked = false;
     analysis.Executing = true;
     EXPECT_FALSE(OnlineTree::MergeFile(analysis, path) || OnlineEdit::MayModify(analysis));
     analysis.Executing = false;
