@@ -188,6 +188,7 @@ DataSession& Session() {
 }
 
 void CloseSession() {
+    OpenSession.AnalysisWritable = false; // this end is not orderly: a recovery copy stays
     (void)CloseDataFile(OpenSession, false);
 }
 

@@ -8,6 +8,7 @@
 #include "data/make_bundle.h"
 #include "data/raw_data.h"
 #include "data/rebuild.h"
+#include "data/recovery_copy.h"
 #include "data/safety_net.h"
 #include "data/sample_count.h"
 #include "data/scratch.h"
@@ -352,6 +353,7 @@ bool CloseDataFile(DataSession& session, bool store) {
             Messages::Alert("## Closing data file: \"" + session.FileName + "\" was not stored. ## ");
     }
     (void)SafetyNet::Remove(session);
+    if (!session.FileName.empty() && session.Analysis.Handle) RecoveryCopy::Ended(session);
     Traces::ReleaseBelow(Tree::Root(session.Vennic.Handle));
     Tree::Dispose(session.Analysis.Handle);
     for (const SetTrees::Row& row : SetTrees::Rows()) Tree::Dispose((session.*row.Tree).Handle);

@@ -61,7 +61,12 @@ struct DataSession {
     std::string ProgramVersion;
     bool AnalysisUnreadable = false;   // an analysis file lies there that could not be used
     bool AnalysisShapeChanged = false; // by groups or series that the file does not know, or still knows
-    bool FitNewSetup = true;           // the next fit appends a new analysis record
+    // Counts every change of the analysis; the others say at which count something was done, 0 for never.
+    std::int64_t AnalysisRevision = 0, AnalysisSavedRevision = 0, AnalysisKeptRevision = 0;
+    std::int64_t AnalysisRecovered = 0; // results of an earlier session were taken up and not saved since
+    double AnalysisKeptAt = 0;          // s, by the caller's clock
+    bool AnalysisKeepFailed = false;
+    bool FitNewSetup = true; // the next fit appends a new analysis record
 
     // The current path; a record below the selected one is the first of its level, or none.
     int SelectedLevel = 0;
@@ -93,10 +98,10 @@ extern std::function<bool()> FilesAreBusy;
 [[nodiscard]] bool OpenDataFile(DataSession& session, const std::string& path,
                                 const OpenOptions& options = {});
 
-// Ends the session. store: what was changed in Modify mode is stored, as a bundle where the settings ask for
-// it; a file with much unused space is compacted after a question; a data set without any data is deleted.
-// False, with an alert, when something could not be stored; it lies then beside the data file as far as it
-// was stored before.
+// Ends the session in an orderly way. store: what was changed in Modify mode is stored, as a bundle where the
+// settings ask for it; a file with much unused space is compacted after a question; a data set without any
+// data is deleted. False, with an alert, when something could not be stored; it lies then beside the data
+// file as far as it was stored before.
 bool CloseDataFile(DataSession& session, bool store = false);
 
 // Stores the trees of a data set that is open for changes, and leaves it open.

@@ -46,6 +46,8 @@ void ConfigSample(Sample& s) {
     Config.ConfigIndex = 0;
 }
 
+const Sample Blank = {false, 0, 0, 0, 0, 'y', 'z', 0, "", {}, {}, {}, {}};
+
 constexpr const char* Written = "Flag  TRUE\n"
                                 "Cardinal 4000000000\n"
                                 "Int -70000\n"
@@ -79,7 +81,7 @@ TEST(Config, EachKindIsWrittenInItsFormAndReadBack) {
     ConfigSample(sample);
     ASSERT_TRUE(EndConfig());
     EXPECT_EQ(Support::ReadWhole(path), Written);
-    Sample empty = {false, 0, 0, 0, 0, 'y', 'z', 0, "", {}, {}, {}, {}};
+    Sample empty = Blank;
     ASSERT_TRUE(BeginConfig(path, false));
     ConfigSample(empty);
     EXPECT_EQ(Config.ConfigMissing, 0);
@@ -89,7 +91,7 @@ TEST(Config, EachKindIsWrittenInItsFormAndReadBack) {
     for (const char* const end : {"\r\n", "\r", "\n\n\n \t "}) {
         std::string text;
         for (const char* c = Written; *c; ++c) *c == '\n' ? text += end : text += *c;
-        Sample again = {false, 0, 0, 0, 0, 'y', 'z', 0, "", {}, {}, {}, {}};
+        Sample again = Blank;
         BeginConfigText(text);
         ConfigSample(again);
         EXPECT_EQ(again, sample);
@@ -250,24 +252,6 @@ TEST(Config, TheCheckSumAddsTheWordsOfEachLine) {
         EXPECT_EQ(computed, one.Sum) << one.Text;
         EXPECT_EQ(stored, std::string_view(one.Text).find("CRC 17") == std::string_view::npos ? 0u : 17u);
     }
-}
-
-TEST(Config, KeptLinesComeBackInTheirOrderAndAreListed) {
-    const Support::TempFolder folder;
-    std::vector<std::string> lines;
-    BeginConfigText("Z 1\nPhoto_b \"x  y\"\n  Photo_a -1\nPhotoShow 1\nPhoto_b 2\nPhoto\n");
-    ConfigKept("Photo_", lines);
-    EXPECT_EQ(lines, (std::vector<std::string>{"Photo_b \"x  y\"", "Photo_a -1", "Photo_b 2"}));
-    EXPECT_EQ(Config.ConfigMissing, 0);
-    ASSERT_TRUE(BeginConfig(folder.At("a"), true));
-    ConfigKept("Photo_", lines);
-    ASSERT_TRUE(EndConfig());
-    EXPECT_EQ(Support::ReadWhole(folder.At("a")), "Photo_b \"x  y\"\nPhoto_a -1\nPhoto_b 2\n");
-    BeginConfigList();
-    ConfigKept("Photo_", lines);
-    const std::vector<ConfigEntry> entries = EndConfigList();
-    ASSERT_EQ(entries.size(), 3u);
-    EXPECT_EQ(entries[0].Key + "|" + entries[0].Value, "Photo_b|\"x  y\"");
 }
 
 TEST(Config, AFailedFileStopsThePassAndLeavesWhatWasThere) {

@@ -142,6 +142,7 @@ TEST_F(SettingsFile, EverySettingSurvivesSavingAndLoadingWhateverTheOrderOfTheLi
     const std::string file = Folder.Write("changed.set", text);
     ASSERT_TRUE(LoadConfiguration(file)) << Said.Alerts;
     EXPECT_EQ(Listed(Settings), listed);
+    EXPECT_NE(listed.find("Ampl_y \"2\"\nAmpl_a 3\n"), std::string::npos); // kept as they were
     State.SettingsFile = Folder.At("again.set");
     ASSERT_TRUE(SaveConfiguration(false));
     Settings = {};
@@ -251,7 +252,7 @@ TEST_F(SettingsFile, TheCheckSumCountsUnlessItIsZeroOrAnotherMachines) {
     EXPECT_EQ(Settings.Header.IsLittleEndian, Bytes::MachineIsLittle); // what is saved is ours
 }
 
-TEST_F(SettingsFile, NonsenseFromOutsideIsLimitedAndUndecodedValuesAreNoted) {
+TEST_F(SettingsFile, NonsenseFromOutsideIsLimitedReplacedOrNoted) {
     const struct {
         const char *From, *To, *Listed;
     } cases[] = {
@@ -270,6 +271,10 @@ TEST_F(SettingsFile, NonsenseFromOutsideIsLimitedAndUndecodedValuesAreNoted) {
         {"SeriesFitType 1", "SeriesFitType 11", "SeriesFitType 1\n"},
         {"BinSize 0.001", "BinSize 0", "BinSize 0.001\n"},
         {"UseBundle  TRUE", "UseBundle  perhaps", "UseBundle TRUE\n"},
+        // A fit block of another kind or version is replaced as a whole.
+        {"FitLeft 40", "FitLeft 77", "FitLeft 77\n"},
+        {"9.10\"\nFitLeft 40", "9.20\"\nFitLeft 77", "FitVersion 9.10\nFitLeft 40\n"},
+        {"FIT\"\nFitVersion \"9.10\"\nFitLeft 40", "FAT\"\nFitVersion \"9.10\"\nFitLeft 77", "FitLeft 40\n"},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.To);
@@ -277,21 +282,6 @@ TEST_F(SettingsFile, NonsenseFromOutsideIsLimitedAndUndecodedValuesAreNoted) {
         EXPECT_NE(Listed(Settings).find(one.Listed), std::string::npos);
     }
     EXPECT_EQ(Said.Notes, "\"" + Folder.At("a.set") + "\": \"UseBundle\": encoding error.\n");
-}
-
-TEST_F(SettingsFile, AFitBlockOfAnotherVersionIsReplacedAsAWhole) {
-    const struct {
-        const char *From, *To;
-        int Left;
-    } cases[] = {{"FitLeft 40", "FitLeft 77", 77},
-                 {"FitVersion \"9.10\"\nFitLeft 40", "FitVersion \"9.20\"\nFitLeft 77", 40},
-                 {"FitID \"FIT\"\nFitVersion \"9.10\"\nFitLeft 40",
-                  "FitID \"FAT\"\nFitVersion \"9.10\"\nFitLeft 77", 40}};
-    for (const auto& one : cases) {
-        ASSERT_TRUE(LoadConfiguration(Folder.Write("a.set", DefaultsWith(Folder, one.From, one.To))));
-        EXPECT_EQ(Settings.FitParams.FitLeft, one.Left) << one.To;
-        EXPECT_STREQ(Settings.FitParams.FitVersion.data(), "9.10");
-    }
 }
 
 TEST_F(SettingsFile, SavingKeepsTheOldFileAndTellsWhetherTheUserEverSaved) {
@@ -330,7 +320,7 @@ TEST_F(SettingsFile, AFailureWhileSavingLeavesAWholeFileUnderTheName) {
         const Support::FailingFiles disk;
         Support::TheDisk.Room = room;
         Said.Alerts.clear();
-        EXPECT_FALSE(SaveConfiguration(false));
+        EXPECT_FALSE(SaveConfiguration(true));
         const bool copied = room >= bytes;
         EXPECT_EQ(Said.Alerts.find(copied ? "Error saving Configuration: Error closing Configuration file"
                                           : "New Configuration not saved. Could not rename old Configuration "
@@ -341,6 +331,7 @@ TEST_F(SettingsFile, AFailureWhileSavingLeavesAWholeFileUnderTheName) {
         EXPECT_EQ(Support::ReadWhole(State.SettingsFile), first);
         EXPECT_EQ(Folder.Count(), copied ? 2 : 1);
         EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
+        EXPECT_TRUE(Settings.MaxFileBytes == 4 && !Settings.Header.NeverStored); // nor is the record
     }
     State.SettingsFile = Folder.At("none/a.set");
     Said.Alerts.clear();
@@ -409,45 +400,44 @@ TEST_F(SettingsAtStart, ABadFileOfTheUserIsNotedABadNamedOneEndsTheStart) {
 }
 
 TEST_F(SettingsAtStart, AUserWhoCanBeAskedFindsAFileTakesTheDefaultsOrEnds) {
-    const std::string found = Known(Folder.At("found.set"), 20004);
+    const std::string found = Known(Folder.At("found.set"), 20004), none = Folder.At("none.set");
     std::vector<int> answers;
-    std::vector<std::string> files, texts;
+    std::vector<std::string> files;
+    std::string text;
     Messages::HookTable hooks;
-    hooks.AskChoice = [&](std::string_view text, const Messages::Choice& choice) {
-        texts.emplace_back(text);
-        EXPECT_STREQ(choice.Buttons[0], "Find File");
-        EXPECT_STREQ(choice.Buttons[1], "Set Defaults");
-        const int answer = answers.front();
-        answers.erase(answers.begin());
+    hooks.AskChoice = [&](std::string_view asked, const Messages::Choice& choice) {
+        text = asked;
+        EXPECT_EQ(std::string(choice.Buttons[0]) + choice.Buttons[1], "Find FileSet Defaults");
+        const int answer = answers.back();
+        answers.pop_back();
         return answer;
     };
     Hooks.FindFile = [&](std::string_view kind, std::string_view extension) {
         EXPECT_EQ(std::string(kind) + std::string(extension), "Configuration file.set");
-        const std::string file = files.front();
-        files.erase(files.begin());
+        const std::string file = files.back();
+        files.pop_back();
         return file;
     };
     const Messages::HookTable former = Messages::Install(hooks);
     const struct {
-        std::vector<int> Answers;
+        std::string Named;
+        std::vector<int> Answers; // the last one first
         std::vector<std::string> Files;
-        bool Goes;
-        int Points;
-    } cases[] = {{{1}, {}, true, 262144},
-                 {{2}, {}, false, 262144},
-                 {{0, 0, 0}, {"", Folder.At("none.set"), found}, true, 20004}};
+        int Points; // 0: the start ends
+        const char* Text;
+    } cases[] = {{"", {1}, {}, 262144, "Default  CONFIGURATION  File not found:"},
+                 {"", {2}, {}, 0, "Default  CONFIGURATION  File not found:"},
+                 {"", {0, 0, 0}, {found, none, ""}, 20004, "Default  CONFIGURATION  File not found:"},
+                 {none, {1}, {}, 262144, "Error loading Configuration:\nUser CONFIGURATION File not found!"}};
     for (const auto& one : cases) {
         answers = one.Answers;
         files = one.Files;
-        EXPECT_EQ(LoadSettings({.NamedFile = "", .Ask = true}), one.Goes);
-        EXPECT_EQ(static_cast<int>(State.State) < 5, one.Goes);
-        EXPECT_EQ(Settings.MaxSamplePoints, one.Points);
+        EXPECT_EQ(LoadSettings({.NamedFile = one.Named, .Ask = true}), one.Points != 0);
+        EXPECT_EQ(static_cast<int>(State.State) >= 5, one.Points == 0);
+        EXPECT_EQ(Settings.MaxSamplePoints, one.Points != 0 ? one.Points : 262144);
         EXPECT_TRUE(answers.empty() && files.empty());
+        EXPECT_TRUE(text.starts_with(one.Text)) << text;
+        EXPECT_EQ(State.SettingsFile == found, !one.Files.empty());
     }
-    EXPECT_EQ(State.SettingsFile, found);
-    answers = {1};
-    EXPECT_TRUE(LoadSettings({.NamedFile = Folder.At("none.set"), .Ask = true}));
     Messages::Install(former);
-    EXPECT_EQ(texts.front().find("Default  CONFIGURATION  File not found:"), 0u);
-    EXPECT_EQ(texts.back().find("Error loading Configuration:\nUser CONFIGURATION File not found!"), 0u);
 }
