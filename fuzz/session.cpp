@@ -149,10 +149,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     PutSafetyNet(path);
 
     DataSession session;
-    if (!OpenDataFile(session, path, {.Mode = OpenMode::Modify})) {
-        MemoryDisk::Now.Handles.clear();
-        return 0;
-    }
+    if (!OpenDataFile(session, path, {.Mode = OpenMode::Modify})) return 0;
     if (operations != 0) MemoryDisk::Now.UntilPulled = operations;
     for (std::size_t i = 0; i < count && !session.FileName.empty(); ++i)
         Commands[commands[2 * i] % std::size(Commands)].Do(Select(session, commands[2 * i + 1]));

@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 
 namespace {
 
@@ -134,32 +135,40 @@ void KeepParameterValues(const DataSession& session, DataSession& other) {
     });
 }
 
-// The other set's records as they will stand in the merged file.
-void RaiseReferences(const DataSession& session, Other& other) {
+// The other set's records as they will stand in the merged file. False when a number has no place above those
+// of the open data set.
+bool RaiseReferences(const DataSession& session, Other& other) {
     DataSession& set = other.Set;
     void* const root = Tree::Root(set.Vennic.Handle);
     const void* const ownRoot = Tree::Root(session.Vennic.Handle);
+    bool fits = true;
+    const auto raise = [&](std::int32_t& number, std::int32_t by) {
+        const std::int64_t raised = std::int64_t{number} + by;
+        fits = fits && raised <= std::numeric_limits<std::int32_t>::max();
+        if (fits) number = static_cast<std::int32_t>(raised);
+    };
     const std::int32_t stimulations = Tree::ChildCount(Tree::Root(session.Stim.Handle));
-    ForEachAt<VennicSweep>(root, 3, [&](VennicSweep& sweep) { sweep.SwStimCount += stimulations; });
+    ForEachAt<VennicSweep>(root, 3, [&](VennicSweep& sweep) { raise(sweep.SwStimCount, stimulations); });
 
     const void* const ownAmpl = Tree::Root(session.Ampl.Handle);
     const std::int32_t states = std::max(HighestAt(ownRoot, 2, &VennicSeries::SeAmplStateRef),
                                          HighestAt(ownAmpl, 1, &AmplSeries::AsSeriesCount));
     ForEachAt<VennicSeries>(root, 2, [&](VennicSeries& series) {
-        if (series.SeAmplStateRef > 0) series.SeAmplStateRef += states;
+        if (series.SeAmplStateRef > 0) raise(series.SeAmplStateRef, states);
     });
     ForEachAt<AmplSeries>(Tree::Root(set.Ampl.Handle), 1,
-                          [&](AmplSeries& series) { series.AsSeriesCount += states; });
+                          [&](AmplSeries& series) { raise(series.AsSeriesCount, states); });
 
     const std::int32_t solutions =
         HighestAt(Tree::Root(session.Solution.Handle), 1, &SolutionRecord::SrNumber);
     ForEachAt<VennicTrace>(root, 4, [&](VennicTrace& trace) {
-        if (trace.TrInternalSolution > 0) trace.TrInternalSolution += solutions;
-        if (trace.TrExternalSolution > 0) trace.TrExternalSolution += solutions;
+        if (trace.TrInternalSolution > 0) raise(trace.TrInternalSolution, solutions);
+        if (trace.TrExternalSolution > 0) raise(trace.TrExternalSolution, solutions);
     });
     ForEachAt<SolutionRecord>(Tree::Root(set.Solution.Handle), 1,
-                              [&](SolutionRecord& solution) { solution.SrNumber += solutions; });
+                              [&](SolutionRecord& solution) { raise(solution.SrNumber, solutions); });
     KeepParameterValues(session, set);
+    return fits || MergeFailed(set.FileName, "its records have numbers that cannot be raised.");
 }
 
 bool AppendAnalysis(DataSession& session, int firstNewGroup) {
@@ -243,7 +252,6 @@ bool Merge(DataSession& session, Other& other, Rebuild::NewDataFile& file) {
     }
     Rebuild::Redirection ownRecords(own, Bytes::MachineIsLittle);
     Rebuild::Redirection otherRecords(other.Moved, Bytes::MachineIsLittle);
-    RaiseReferences(session, other);
     session.DataEnd = end;
     if (AppendTrees(session, other) && Decide(session, other, file)) {
         file.TakeOver(end);
@@ -278,7 +286,9 @@ bool MergeDataFile(DataSession& session, const std::string& path) {
     const Files::Stamp others = Files::StampOf(Files::ExtensionOf(path).empty() ? path + ".dat" : path);
     if (own.Device == others.Device && own.Node == others.Node)
         return MergeFailed(path, "it is the data file that is open.");
-    if (!UpdateDataFile(session) || !ReadOther(other, path) || !FitTogether(session, other.Set)) return false;
+    if (!UpdateDataFile(session) || !ReadOther(other, path) || !FitTogether(session, other.Set) ||
+        !RaiseReferences(session, other))
+        return false;
     {
         Rebuild::NewDataFile file(session);
         if (!Merge(session, other, file)) return false;
