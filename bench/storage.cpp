@@ -157,7 +157,7 @@ const std::string& TraceFile() {
 void LoadTrace(benchmark::State& state) {
     Setup::Settings.MaxSamplePoints = static_cast<std::int32_t>(TracePoints);
     DataSession session;
-    if (!OpenDataFile(session, TraceFile(), OpenMode::Read)) std::abort();
+    if (!OpenDataFile(session, TraceFile())) std::abort();
     auto* const sweep = session.CurSweep;
     auto* const trace = session.CurTrace;
     if (!Traces::LoadTrace(session, sweep, trace, session.DataHeap)) std::abort();

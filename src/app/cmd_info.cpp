@@ -1,11 +1,14 @@
-// info: the record trees of a data set or of a tree file, as an overview, field by field, or as JSON.
+// info: the record trees of a data set or of a tree file, as an overview, field by field, or as JSON; the
+// keys of a settings file.
 #include "app/command_line.h"
 #include "app/commands.h"
 #include "app/json.h"
+#include "app/settings_list.h"
 #include "base/messages.h"
 #include "base/time_scale.h"
+#include "online/online_file.h"
+#include "setup/settings_file.h"
 #include "trees/ampl_tree.h"
-#include "trees/online_tree.h"
 #include "trees/solution_tree.h"
 #include "trees/stim_tree.h"
 
@@ -171,7 +174,15 @@ const TreeRow* RowOf(std::string_view key) {
     return nullptr;
 }
 
+int ShowOnlineFile(const Arguments& arguments, const TreeRow& row) {
+    OnlineAnalysis analysis;
+    if (!OnlineTree::Load(analysis, arguments.File, true)) return CommandLine::Failed;
+    const SessionTree tree{analysis.Tree, analysis.Info, true};
+    return Print(arguments, nullptr, {{&row, &tree}}) ? CommandLine::Done : CommandLine::Failed;
+}
+
 int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
+    if (row.Define == OnlineTree::Define) return ShowOnlineFile(arguments, row);
     SessionTree tree;
     tree.Handle = row.Define("InfoBuf.HE", {});
     const auto guard = std::unique_ptr<Tree::Handle*, void (*)(Tree::Handle**)>(
@@ -181,8 +192,6 @@ int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
         Messages::Alert("Error reading " + std::string(row.Format.Title) + " Tree: " + Tree::Reason(error));
         return CommandLine::Failed;
     }
-    if (row.Define == OnlineTree::Define && !OnlineTree::EnsureMethod(tree.Handle))
-        return CommandLine::Failed;
     return Print(arguments, nullptr, {{&row, &tree}}) ? CommandLine::Done : CommandLine::Failed;
 }
 
@@ -198,6 +207,13 @@ int ShowDataSet(const Arguments& arguments, const std::vector<const TreeRow*>& w
     return Print(arguments, &session, trees) ? CommandLine::Done : CommandLine::Failed;
 }
 
+int ShowSettings(const Arguments& arguments) {
+    if (!Setup::LoadConfiguration(arguments.File)) return CommandLine::Failed;
+    return SettingsList::Print(arguments.File, SettingsList::Entries(Setup::Settings), {}, arguments.AsJson)
+               ? CommandLine::Done
+               : CommandLine::Failed;
+}
+
 int Info(const Arguments& arguments) {
     std::vector<const TreeRow*> wanted;
     std::stringstream keys(arguments.Trees);
@@ -210,6 +226,7 @@ int Info(const Arguments& arguments) {
     if (wanted.empty())
         for (const TreeRow& row : Trees) wanted.push_back(&row);
     const std::string extension = Files::ExtensionOf(arguments.File);
+    if (extension == ".set") return ShowSettings(arguments);
     for (const TreeRow& row : Trees)
         if (extension == row.Format.Extension) return ShowTreeFile(arguments, row);
     return ShowDataSet(arguments, wanted);
@@ -219,7 +236,8 @@ int Info(const Arguments& arguments) {
 
 Procedure DeclareInfo(CLI::App& command) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file (.dat) or tree file")->required();
+    command.add_option("FILE", arguments->File, "Data file (.dat), tree file, or settings file (.set)")
+        ->required();
     command.add_option("--tree", arguments->Trees, "Show all fields of these trees: vnc,pgf,amp,sol,ana,onl");
     command.add_flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Info(*arguments); };

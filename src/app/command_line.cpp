@@ -1,10 +1,11 @@
 #include "app/command_line.h"
 
 #include "app/commands.h"
+#include "app/interrupt.h"
 #include "app/start.h"
 #include "base/messages.h"
 #include "data/scratch.h"
-#include "setup/settings.h"
+#include "setup/settings_file.h"
 
 #include <algorithm>
 #include <charconv>
@@ -96,19 +97,28 @@ constexpr CommandRow Rows[] = {
     {"trace", "Print a corrected trace as CSV, JSON or NumPy file", Commands::DeclareTrace},
     {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
     {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
+    {"bundle", "Put the trees of a data set into its data file", Commands::DeclareBundle},
+    {"unbundle", "Put the trees of a bundle beside its data file", Commands::DeclareUnbundle},
+    {"rebuild", "Put the samples of a data file in order", Commands::DeclareRebuild},
+    {"merge", "Append the groups of another data set", Commands::DeclareMerge},
+    {"compress", "Replace samples by the means of each so many", Commands::DeclareCompress},
+    {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
 
-// The longest trace of the tree: a run without a window makes room for it, as a start with larger settings
-// would.
-std::int32_t LongestTrace(const void* record) {
-    if (Tree::Level(record) == 4) return static_cast<const VennicTrace*>(record)->TrDataPoints;
-    std::int32_t longest = 0;
-    for (int i = 1; i <= Tree::ChildCount(record); ++i)
-        longest = std::max(longest, LongestTrace(Tree::Child(record, i)));
-    return longest;
+// The settings of a start, but for the corrections of traces: on the command line these are what a command's
+// options say, whatever the user saw last in a window.
+bool TakeSettings(const std::string& namedFile) {
+    if (!Setup::LoadSettings({.NamedFile = namedFile})) return false;
+    const Setup::SettingsRecord defaults;
+    Setup::Settings.NoLeakSubtraction = defaults.NoLeakSubtraction;
+    Setup::Settings.SubtractZero = defaults.SubtractZero;
+    Setup::Settings.SubtractReference = defaults.SubtractReference;
+    Setup::Settings.UseTraceBuffers = defaults.UseTraceBuffers;
+    Setup::Settings.TraceFilterFactor = defaults.TraceFilterFactor;
+    if (!Setup::State.ReadFile.empty()) Messages::Log("Startup file: \"" + Setup::State.ReadFile + "\"");
+    return true;
 }
-
 }
 
 bool InstallHooks() {
@@ -121,6 +131,7 @@ bool InstallHooks() {
     hooks.Status = ShowStatus;
     hooks.AskYesNo = AnswerQuestion;
     hooks.AskChoice = AnswerChoice;
+    hooks.Break = Interrupt::Requested;
     Messages::Install(std::move(hooks));
     return true;
 }
@@ -133,6 +144,11 @@ int Run(const std::vector<std::string>& arguments) {
     std::string answer = "ask";
     app.add_option("--answer", answer, "How questions are answered: yes, no or ask")
         ->check(CLI::IsMember({"yes", "no", "ask"}));
+    std::string mode;
+    app.add_option("--mode", mode, "How the data set is opened: modify, read or analysis")
+        ->check(CLI::IsMember({"modify", "read", "analysis"}));
+    std::string settingsFile;
+    app.add_option("--settings", settingsFile, "Settings file to use instead of the user's own");
     app.add_flag("--verbose", Options.Verbose, "Show routine messages as well");
 
     std::vector<std::pair<CLI::App*, Commands::Procedure>> commands;
@@ -150,10 +166,16 @@ int Run(const std::vector<std::string>& arguments) {
         return asked ? Done : WrongUse;
     }
     Options.Answer = answer == "yes" ? Answer::Yes : answer == "no" ? Answer::No : Answer::Ask;
+    Options.Mode = mode.empty()       ? std::nullopt
+                   : mode == "modify" ? std::optional(OpenMode::Modify)
+                   : mode == "read"   ? std::optional(OpenMode::Read)
+                                      : std::optional(OpenMode::Analysis);
 
     for (const auto& [command, procedure] : commands) {
         if (!command->parsed()) continue;
-        const int status = procedure();
+        if (!TakeSettings(settingsFile)) return Failed;
+        int status = procedure();
+        if (!CloseDataFile(OpenSession, true)) status = Failed;
         ClearStatus();
         return OutputWritten() ? status : Failed;
     }
@@ -166,24 +188,20 @@ DataSession& Session() {
 }
 
 void CloseSession() {
-    CloseDataFile(OpenSession);
+    OpenSession.AnalysisWritable = false; // this end is not orderly: a recovery copy stays
+    (void)CloseDataFile(OpenSession, false);
 }
 
 bool Open(const std::string& path, OpenMode mode) {
-    if (!OpenDataFile(OpenSession, path, mode)) return false;
-    // A damaged record can name any number of points; room is made only for what the file can hold.
-    std::int64_t fileLength = 0;
-    if (Files::Length(OpenSession.DataFile, fileLength) != 0) fileLength = 0;
-    constexpr std::int64_t ShortestSample = 2;
-    const std::int64_t longest = std::min<std::int64_t>(LongestTrace(Tree::Root(OpenSession.Vennic.Handle)),
-                                                        fileLength / ShortestSample);
-    if (longest > Setup::Settings.MaxSamplePoints) {
-        Scratch::Release();
-        Setup::Settings.MaxSamplePoints = Setup::LimitedSamplePoints(longest);
-        Setup::Settings.MaxStimPoints =
-            std::max(Setup::Settings.MaxStimPoints, Setup::Settings.MaxSamplePoints);
-    }
-    return true;
+    const std::string version = Start::VersionName();
+    return OpenDataFile(OpenSession, path,
+                        {.Mode = Options.Mode.value_or(mode), .MakeRoom = true, .ProgramVersion = version});
+}
+
+bool OpenForChanges(const std::string& path) {
+    if (!Options.Mode || Options.Mode == OpenMode::Modify) return Open(path, OpenMode::Modify);
+    Messages::Alert("Cannot modify: data file opened read-only.");
+    return false;
 }
 
 std::string Target::Text() const {

@@ -3,6 +3,7 @@
 #pragma once
 #include "data/session.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,8 @@ enum class Answer { Ask, Yes, No }; // Ask: on a terminal; elsewhere the questio
 
 struct MessageOptions {
     CommandLine::Answer Answer = Answer::Ask;
-    bool Verbose = false; // show the routine log as well
+    bool Verbose = false;         // show the routine log as well
+    std::optional<OpenMode> Mode; // how a data set is opened, instead of the command's own way
 };
 extern MessageOptions Options;
 
@@ -29,8 +31,11 @@ extern MessageOptions Options;
 [[nodiscard]] DataSession& Session();
 void CloseSession();
 
-// Opens it, with room for its longest trace. False when the reason has been said.
+// Opens it, with room for its longest trace, in the mode that the user asked for or else in the given one.
+// False when the reason has been said. What was changed is stored when the command has ended.
 [[nodiscard]] bool Open(const std::string& path, OpenMode mode);
+// The same for a command that can do nothing else.
+[[nodiscard]] bool OpenForChanges(const std::string& path);
 
 // Positions in the tree, from 1: "2.1.3" is group 2, series 1, sweep 3.
 struct Target {

@@ -13,6 +13,12 @@ Procedure DeclareInfo(CLI::App& command);
 Procedure DeclareTrace(CLI::App& command);
 Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
+Procedure DeclareBundle(CLI::App& command);
+Procedure DeclareUnbundle(CLI::App& command);
+Procedure DeclareRebuild(CLI::App& command);
+Procedure DeclareMerge(CLI::App& command);
+Procedure DeclareCompress(CLI::App& command);
+Procedure DeclareSettings(CLI::App& command);
 Procedure DeclareDemo(CLI::App& command);
 
 }

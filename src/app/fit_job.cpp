@@ -5,6 +5,7 @@
 #include "app/json.h"
 #include "base/messages.h"
 #include "data/analysis_file.h"
+#include "data/recovery_copy.h"
 #include "data/sweep_stimulus.h"
 #include "fit/sweep_fit.h"
 #include "setup/settings.h"
@@ -320,7 +321,10 @@ int RunFitJob(const FitJob& job) {
     Setup::Settings.TraceFilterFactor.fill(job.FilterHz);
 
     std::vector<Row> rows;
-    engine.Finished = [&](const SweepFit::Report& report) { rows.push_back(KeepRow(engine, report)); };
+    engine.Finished = [&](const SweepFit::Report& report) {
+        rows.push_back(KeepRow(engine, report));
+        if (job.Store) RecoveryCopy::Keep(engine.Session);
+    };
     Progress progress{engine.Session};
     engine.Poll = [&progress] {
         progress.Count();

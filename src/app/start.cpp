@@ -4,6 +4,7 @@
 #include "base/messages.h"
 #include "base/units.h"
 #include "data/scratch.h"
+#include "setup/settings_file.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +20,7 @@ bool ShutdownDone = false;
 bool SetProductDefaults() {
     State.ProgramName = "Qorvanite";
     State.ProgramVersion = "v" QORVANITE_VERSION;
+    Setup::State.ProgramVersion = State.ProgramVersion;
     State.NoHardware = true;
     State.FitEnabled = true;
     return true;

@@ -25,6 +25,12 @@ constexpr std::size_t AreaMax = std::size_t{16} << 20;
 // pay for one by one.
 constexpr std::size_t LargePage = std::size_t{2} << 20;
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define __SANITIZE_ADDRESS__ 1
+#endif
+#endif
+
 #if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
 bool IsMapped(std::size_t bytes) {
     return bytes >= LargePage;

@@ -18,7 +18,11 @@ namespace Files {
 
 namespace {
 
+#ifdef QORVANITE_FUZZ
+constexpr std::size_t BlockSize = 4096; // so that small files cross its edges
+#else
 constexpr std::size_t BlockSize = std::size_t{256} << 10;
+#endif
 
 int Failure() {
     return errno ? -errno : -EIO;
@@ -127,6 +131,28 @@ std::int64_t NativeFreeSpace(const char* path) {
     return static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
 }
 
+bool NativeExists(const char* path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+bool NativeIsStillAt(int handle, const char* path) {
+    struct stat open {
+    }, named{};
+    return ::fstat(handle, &open) == 0 && ::stat(path, &named) == 0 && open.st_dev == named.st_dev &&
+           open.st_ino == named.st_ino;
+}
+
+Stamp NativeStampOf(const char* path) {
+    struct stat status {};
+    if (::stat(path, &status) != 0) return {};
+    constexpr std::int64_t Second = 1'000'000'000;
+    return {.Device = status.st_dev,
+            .Node = status.st_ino,
+            .Length = status.st_size,
+            .ChangedAt = std::int64_t{status.st_mtim.tv_sec} * Second + status.st_mtim.tv_nsec};
+}
+
 constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
@@ -140,6 +166,9 @@ constexpr Platform NativePlatform = {
     .FlushFolder = NativeFlushFolder,
     .Lock = NativeLock,
     .FreeSpace = NativeFreeSpace,
+    .Exists = NativeExists,
+    .IsStillAt = NativeIsStillAt,
+    .StampOf = NativeStampOf,
 };
 
 Platform Current = NativePlatform;
@@ -224,8 +253,7 @@ int Remove(const std::string& path) {
 }
 
 bool Exists(const std::string& path) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return Current.Exists(path.c_str());
 }
 
 int FlushFolder(const std::string& path) {
@@ -248,11 +276,53 @@ int FreeSpace(const std::string& path, std::int64_t& bytes) {
     return n < 0 ? static_cast<int>(-n) : 0;
 }
 
+int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt) {
+    std::vector<std::byte> block(BlockSize);
+    for (std::int64_t done = 0; done < bytes;) {
+        const auto most = static_cast<std::size_t>(std::min<std::int64_t>(bytes - done, BlockSize));
+        std::size_t got = 0;
+        int error = ReadAt(from, fromAt + done, std::span(block).first(most), got);
+        if (error == 0 && got == 0) error = EIO;
+        if (error == 0) error = WriteAt(to, toAt + done, std::span(block).first(got));
+        if (error != 0) return error;
+        done += static_cast<std::int64_t>(got);
+    }
+    return 0;
+}
+
+int CopyFile(const std::string& from, const std::string& to) {
+    File source, target;
+    std::int64_t length = 0;
+    int error = Open(source, from, Mode::Read);
+    if (error == 0) error = Length(source, length);
+    if (error == 0) error = Open(target, to, Mode::Create);
+    if (error != 0) return error;
+    TakePermissions(target, from);
+    error = CopyBytes(source, 0, length, target, 0);
+    if (error == 0) error = Flush(target);
+    const int closing = Close(target);
+    if (error == 0) error = closing;
+    if (error != 0) (void)Remove(to);
+    return error;
+}
+
+void TakePermissions(File& file, const std::string& from) {
+    struct stat status {};
+    if (::stat(from.c_str(), &status) == 0) (void)::fchmod(file.Handle, status.st_mode & 07777);
+}
+
+Stamp StampOf(const std::string& path) {
+    return Current.StampOf(path.c_str());
+}
+
+std::string FreeName(const std::string& path, std::string_view ending) {
+    std::string name = path + std::string(ending);
+    for (int n = 2; Exists(name); ++n) name = path + std::string(ending) + std::to_string(n);
+    return name;
+}
+
 bool IsStillAt(const File& file, const std::string& path) {
-    struct stat open {
-    }, named{};
-    return ::fstat(file.Handle, &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    return Current.IsStillAt(file.Handle, path.c_str());
 }
 
 std::string ErrorText(int code) {

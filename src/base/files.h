@@ -27,6 +27,14 @@ enum class LockKind : std::uint8_t {
     Done,      // ends Reader or NoReaders
 };
 
+// What tells one state of a file from another: its place on the disk, length and time of the last change.
+struct Stamp {
+    std::uint64_t Device = 0, Node = 0;
+    std::int64_t Length = -1;   // -1: there is no such file
+    std::int64_t ChangedAt = 0; // ns
+    bool operator==(const Stamp&) const = default;
+};
+
 // The platform's operations; a negative result stands for -error.
 struct Platform {
     int (*Open)(const char* path, Mode mode);
@@ -42,6 +50,9 @@ struct Platform {
         const char* path); // returns when names made or removed beside the path are on the disk
     int (*Lock)(int handle, LockKind kind);      // -EWOULDBLOCK when another one holds it
     std::int64_t (*FreeSpace)(const char* path); // bytes that this user can still write to the path's disk
+    bool (*Exists)(const char* path);
+    bool (*IsStillAt)(int handle, const char* path);
+    Stamp (*StampOf)(const char* path);
 };
 
 // The table in use. Tests replace it for a while.
@@ -79,6 +90,16 @@ int Close(File& file);
 [[nodiscard]] int Lock(File& file, LockKind kind);
 [[nodiscard]] bool LockedByAnother(int error);
 [[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
+// Copies a stretch of one file into another, through a block of memory. EIO when the source ends early.
+[[nodiscard]] int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt);
+// A flushed copy of a whole file under a new name.
+[[nodiscard]] int CopyFile(const std::string& from, const std::string& to);
+// A new file that takes another one's place gets its permissions, as far as this user may give them.
+void TakePermissions(File& file, const std::string& from);
+[[nodiscard]] Stamp StampOf(const std::string& path);
+// A path beside the given one that is not in use: with the ending behind it, and a number where that is
+// taken.
+[[nodiscard]] std::string FreeName(const std::string& path, std::string_view ending);
 // True when the open file is still the one that the path leads to.
 [[nodiscard]] bool IsStillAt(const File& file, const std::string& path);
 

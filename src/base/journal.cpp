@@ -19,7 +19,9 @@ enum class Part : std::uint8_t { Written, Moved };
 // Where a path leads in the end, as far as it exists.
 std::filesystem::path Resolved(const std::string& path) {
     std::error_code ignored;
-    std::filesystem::path real = std::filesystem::weakly_canonical(path, ignored);
+    // A name alone that does not exist would stay without its folder.
+    const std::filesystem::path full = std::filesystem::absolute(path, ignored);
+    std::filesystem::path real = std::filesystem::weakly_canonical(full, ignored);
     return real.empty() ? std::filesystem::path(path) : real;
 }
 
@@ -175,8 +177,11 @@ int Change::Commit(bool& decided) {
             Discard(own->File) == 0 || (PresentLength(own->File.Name, length) == 0 && length <= 0);
         decided = own->Complete && !gone;
     } else {
-        decided = true;
-        error = DoSteps(own->File);
+        bool begun = false;
+        error = DoSteps(own->File, begun);
+        // A change whose first step is refused is better given up than left to wait.
+        const bool givenUp = error != 0 && !begun && Discard(own->File) == 0;
+        decided = !givenUp;
         if (error == 0) error = Discard(own->File);
     }
     delete own;

@@ -169,17 +169,32 @@ Found RecoverFrom(Files::File& journal, int& error) {
     error = Compare(journal, fits);
     if (error != 0) return Found::Failed;
     if (!fits) return Found::Foreign;
-    error = DoSteps(journal);
+    bool begun = false;
+    error = DoSteps(journal, begun);
     if (error == 0) error = Discard(journal);
     return error == 0 ? Found::Completed : Found::Failed;
+}
+
+// Where nothing can be written, a journal that was never decided says nothing either.
+Found LookAt(const std::string& path, int& error) {
+    Files::File journal;
+    std::int64_t length = 0;
+    State state = State::Unfinished;
+    if (Acquire(journal, path, Files::Mode::Read) != 0 || Files::Length(journal, length) != 0 ||
+        (length > 0 && ReadState(journal, length, state) != 0) || state != State::Unfinished)
+        return Found::Failed;
+    error = 0;
+    return Found::Nothing;
 }
 
 }
 
 Found Recover(const std::string& owner, int& error) {
     Files::File journal;
-    error = Acquire(journal, NameFor(owner), Files::Mode::ReadWrite);
+    const std::string path = NameFor(owner);
+    error = Acquire(journal, path, Files::Mode::ReadWrite);
     if (error == 0) return RecoverFrom(journal, error);
+    if (error == EROFS || error == EACCES || error == EPERM) return LookAt(path, error);
     if (error != EWOULDBLOCK && !NotThere(error)) return Found::Failed;
     return std::exchange(error, 0) == EWOULDBLOCK ? Found::Busy : Found::Nothing;
 }

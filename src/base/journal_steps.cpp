@@ -114,7 +114,8 @@ int Acquire(Files::File& file, const std::string& path, Files::Mode mode) {
 
 // Nothing need be flushed between two steps: until all are on the disk the journal is there to repeat them,
 // and no file has a part in both kinds of steps.
-int DoSteps(Files::File& journal) {
+int DoSteps(Files::File& journal, bool& begun) {
+    begun = false;
     Files::Reader reader(journal, HeaderBytes);
     int error = reader.Open();
     OpenFiles files;
@@ -130,13 +131,16 @@ int DoSteps(Files::File& journal) {
             std::int64_t length = 0;
             error = PresentLength(path, length);
             if (error == 0 && length >= 0) error = Files::Rename(path, Beside(journal.Name, entry.NewName));
+            begun = begun || error == 0;
         } else if (entry.Kind == KindRemove) {
             namesChanged = true;
             error = Files::Remove(path);
             if (error == ENOENT) error = 0;
+            begun = begun || error == 0;
         } else {
             Files::File* file = nullptr;
             error = OpenForStep(files, path, namesChanged, file);
+            begun = begun || error == 0; // a write that fails may have got half-way
             if (error == 0)
                 error = entry.Kind == KindLength ? Files::SetLength(*file, entry.NewLength)
                                                  : CopyBytes(reader, entry, *file, piece);

@@ -55,8 +55,8 @@ template <class T>
 // (EWOULDBLOCK).
 [[nodiscard]] int Acquire(Files::File& file, const std::string& path, Files::Mode mode);
 
-// Does the steps of a complete journal; at the return they are on the disk.
-[[nodiscard]] int DoSteps(Files::File& journal);
+// Does the steps of a complete journal; at the return they are on the disk. begun: something has been changed.
+[[nodiscard]] int DoSteps(Files::File& journal, bool& begun);
 
 // Makes a journal that has been done, or must not be done, say nothing any more, also after a power cut.
 [[nodiscard]] int Discard(Files::File& journal);

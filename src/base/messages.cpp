@@ -43,6 +43,26 @@ int AskChoice(std::string_view text, const Choice& choice) {
     return Hooks.AskChoice ? Hooks.AskChoice(text, choice) : choice.Default;
 }
 
+bool BreakAsked() {
+    return Hooks.Break && Hooks.Break();
+}
+
+Progress::Progress(std::string title, std::int64_t total) : Title(std::move(title)), Total(total) {}
+
+Progress::~Progress() {
+    if (ShownPercent >= 0) Status("");
+}
+
+bool Progress::Add(std::int64_t done) {
+    Done += done;
+    const std::int64_t percent = Total > 0 ? Done * 100 / Total : 100;
+    if (percent != ShownPercent) {
+        ShownPercent = percent;
+        Status(Title + " " + std::to_string(percent) + " %");
+    }
+    return !BreakAsked();
+}
+
 Recorder::Recorder() {
     HookTable hooks;
     hooks.Alert = [this](std::string_view text) { AddLine(Alerts, text); };

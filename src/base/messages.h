@@ -2,6 +2,7 @@
 // A window installs its own hooks; a headless run installs plain ones; a test collects what was said.
 // Nothing here decides anything: the callers choose the words, the hooks choose the place.
 #pragma once
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -25,6 +26,7 @@ struct HookTable {
     std::function<bool(std::string_view text, bool defaultAnswer)> AskYesNo; // true for Yes
     // Shows the text with one button a choice and returns the index of the one pressed.
     std::function<int(std::string_view text, const Choice& choice)> AskChoice;
+    std::function<bool()> Break; // true once the user wants long work to stop
 };
 
 // Replaces the hooks and returns the former ones. An empty hook falls back to the silent one:
@@ -37,6 +39,24 @@ void Log(std::string_view line);
 void Status(std::string_view line);
 [[nodiscard]] bool AskYesNo(std::string_view text, bool defaultAnswer);
 [[nodiscard]] int AskChoice(std::string_view text, const Choice& choice);
+
+[[nodiscard]] bool BreakAsked();
+
+// Long work of a known size: shows how far it is as status line, and listens for a Break.
+class Progress {
+public:
+    Progress(std::string title, std::int64_t total);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    // More of it is done. False when the user wants it to stop.
+    [[nodiscard]] bool Add(std::int64_t done);
+
+private:
+    std::string Title;
+    std::int64_t Total, Done = 0, ShownPercent = -1;
+};
 
 // Collects all messages of a stretch of work; the former hooks come back at its end.
 // Questions are answered by Answer, or by their default while it is empty; a choice by its Yes or No.

@@ -1,8 +1,11 @@
 #include "data/analysis_file.h"
 
 #include "base/messages.h"
+#include "data/recovery_copy.h"
+#include "data/set_store.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace AnalysisFile {
 
@@ -84,13 +87,11 @@ void ForgetPath(DataSession& session) {
     session.CurAValue = nullptr;
 }
 
-// Moves a file that the program could not use out of the way, to the first free name.
-int SetAside(const std::string& path) {
-    std::string target = path + ".old";
-    for (int n = 2; Files::Exists(target); ++n) target = path + ".old" + std::to_string(n);
-    const int error = Files::Rename(path, target);
-    if (error == 0) Messages::Note("The former analysis file is kept as \"" + target + "\".");
-    return error;
+// The new file and the former one, which the program could not use, change places in one step.
+bool SaveBeside(DataSession& session, const std::string& path) {
+    SetStore::Step step(session);
+    return step.Begin() && step.SetAside(path) && step.AddTree(session.Analysis.Handle, path) &&
+           step.Commit();
 }
 
 }
@@ -138,7 +139,9 @@ bool LoadAnalysisFile(DataSession& session, const std::string& path) {
 }
 
 bool LinkAnalysis(DataSession& session) {
-    return LoadAnalysisFile(session, FileName(session));
+    if (!LoadAnalysisFile(session, FileName(session))) return false;
+    if (session.AnalysisWritable) RecoveryCopy::Offer(session);
+    return session.Analysis.Handle != nullptr;
 }
 
 bool AnalysisTreeCheck(const DataSession& session, bool verbose) {
@@ -160,22 +163,30 @@ bool AnalysisTreeCheck(const DataSession& session, bool verbose) {
 }
 
 bool AppendGroup(DataSession& session) {
+    session.AnalysisShapeChanged = true;
+    ++session.AnalysisRevision;
     return Tree::Append(session.Analysis.Handle, Tree::Root(session.Analysis.Handle)) != nullptr;
 }
 
 bool AppendSeries(DataSession& session, const VennicGroup* group) {
+    session.AnalysisShapeChanged = true;
+    ++session.AnalysisRevision;
     void* const mirror = MirrorOf(session, group);
     return mirror && Tree::Append(session.Analysis.Handle, mirror) != nullptr;
 }
 
 void DeleteGroup(DataSession& session, const VennicGroup* group) {
     void* mirror = MirrorOf(session, group);
+    session.AnalysisShapeChanged = true;
+    ++session.AnalysisRevision;
     ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
 
 void DeleteSeries(DataSession& session, const VennicGroup* group, const VennicSeries* series) {
     void* mirror = MirrorOf(session, group, series);
+    session.AnalysisShapeChanged = true;
+    ++session.AnalysisRevision;
     ForgetPath(session);
     Tree::Delete(session.Analysis.Handle, mirror);
 }
@@ -183,6 +194,7 @@ void DeleteSeries(DataSession& session, const VennicGroup* group, const VennicSe
 void DeleteSweepValues(DataSession& session, const VennicGroup* group, const VennicSeries* series,
                        const VennicSweep* sweep) {
     session.CurAValue = nullptr;
+    ++session.AnalysisRevision;
     const void* const mirror = MirrorOf(session, group, series);
     for (int r = 1; r <= Tree::ChildCount(mirror); ++r) {
         const void* const record = Tree::Child(mirror, r);
@@ -197,24 +209,41 @@ std::string FileName(const DataSession& session) {
     return Files::WithExtension(session.FileName, AnalysisTree::Format.Extension);
 }
 
+namespace {
+
+bool Save(DataSession& session, const std::string& path) {
+    if (session.AnalysisUnreadable) {
+        if (!SaveBeside(session, path)) return false;
+        session.AnalysisUnreadable = false;
+        return true;
+    }
+    if (session.AnalysisShapeChanged && session.Modify) {
+        // It fits only the trees that are as new as it is.
+        const bool had = std::exchange(session.Analysis.FromFile, true);
+        if (SetStore::StoreTrees(session)) return true;
+        session.Analysis.FromFile = had;
+        return false;
+    }
+    const int error = Tree::Store(path, session.Analysis.Handle, true);
+    if (error == Tree::Success) return true;
+    Messages::Alert(SetStore::StoreFailure(AnalysisTree::Format.Extension, Tree::Reason(error)));
+    return false;
+}
+
+}
+
 bool SaveAnalysis(DataSession& session) {
     if (!session.Modify && !session.AnalysisWritable) {
         Messages::Alert("Cannot modify: data file opened read-only.");
         return false;
     }
-    const std::string path = FileName(session);
-    if (session.AnalysisUnreadable) {
-        const int error = SetAside(path);
-        if (error != 0) {
-            Messages::Alert("Error storing \".ana\"-file: " + Files::ErrorText(error));
-            return false;
-        }
-        session.AnalysisUnreadable = false;
+    if (!Save(session, FileName(session))) {
+        RecoveryCopy::SaveFailed(session);
+        return false;
     }
-    const int error = Tree::Store(path, session.Analysis.Handle, true);
-    if (error == Tree::Success) return true;
-    Messages::Alert("Error storing \".ana\"-file: " + Tree::Reason(error));
-    return false;
+    session.Analysis.FromFile = true;
+    RecoveryCopy::Saved(session);
+    return true;
 }
 
 }

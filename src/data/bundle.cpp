@@ -114,8 +114,8 @@ bool ReadBundleHeader(Header& header, Files::File& file, bool forWriting, bool c
     return true;
 }
 
-bool WriteBundleHeader(Header& header, Files::File& file, bool fresh, bool keepTime,
-                       std::string_view version) {
+std::array<std::byte, HeaderBytes> HeaderImage(Header& header, bool fresh, bool keepTime,
+                                               std::string_view version) {
     if (fresh) {
         const double time = keepTime ? header.Time : TimeScale::Now();
         header = {};
@@ -128,7 +128,12 @@ bool WriteBundleHeader(Header& header, Files::File& file, bool fresh, bool keepT
     header.HeaderCRC = 0;
     std::array<std::byte, HeaderBytes> bytes{};
     Convert(Fields, bytes.data(), reinterpret_cast<std::byte*>(&header), Mode::Write);
-    return Files::WriteAt(file, 0, bytes) == 0;
+    return bytes;
+}
+
+bool WriteBundleHeader(Header& header, Files::File& file, bool fresh, bool keepTime,
+                       std::string_view version) {
+    return Files::WriteAt(file, 0, HeaderImage(header, fresh, keepTime, version)) == 0;
 }
 
 const Item* FindItem(const Header& header, std::string_view extension) {

@@ -68,7 +68,11 @@ inline constexpr std::array<std::string_view, 6> Extensions = {".dat", ".vnc", "
 // for writing. Without the check flag the item count and the checksum are not looked at.
 [[nodiscard]] bool ReadBundleHeader(Header& header, Files::File& file, bool forWriting, bool check);
 
-// Writes the header; a fresh one is "DAT1" without items, of the present time unless keepTime is set.
+// The header's bytes for a file written here; a fresh one is "DAT1" without items, of the present time unless
+// keepTime is set. The header becomes what is written.
+[[nodiscard]] std::array<std::byte, HeaderBytes> HeaderImage(Header& header, bool fresh, bool keepTime,
+                                                             std::string_view version);
+// Writes them.
 [[nodiscard]] bool WriteBundleHeader(Header& header, Files::File& file, bool fresh, bool keepTime,
                                      std::string_view version);
 

@@ -95,14 +95,12 @@ std::int64_t EndOf(const VennicTrace& trace) {
     return trace.TrFileOffset + (blocks - 1) * trace.TrInterleaveSkip + trace.TrInterleaveSize;
 }
 
-std::int64_t ComputeDataEnd(const void* record, std::int64_t dataStart) {
+std::int64_t ComputeDataEnd(const void* root, std::int64_t dataStart) {
     std::int64_t end = dataStart;
-    if (!Tree::IsValid(record)) return end;
-    if (Tree::Level(record) == 4) {
-        const auto& trace = *static_cast<const VennicTrace*>(record);
-        return trace.TrDataPoints > 0 && !trace.IsTemporary ? std::max(end, EndOf(trace)) : end;
-    }
-    for (int i = 1; i <= Tree::ChildCount(record); ++i) end = ComputeDataEnd(Tree::Child(record, i), end);
+    ForEachStored(root, [&](const VennicTrace& trace) {
+        end = std::max(end, EndOf(trace));
+        return true;
+    });
     return end;
 }
 

@@ -25,6 +25,20 @@ namespace RawData {
 // The first byte behind the trace's samples.
 [[nodiscard]] std::int64_t EndOf(const VennicTrace& trace);
 
+// Calls visit(trace) for every trace below the record, or the record itself, that is valid, has points and is
+// not temporary, in tree order. Stops with false when a call returns false.
+template <class Visit>
+bool ForEachStored(const void* record, Visit&& visit) {
+    if (!record || !Tree::IsValid(record)) return true;
+    if (Tree::Level(record) == 4) {
+        auto& trace = *static_cast<VennicTrace*>(const_cast<void*>(record));
+        return trace.TrDataPoints <= 0 || trace.IsTemporary || visit(trace);
+    }
+    for (int i = 1; i <= Tree::ChildCount(record); ++i)
+        if (!ForEachStored(Tree::Child(record, i), visit)) return false;
+    return true;
+}
+
 // The first byte behind all samples of the tree's valid traces, at least dataStart.
 [[nodiscard]] std::int64_t ComputeDataEnd(const void* root, std::int64_t dataStart);
 

@@ -162,6 +162,7 @@ bool SweepFitPass(Engine& engine, Pass pass) {
     FitRange::TakeUnits(*trace, engine.Params, engine.Work);
     if (pass != Pass::Skip && !PrepareData(engine)) return false;
     const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
+    if (pass != Pass::Show) ++session.AnalysisRevision;
     if (NeedsNewRecord(engine, StoredCount(params))) {
         if (!NewRecord(engine, params)) return false;
         if (pass == Pass::Show) pass = Pass::ShowAndStore;

@@ -138,12 +138,17 @@ Tree::Handle* Define(std::string_view heapName, const RecordTree::LoadOptions& o
     return RecordTree::Define(Format, heapName, LastLoad, options);
 }
 
+OnlineMethod* AppendMethod(Tree::Handle* tree, std::string_view name) {
+    if (!Tree::Root(tree)) return nullptr; // what is appended to nothing is a root
+    auto* const method = static_cast<OnlineMethod*>(Tree::Append(tree, Tree::Root(tree)));
+    if (method) Texts::ToField(method->OmName, name);
+    return method;
+}
+
 bool EnsureMethod(Tree::Handle* tree) {
     if (!Tree::Root(tree)) return false;
     if (Tree::ChildCount(Tree::Root(tree)) > 0) return true;
-    auto* const method = static_cast<OnlineMethod*>(Tree::Append(tree, Tree::Root(tree)));
-    if (method) Texts::ToField(method->OmName, "OA-1");
-    return method != nullptr;
+    return AppendMethod(tree, DefaultName) != nullptr;
 }
 
 }

@@ -79,7 +79,12 @@ extern RecordTree::LoadReport LastLoad;
 [[nodiscard]] Tree::Handle* Define(std::string_view heapName = HeapName,
                                    const RecordTree::LoadOptions& options = {});
 
-// An empty tree gets one default method, "OA-1".
+inline constexpr const char* DefaultName = "OA-1";
+
+// A method of that name without functions, at the end; none without memory.
+[[nodiscard]] OnlineMethod* AppendMethod(Tree::Handle* tree, std::string_view name);
+
+// A tree without methods gets the default one.
 [[nodiscard]] bool EnsureMethod(Tree::Handle* tree);
 
 }

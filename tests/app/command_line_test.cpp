@@ -2,41 +2,21 @@
 #include "app/command_line.h"
 #include "base/bytes.h"
 #include "setup/settings.h"
-#include "support/fixtures.h"
+#include "support/program.h"
 #include "support/tree_bytes.h"
 
 #include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <sys/wait.h>
 #include <vector>
 
 using Support::Json;
+using Support::Qorvanite;
+using Support::Result;
+using Support::RunJson;
 
 namespace {
-
-struct Result {
-    int Status = -1;
-    std::string Out, Errors;
-};
-
-// Runs the built program among the recordings, with its input closed. The words go through the shell.
-Result Qorvanite(const std::string& words, const std::string& out = "") {
-    const Support::TempFolder folder;
-    const std::string output = out.empty() ? folder.At("out") : out;
-    const std::string line = "cd '" + Support::Recording("") + "' && '" QORVANITE_PROGRAM "' " + words +
-                             " </dev/null >'" + output + "' 2>'" + folder.At("errors") + "'";
-    const int status = std::system(line.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out.empty() ? Support::ReadWhole(output) : "",
-            Support::ReadWhole(folder.At("errors"))};
-}
-
-Json RunJson(const std::string& words) {
-    const Result result = Qorvanite(words + " --json");
-    EXPECT_EQ(result.Status, 0) << result.Errors;
-    return Json::parse(result.Out, nullptr, false);
-}
 
 // The n-th record of a level, counted through the whole tree.
 const Json* Pick(const Json& record, int level, int& number) {

@@ -20,7 +20,7 @@ double TauOf(int sweep) {
 class SweepFitting : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(OpenDataFile(Session, Path, OpenMode::Analysis));
+        ASSERT_TRUE(OpenDataFile(Session, Path, {.Mode = OpenMode::Analysis}));
         Engine.Params.FitType = SweepFitType::Exponential;
         Select(1);
     }

@@ -23,7 +23,7 @@ public:
     OpenedData(OpenedData&&) = delete;
 
     bool Open(const std::string& path, OpenMode mode = OpenMode::Read) {
-        return IsOpen = OpenDataFile(Session, path, mode);
+        return IsOpen = OpenDataFile(Session, path, {.Mode = mode});
     }
     // The record of a path of positions from the root down; none where there is no such record.
     [[nodiscard]] void* Find(const std::vector<int>& path) const {
