@@ -1,5 +1,6 @@
 // Question: does a large data set open as fast as the machine can read it, in little more memory than its
-// records take, and does it go away at once? And does a long trace load at the speed of copying its bytes?
+// records take, and does it go away at once? What does it cost to store one more sweep? And does a long trace
+// load at the speed of copying its bytes?
 //
 // Last answer: see docs/architecture.md, "What it costs"; bench/storage_peers prints the ratios.
 #include "base/buffer.h"
@@ -27,25 +28,59 @@ std::string PathOf(const char* name) {
     return (std::filesystem::temp_directory_path() / ("qorvanite_bench_" + std::string(name))).string();
 }
 
-// A tree of so many thousand sweeps with two traces each.
+void AppendSweep(Tree::Handle* tree, VennicSeries* series) {
+    VennicSweep* const sweep = VennicTree::NewSweep(tree, series, 0);
+    for (int t = 0; t < 2; ++t) (void)VennicTree::NewTrace(tree, sweep, 0);
+}
+
+// A tree of so many series with so many sweeps of two traces each.
+Tree::Handle* BuildTree(int seriesCount, int sweeps) {
+    Tree::Handle* tree = VennicTree::Define("BenchWrite.HE");
+    VennicRoot* const root = VennicTree::NewRoot(tree, 262144, "benchmark");
+    VennicGroup* const group = VennicTree::NewGroup(tree, root, 0);
+    for (int s = 0; s < seriesCount; ++s) {
+        VennicSeries* const series = VennicTree::NewSeries(tree, group, 0);
+        for (int w = 0; w < sweeps; ++w) AppendSweep(tree, series);
+    }
+    return tree;
+}
+
+// The file of so many thousand sweeps.
 const std::string& TreeFile(int thousands) {
     static std::string paths[101];
     std::string& path = paths[thousands];
     if (!path.empty()) return path;
     path = PathOf(("tree" + std::to_string(thousands) + ".vnc").c_str());
-    Tree::Handle* tree = VennicTree::Define("BenchWrite.HE");
-    VennicRoot* const root = VennicTree::NewRoot(tree, 262144, "benchmark");
-    VennicGroup* const group = VennicTree::NewGroup(tree, root, 0);
-    for (int s = 0; s < thousands; ++s) {
-        VennicSeries* const series = VennicTree::NewSeries(tree, group, 0);
-        for (int w = 0; w < SweepsASeries; ++w) {
-            VennicSweep* const sweep = VennicTree::NewSweep(tree, series, 0);
-            for (int t = 0; t < 2; ++t) (void)VennicTree::NewTrace(tree, sweep, 0);
-        }
-    }
+    Tree::Handle* tree = BuildTree(thousands, SweepsASeries);
     if (Tree::Store(path, tree, true) != Tree::Success) std::abort();
     Tree::Dispose(tree);
     return path;
+}
+
+// Stores a tree of 100 000 sweeps, in so many series, as a whole.
+void RewriteTree(benchmark::State& state) {
+    const auto series = static_cast<int>(state.range(0));
+    Tree::Handle* tree = BuildTree(series, 100 * SweepsASeries / series);
+    const std::string path = PathOf("rewrite.vnc");
+    for (auto step : state)
+        if (Tree::Store(path, tree, true) != Tree::Success) state.SkipWithError("not stored");
+    Tree::Dispose(tree);
+    std::filesystem::remove(path);
+}
+
+// The same tree with one more sweep at its end each time; the waiting for the disk is part of it.
+void StoreOneMoreSweep(benchmark::State& state) {
+    const auto series = static_cast<int>(state.range(0));
+    Tree::Handle* tree = BuildTree(series, 100 * SweepsASeries / series);
+    const std::string path = PathOf("increment.vnc");
+    if (Tree::Store(path, tree, true) != Tree::Success) std::abort();
+    auto* const last = Tree::ChildAs<VennicSeries>(Tree::Child(Tree::Root(tree), 1), series);
+    for (auto step : state) {
+        AppendSweep(tree, last);
+        if (Tree::Store(path, tree, false) != Tree::Success) state.SkipWithError("not stored");
+    }
+    Tree::Dispose(tree);
+    std::filesystem::remove(path);
 }
 
 void LoadTree(benchmark::State& state) {
@@ -162,6 +197,8 @@ void CopyBoth(benchmark::State& state) {
 BENCHMARK(LoadTree)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK(ReadFile)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK(DisposeTree)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMicrosecond)->Iterations(10);
+BENCHMARK(RewriteTree)->Arg(100)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(StoreOneMoreSweep)->Arg(100)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(LoadTrace)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(CopySameTraffic)->Unit(benchmark::kMillisecond);
 BENCHMARK(CopyBoth)->Unit(benchmark::kMillisecond);
