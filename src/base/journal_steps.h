@@ -55,7 +55,8 @@ template <class T>
 // (EWOULDBLOCK).
 [[nodiscard]] int Acquire(Files::File& file, const std::string& path, Files::Mode mode);
 
-// Does the steps of a complete journal; at the return they are on the disk. begun: something has been changed.
+// Does the steps of a complete journal; at the return they are on the disk. begun: something has been
+// changed.
 [[nodiscard]] int DoSteps(Files::File& journal, bool& begun);
 
 // Makes a journal that has been done, or must not be done, say nothing any more, also after a power cut.
