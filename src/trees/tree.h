@@ -59,6 +59,7 @@ struct Handle {
     Buffer::Heap* Heap = nullptr; // all records and child vectors of the tree lie in it
     std::int64_t StoredSize = 0;  // of the last successful store, 0 for none
     std::string StoredName;       // the file of that store; empty when it went into a bundle
+    Files::Stamp StoredStamp;     // of that file, right after the store
 };
 
 // The text of the last failure of any operation below; each of them clears it on entry.
@@ -114,6 +115,9 @@ struct FileInfo {
     bool Swapped = false;
 };
 
+// Loading and storing by name first complete what a crash has left of a change of the file; they fail when
+// that cannot be done, and when another program is in the middle of one.
+
 // Reads the header, and as many bytes of the root record as rootBytes has, without loading anything.
 [[nodiscard]] int LoadInfo(const std::string& path, int highestLevel, FileInfo& info,
                            std::span<std::byte> rootBytes);
@@ -126,8 +130,10 @@ struct FileInfo {
 [[nodiscard]] int LoadAt(Files::File& file, std::int64_t offset, Handle* handle, FileInfo& info);
 
 // Writes a tree as a file by itself: whole, beside the old file and put in its place at the end; or, without
-// the rewrite flag, into the file that the last store left, from the first record on whose place or number of
-// children has changed. A change inside of a record alone needs a rewrite.
+// the rewrite flag, into the file that the last store left: the records that are new, have moved, or whose
+// children have changed in number or order. That goes by way of a journal, so that a crash leaves the old
+// tree or the new one; it costs time for what has changed, however large the tree is. A change inside of a
+// record alone needs a rewrite. A file that is no longer as the last store left it is written whole.
 [[nodiscard]] int Store(const std::string& path, Handle* handle, bool rewrite);
 // Writes the whole tree into an open file at an offset.
 [[nodiscard]] int StoreAt(Files::File& file, std::int64_t offset, Handle* handle, std::int64_t& size);

@@ -21,6 +21,7 @@ class Patch {
 public:
     Patch(const std::string& path, std::int64_t oldEnd) : Path(path), DirectFrom(oldEnd + DirectBehind) {}
 
+    [[nodiscard]] int Begin() { return Change.Begin(Path); }
     [[nodiscard]] int Write(std::int64_t position, std::span<const std::byte> bytes);
     [[nodiscard]] int Commit();
 
@@ -35,7 +36,6 @@ private:
     const std::string& Path;
     std::int64_t DirectFrom;
     Journal::Change Change;
-    bool Begun = false;
     std::int64_t RunStart = 0; // bytes that follow each other make one step
     std::vector<std::byte> Run;
     Files::File File;
@@ -44,9 +44,7 @@ private:
 
 int Patch::EndRun() {
     if (Run.empty()) return 0;
-    int error = Begun ? 0 : Change.Begin(Path);
-    Begun = true;
-    if (error == 0) error = Change.Write(Path, RunStart, Run);
+    const int error = Change.Write(Path, RunStart, Run);
     RunStart += static_cast<std::int64_t>(Run.size());
     Run.clear();
     return error;
@@ -87,7 +85,7 @@ int Patch::Commit() {
     if (error == 0 && Behind) error = Behind->Finish();
     if (error == 0 && Behind) error = Files::Flush(File);
     bool decided = false;
-    return error == 0 && Begun ? Change.Commit(decided) : error;
+    return error == 0 ? Change.Commit(decided) : error;
 }
 
 // Storing: the state of one walk. One of the targets is there.
@@ -191,13 +189,11 @@ int StoreWhole(Files::File& file, std::int64_t offset, Handle& handle, std::int6
     return error;
 }
 
-// Positions that were learnt from another file, or from one that was cut since, say nothing about this one.
+// Positions that were learnt from another file, or from one that somebody has changed since, say nothing
+// about this one.
 bool HoldsLastStore(const std::string& path, const Handle& handle) {
-    if (handle.StoredSize <= 0 || handle.StoredName != path || !Files::Exists(path)) return false;
-    Files::File file;
-    std::int64_t length = 0;
-    return Files::Open(file, path, Files::Mode::Read) == 0 && Files::Length(file, length) == 0 &&
-           length >= handle.StoredSize;
+    return handle.Root && handle.StoredSize > 0 && handle.StoredName == path &&
+           Files::StampOf(path) == handle.StoredStamp;
 }
 
 int StoreRewrite(const std::string& path, Handle& handle, std::int64_t& size) {
@@ -214,10 +210,16 @@ int StoreRewrite(const std::string& path, Handle& handle, std::int64_t& size) {
 }
 
 int StoreChanges(const std::string& path, Handle& handle, std::int64_t oldSize, std::int64_t& size) {
-    Patch changes(path, oldSize);
     const auto headerBytes = static_cast<std::int64_t>((2 + handle.FileSizes.size()) * sizeof(std::uint32_t));
+    const Header& root = HeaderOf(handle.Root);
+    size = oldSize;
+    if (root.StoredPos == headerBytes && root.StoredBytes != 0 && root.FirstChanged == 0) return Success;
+
+    Patch changes(path, oldSize);
+    const int beginError = changes.Begin();
+    if (beginError != 0) return FileFailure("Tree.Store - opening file failed", beginError);
     StorePass store{handle, nullptr, &changes, headerBytes};
-    int error = handle.Root ? StoreRecord(store, handle.Root, false) : Success;
+    int error = StoreRecord(store, handle.Root, false);
     if (error == Success) {
         const int writeError = changes.Commit();
         if (writeError != 0) error = WriteFailure(4, writeError);
@@ -244,6 +246,7 @@ int Store(const std::string& path, Handle* handle, bool rewrite) {
     if (error == Success) {
         handle->StoredSize = size;
         handle->StoredName = path;
+        handle->StoredStamp = Files::StampOf(path);
     } else if (handle->Root) {
         // What the records say of their places is true of no file now.
         HeaderOf(handle->Root).StoredBytes = 0;

@@ -422,10 +422,11 @@ TEST_F(TreeEngine, AnIncrementalStoreTrustsOnlyItsOwnFile) {
     ASSERT_EQ(Tree::Store(path, Trees, false), 0);
     const std::string image = Support::StoredImage(Trees);
     EXPECT_NE(Support::ReadWhole(path), image);
-    for (int i = 0; i < 2; ++i) { // another file, and one that is gone
+    for (int i = 0; i < 3; ++i) { // another file, one that has been replaced, and one that is gone
         ASSERT_EQ(Tree::Store(other, Trees, false), 0);
         EXPECT_EQ(Support::ReadWhole(other), image);
-        if (i == 0) std::filesystem::remove(other);
+        if (i == 0) std::filesystem::rename(folder.Write("c", std::string(image.size(), 'c')), other);
+        if (i == 1) std::filesystem::remove(other);
     }
     Tree::FileInfo info;
     ASSERT_EQ(Tree::Load(other, Trees, info), 0);
@@ -438,9 +439,6 @@ TEST_F(TreeEngine, AFailedStoreKeepsTheOldFileAndCanBeRepeated) {
     void* const root = Grow(2);
     const Support::TempFolder folder;
     const std::string path = folder.At("t");
-    ASSERT_EQ(Tree::Store(path, Trees, true), 0);
-    const std::string old = Support::ReadWhole(path);
-    (void)Add(root, 30);
     const struct {
         const char* Message;
         int Code;
@@ -454,11 +452,14 @@ TEST_F(TreeEngine, AFailedStoreKeepsTheOldFileAndCanBeRepeated) {
         {"Tree.Store - RamToFile failed", -1, true, [] { Convertible = false; }},
         {"Tree.Store - opening file failed", EACCES, false, [] { Support::TheDisk.OpenError = EACCES; }},
         {"Tree.Store - write error (4)", ENOSPC, false, [] { Support::TheDisk.Room = 20; }},
+        {"Tree.Store - write error (4)", EIO, false, [] { Support::TheDisk.FlushError = EIO; }},
+        {"Tree.Store - RamToFile failed", -1, false, [] { Convertible = false; }},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.Message);
-        Support::WriteWhole(path, old);
-        Trees.Handle->StoredSize = static_cast<std::int64_t>(old.size()); // as if the last store had left it
+        ASSERT_EQ(Tree::Store(path, Trees, false), 0);
+        const std::string old = Support::ReadWhole(path);
+        (void)Add(root, 30);
         const Support::FailingFiles disk;
         one.Break();
         EXPECT_EQ(Tree::Store(path, Trees, one.Rewrite), one.Code);
