@@ -1,0 +1,155 @@
+#include "math/lane_sums.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace LaneSums {
+
+namespace {
+
+constexpr std::size_t Lanes = 8;
+constexpr std::size_t BlockSize = 512; // of the search for extremes
+
+// term(sample, index) for each sample, summed.
+template <class Term>
+[[gnu::always_inline]] inline double SumOf(std::span<const float> samples, const Term& term) {
+    std::array<double, Lanes> sums{}, index{};
+    for (std::size_t lane = 0; lane < Lanes; ++lane) index[lane] = static_cast<double>(lane);
+    const std::size_t whole = samples.size() / Lanes * Lanes;
+    const float* const y = samples.data();
+    for (std::size_t i = 0; i < whole; i += Lanes) {
+#pragma GCC unroll 8
+        for (std::size_t lane = 0; lane < Lanes; ++lane) {
+            sums[lane] += term(static_cast<double>(y[i + lane]), index[lane]);
+            index[lane] += static_cast<double>(Lanes);
+        }
+    }
+    for (std::size_t i = whole; i < samples.size(); ++i)
+        sums[i - whole] += term(static_cast<double>(y[i]), static_cast<double>(i));
+    return ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+}
+
+struct Extreme {
+    float Least = std::numeric_limits<float>::infinity();
+    float Greatest = -std::numeric_limits<float>::infinity();
+};
+
+[[gnu::always_inline]] inline Extreme ExtremeOf(std::span<const float> block) {
+    std::array<float, 2 * Lanes> least, greatest;
+    least.fill(std::numeric_limits<float>::infinity());
+    greatest.fill(-std::numeric_limits<float>::infinity());
+    const std::size_t whole = block.size() / (2 * Lanes) * (2 * Lanes);
+    for (std::size_t i = 0; i < whole; i += 2 * Lanes) {
+#pragma GCC unroll 16
+        for (std::size_t lane = 0; lane < 2 * Lanes; ++lane) {
+            const float y = block[i + lane];
+            least[lane] = y < least[lane] ? y : least[lane];
+            greatest[lane] = y > greatest[lane] ? y : greatest[lane];
+        }
+    }
+    for (std::size_t i = whole; i < block.size(); ++i) {
+        least[0] = block[i] < least[0] ? block[i] : least[0];
+        greatest[0] = block[i] > greatest[0] ? block[i] : greatest[0];
+    }
+    return {*std::min_element(least.begin(), least.end()),
+            *std::max_element(greatest.begin(), greatest.end())};
+}
+
+std::size_t PlaceIn(std::span<const float> samples, std::size_t first, float value) {
+    const auto block = samples.subspan(first, std::min(BlockSize, samples.size() - first));
+    const auto found = std::find(block.begin(), block.end(), value);
+    return found == block.end() ? 0 : first + static_cast<std::size_t>(found - block.begin());
+}
+
+[[gnu::always_inline]] inline Places SearchBlocks(std::span<const float> samples) {
+    Extreme all;
+    std::size_t leastBlock = 0, greatestBlock = 0;
+    for (std::size_t first = 0; first < samples.size(); first += BlockSize) {
+        const Extreme here = ExtremeOf(samples.subspan(first, std::min(BlockSize, samples.size() - first)));
+        if (here.Least < all.Least) {
+            all.Least = here.Least;
+            leastBlock = first;
+        }
+        if (here.Greatest > all.Greatest) {
+            all.Greatest = here.Greatest;
+            greatestBlock = first;
+        }
+    }
+    if (samples.empty()) return {};
+    return {PlaceIn(samples, leastBlock, all.Least), PlaceIn(samples, greatestBlock, all.Greatest)};
+}
+
+constexpr auto Itself = [](double y, double) { return y; };
+constexpr auto Square = [](double y, double) { return y * y; };
+constexpr auto Above = [](double y, double) { return y > 0.0 ? y : 0.0; };
+constexpr auto Below = [](double y, double) { return y < 0.0 ? y : 0.0; };
+constexpr auto ByIndex = [](double y, double index) { return index * y; };
+constexpr auto NotZero = [](double y, double) { return y != 0.0 ? 1.0 : 0.0; };
+
+using SumProcedure = double (*)(std::span<const float>);
+
+template <auto& Term>
+double SumPlain(std::span<const float> samples) {
+    return SumOf(samples, Term);
+}
+Places ExtremesPlain(std::span<const float> samples) {
+    return SearchBlocks(samples);
+}
+
+#if defined(__x86_64__)
+template <auto& Term>
+[[gnu::target("avx2")]] double SumWide(std::span<const float> samples) {
+    return SumOf(samples, Term);
+}
+[[gnu::target("avx2")]] Places ExtremesWide(std::span<const float> samples) {
+    return SearchBlocks(samples);
+}
+const bool UseWide = __builtin_cpu_supports("avx2") != 0;
+#else
+template <auto& Term>
+double SumWide(std::span<const float> samples) {
+    return SumOf(samples, Term);
+}
+Places ExtremesWide(std::span<const float> samples) {
+    return SearchBlocks(samples);
+}
+constexpr bool UseWide = false;
+#endif
+
+template <auto& Term>
+double Run(std::span<const float> samples) {
+    return UseWide ? SumWide<Term>(samples) : SumPlain<Term>(samples);
+}
+
+}
+
+double Sum(std::span<const float> samples) {
+    return Run<Itself>(samples);
+}
+
+double SumOfSquares(std::span<const float> samples) {
+    return Run<Square>(samples);
+}
+
+double SumAbove(std::span<const float> samples) {
+    return Run<Above>(samples);
+}
+
+double SumBelow(std::span<const float> samples) {
+    return Run<Below>(samples);
+}
+
+double SumByIndex(std::span<const float> samples) {
+    return Run<ByIndex>(samples);
+}
+
+std::size_t CountNotZero(std::span<const float> samples) {
+    return static_cast<std::size_t>(Run<NotZero>(samples));
+}
+
+Places Extremes(std::span<const float> samples) {
+    return UseWide ? ExtremesWide(samples) : ExtremesPlain(samples);
+}
+
+}

@@ -1,0 +1,214 @@
+#include "math/measure.h"
+
+#include "math/lane_sums.h"
+#include "math/matrix_inverse.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace Measure {
+
+namespace {
+
+// A polynomial over -1 to 1.
+struct Cubic {
+    std::array<double, 4> Coefficients{}; // of x^0 to x^3
+    [[nodiscard]] double At(double x) const {
+        return ((Coefficients[3] * x + Coefficients[2]) * x + Coefficients[1]) * x + Coefficients[0];
+    }
+};
+
+// The inverse normal matrix of a cubic over count equally spaced points from -1 to 1, of an order as high as
+// the points allow.
+struct Normal {
+    std::size_t Count = 0;
+    int Terms = 0;
+    MatrixInverse::Matrix Inverse;
+};
+
+double Place(std::size_t index, std::size_t count) {
+    return count < 2 ? 0.0 : -1.0 + 2.0 * static_cast<double>(index) / static_cast<double>(count - 1);
+}
+
+void SetUp(Normal& normal, std::size_t count) {
+    normal.Count = count;
+    normal.Terms = static_cast<int>(std::min<std::size_t>(count, 4));
+    std::array<double, 7> moments{};
+    for (std::size_t i = 0; i < count; ++i) {
+        double power = 1.0;
+        for (double& moment : moments) {
+            moment += power;
+            power *= Place(i, count);
+        }
+    }
+    MatrixInverse::Matrix matrix;
+    for (int row = 0; row < normal.Terms; ++row)
+        for (int column = 0; column < normal.Terms; ++column)
+            matrix[row][column] = moments[static_cast<std::size_t>(row + column)];
+    (void)MatrixInverse::Invert(matrix, normal.Inverse, normal.Terms);
+}
+
+// Windows have at most 81 points, and most searches use the same few sizes.
+const Normal& NormalFor(std::size_t count) {
+    static std::array<Normal, 82> table;
+    Normal& normal = table[count];
+    if (normal.Count != count) SetUp(normal, count);
+    return normal;
+}
+
+Cubic FitCubic(std::span<const float> window) {
+    const Normal& normal = NormalFor(window.size());
+    std::array<double, 4> right{};
+    for (std::size_t i = 0; i < window.size(); ++i) {
+        const double x = Place(i, window.size()), y = window[i];
+        right[0] += y;
+        right[1] += x * y;
+        right[2] += x * x * y;
+        right[3] += x * x * x * y;
+    }
+    Cubic cubic;
+    for (int row = 0; row < normal.Terms; ++row)
+        for (int column = 0; column < normal.Terms; ++column)
+            cubic.Coefficients[static_cast<std::size_t>(row)] +=
+                normal.Inverse[row][column] * right[static_cast<std::size_t>(column)];
+    return cubic;
+}
+
+// The stationary point that is a maximum, or a minimum; NaN for none. Of the two roots of the derivative the
+// one nearer to 0 comes from the quotient that loses no digits: a cubic term that is only rounding noise
+// leaves the vertex of a parabola where it is.
+double Stationary(double c1, double c2, double c3, bool maximum) {
+    const double discriminant = 4.0 * c2 * c2 - 12.0 * c3 * c1;
+    if (!(discriminant > 0.0)) return NAN; // none, or an inflection
+    const double root = std::sqrt(discriminant);
+    // The second derivative, 2 c2 + 6 c3 x, is -root at the maximum and root at the minimum.
+    const double signedRoot = maximum ? -root : root;
+    if (c2 != 0.0 && (c2 > 0.0) == (signedRoot > 0.0)) return -2.0 * c1 / (2.0 * c2 + signedRoot);
+    return (signedRoot - 2.0 * c2) / (6.0 * c3);
+}
+
+double VertexOf(double c1, double c2, bool maximum) {
+    return (c2 < 0.0) == maximum ? -c1 / (2.0 * c2) : NAN;
+}
+
+void Refine(std::span<const float> samples, std::size_t first, std::size_t last, double span, bool maximum,
+            Peak& peak) {
+    const std::size_t count = last - first + 1;
+    const Cubic cubic = FitCubic(samples.subspan(first, count));
+    const double c1 = cubic.Coefficients[1], c2 = cubic.Coefficients[2], c3 = cubic.Coefficients[3];
+    const double negligible = 1e-15 * span;
+    double x = NAN;
+    if (std::fabs(c3) >= negligible)
+        x = Stationary(c1, c2, c3, maximum);
+    else if (std::fabs(c2) >= negligible)
+        x = VertexOf(c1, c2, maximum);
+    else if (c1 != 0.0)
+        x = (c1 > 0.0) == maximum ? 1.0 : -1.0;
+    if (!(x >= -1.0 && x <= 1.0)) return;
+    peak.Value = cubic.At(x);
+    peak.Position = static_cast<double>(first) + (x + 1.0) / 2.0 * static_cast<double>(count - 1);
+}
+
+double MeanAt(std::span<const float> samples, std::size_t at, std::size_t average) {
+    double sum = 0.0;
+    for (std::size_t i = at; i < at + average; ++i) sum += samples[i];
+    return sum / static_cast<double>(average);
+}
+
+}
+
+double Mean(std::span<const float> samples) {
+    return LaneSums::Sum(samples) / static_cast<double>(samples.size());
+}
+
+double GatedMean(std::span<const float> samples) {
+    const std::size_t count = LaneSums::CountNotZero(samples);
+    return count == 0 ? 0.0 : LaneSums::Sum(samples) / static_cast<double>(count);
+}
+
+double Variance(std::span<const float> samples) {
+    if (samples.size() < 2) return 0.0;
+    const double sum = LaneSums::Sum(samples);
+    const auto n = static_cast<double>(samples.size());
+    return (LaneSums::SumOfSquares(samples) - sum * (sum / n)) / (n - 1.0);
+}
+
+double SlopePerSample(std::span<const float> samples) {
+    if (samples.size() < 2) return 0.0;
+    const auto n = static_cast<double>(samples.size());
+    const double meanIndex = (n - 1.0) / 2.0;
+    return (LaneSums::SumByIndex(samples) - meanIndex * LaneSums::Sum(samples)) / (n * (n * n - 1.0) / 12.0);
+}
+
+double EndCorrection(std::span<const float> samples) {
+    if (samples.size() < 2) return 0.0;
+    return (static_cast<double>(samples.front()) + samples.back()) / 2.0;
+}
+
+Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t right, PeakKind kind,
+              bool noFit) {
+    const LaneSums::Places found = LaneSums::Extremes(samples.subspan(left, right - left));
+    const std::size_t least = left + found.Least, greatest = left + found.Greatest;
+    const bool maximum =
+        kind == PeakKind::Maximum ||
+        (kind == PeakKind::Larger && std::fabs(samples[greatest]) >= std::fabs(samples[least]));
+    const std::size_t candidate = maximum ? greatest : least;
+    Peak peak{samples[candidate], static_cast<double>(candidate)};
+    if (noFit || right - left < 2) return peak;
+    const std::size_t half = std::max<std::size_t>(std::min<std::size_t>((right - left) / 20, 40), 5);
+    const std::size_t first = candidate - left > half ? candidate - half : left;
+    const std::size_t last = std::min(candidate + half, right - 1);
+    const double span = static_cast<double>(samples[greatest]) - samples[least];
+    Refine(samples, first, last, span, maximum, peak);
+    return peak;
+}
+
+double FindCrossing(std::span<const float> samples, double threshold, std::size_t average) {
+    average = std::max<std::size_t>(average, 1);
+    const double none = static_cast<double>(samples.size()) + 1.0;
+    if (average > samples.size()) return -1.0;
+    const std::size_t end = samples.size() - average; // the last mean stands here
+
+    std::size_t at = 0;
+    double mean = MeanAt(samples, 0, average);
+    while (mean == threshold && at < end) mean = MeanAt(samples, ++at, average);
+    if (mean == threshold) return -1.0;
+    const bool above = mean > threshold;
+    const auto crossed = [&](double value) { return above ? value <= threshold : value > threshold; };
+
+    if (average >= 2 && samples.size() > 10 * average)
+        while (at + average <= end && !crossed(MeanAt(samples, at + average, average))) at += average;
+    double previous = MeanAt(samples, at, average);
+    while (at < end) {
+        mean = MeanAt(samples, ++at, average);
+        if (crossed(mean))
+            return static_cast<double>(at) + static_cast<double>(average / 2) -
+                   (mean - threshold) / (mean - previous);
+        previous = mean;
+    }
+    return none;
+}
+
+double ValueAt(std::span<const float> samples, double position) {
+    if (!(position > 0.0)) return samples.front();
+    const double last = static_cast<double>(samples.size() - 1);
+    if (position >= last) return samples.back();
+    const auto before = static_cast<std::size_t>(position);
+    const double share = position - static_cast<double>(before);
+    const double y = samples[before];
+    return y + share * (samples[before + 1] - y);
+}
+
+Range FindRange(std::int64_t start, double duration, double leftBound, double rightBound, double interval,
+                std::int64_t points) {
+    const double toLeft = duration * leftBound / interval;
+    const double left = static_cast<double>(start) + std::trunc(toLeft + (toLeft < 0.0 ? -0.49999999 : 0.5));
+    const double right = static_cast<double>(start) + std::trunc(duration * rightBound / interval);
+    if (std::isnan(left) || std::isnan(right)) return {};
+    const auto limit = static_cast<double>(points);
+    return {static_cast<std::int64_t>(std::clamp(left, 0.0, limit)),
+            static_cast<std::int64_t>(std::clamp(right, 0.0, limit))};
+}
+
+}

@@ -1,0 +1,133 @@
+// Measurements of a stretch of samples.
+#include "math/lane_sums.h"
+#include "math/measure.h"
+#include "vectors.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace {
+
+using nlohmann::json;
+
+std::vector<float> Samples(const json& list) {
+    std::vector<float> samples;
+    for (const json& value : list) samples.push_back(static_cast<float>(Vectors::Number(value)));
+    return samples;
+}
+
+void ExpectNear(double got, const json& one, const char* name) {
+    const double want = Vectors::Number(one["out"][name]);
+    const json tolerance = one.value("tol", json{{"rel", 1e-9}, {"abs", 1e-12}});
+    const double relative = tolerance.value("rel", 0.0), absolute = tolerance.value("abs", 0.0);
+    const double position = std::string_view(name) == "position" ? one["out"].value("position_tol", 0.0) : 0;
+    EXPECT_NEAR(got, want, std::max(std::max(absolute, position), relative * std::fabs(want)))
+        << one["id"] << " " << name;
+}
+
+double Measured(const std::string& fn, const json& in) {
+    const std::vector<float> all = Samples(in["data"]);
+    const std::size_t left = in["left"], right = in["right"];
+    const auto part = std::span<const float>(all).subspan(left, right - left);
+    const double dx = in["dx"];
+    const double correction = in.value("end_correction", 0) == 1 ? Measure::EndCorrection(part) * dx : 0.0;
+    if (fn == "mean") return Measure::Mean(part);
+    if (fn == "variance") return Measure::Variance(part);
+    if (fn == "slope") return Measure::SlopePerSample(part) / dx;
+    if (fn == "integral") return LaneSums::Sum(part) * dx - correction;
+    if (fn == "anodic") return LaneSums::SumAbove(part) * dx - correction;
+    if (fn == "cathodic") return -LaneSums::SumBelow(part) * dx - correction;
+    const double at = Measure::FindCrossing(part, 0.0, in["avg"]);
+    EXPECT_EQ(fn, "reversal");
+    return Measure::ValueAt(Samples(in["other"]),
+                            (static_cast<double>(left) + at) * dx / in["other_dx"].get<double>());
+}
+
+void Check(const json& one) {
+    const json& in = one["in"];
+    const std::string fn = in["fn"];
+    if (fn == "range") {
+        const Measure::Range range =
+            Measure::FindRange(in["s"], in["d"], in["left_bound"], in["right_bound"], in["dx"], in["points"]);
+        EXPECT_EQ(range.Left, one["out"]["left"].get<std::int64_t>()) << one["id"];
+        EXPECT_EQ(range.Right, one["out"]["right"].get<std::int64_t>()) << one["id"];
+    } else if (fn == "peak") {
+        const int kind = in["kind"];
+        const Measure::Peak peak = Measure::FindPeak(Samples(in["data"]), in["left"], in["right"],
+                                                     kind == 8 || kind == 76   ? Measure::PeakKind::Maximum
+                                                     : kind == 9 || kind == 75 ? Measure::PeakKind::Minimum
+                                                                               : Measure::PeakKind::Larger,
+                                                     in["no_fit"] == 1);
+        ExpectNear(peak.Value, one, "value");
+        ExpectNear(peak.Position, one, "position");
+    } else if (fn == "crossing") {
+        ExpectNear(Measure::FindCrossing(Samples(in["data"]), in["threshold"], in["avg"]), one, "position");
+    } else if (fn != "row") {
+        ExpectNear(Measured(fn, in), one, "value");
+    }
+}
+
+TEST(Measurements, AreWhatTheCasesSay) {
+    for (const json& one : Vectors::Cases("online")) Check(one);
+}
+
+TEST(Measurements, AverageOfManySamplesFindsTheSameCrossingAsEveryStep) {
+    std::vector<float> ramp(5000);
+    for (std::size_t i = 0; i < ramp.size(); ++i) ramp[i] = (static_cast<float>(i) - 3210.5F) * 0.25F;
+    for (const std::size_t average : {1, 2, 7, 100, 499, 500, 501}) { // the coarse stride ends at 500
+        const double half = static_cast<double>(average / 2),
+                     centre = (static_cast<double>(average) - 1.0) / 2.0;
+        EXPECT_NEAR(Measure::FindCrossing(ramp, 0.0, average), 3210.5 - centre + half, 1e-9) << average;
+        for (float& y : ramp) y = -y; // from above
+        EXPECT_NEAR(Measure::FindCrossing(ramp, 0.0, average), 3210.5 - centre + half, 1e-9) << average;
+        for (float& y : ramp) y = -y;
+    }
+    EXPECT_EQ(Measure::FindCrossing(ramp, 1e6, 100), 5001.0);
+    EXPECT_EQ(Measure::FindCrossing(ramp, 0.0, 5001), -1.0);
+    ramp.back() = 1e9F; // in the last step, behind the last whole stride
+    EXPECT_NEAR(Measure::FindCrossing(ramp, 1e6, 3), 4997.0 + 1.0, 1.0);
+}
+
+TEST(Measurements, LanesFindWhatALoopFinds) {
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> value(-40, 40);
+    for (const std::size_t size : {1U, 2U, 7U, 8U, 9U, 31U, 511U, 512U, 513U, 1500U}) {
+        std::vector<float> samples(size);
+        for (float& y : samples) y = static_cast<float>(value(random)) / 8.0F; // sums are exact
+        double sum = 0, squares = 0, above = 0, below = 0, byIndex = 0;
+        std::size_t notZero = 0, least = 0, greatest = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            const double y = samples[i];
+            sum += y;
+            squares += y * y;
+            (y > 0 ? above : below) += y;
+            byIndex += static_cast<double>(i) * y;
+            notZero += y != 0;
+            if (samples[i] < samples[least]) least = i;
+            if (samples[i] > samples[greatest]) greatest = i;
+        }
+        EXPECT_EQ(LaneSums::Sum(samples), sum);
+        EXPECT_EQ(LaneSums::SumOfSquares(samples), squares);
+        EXPECT_EQ(LaneSums::SumAbove(samples), above);
+        EXPECT_EQ(LaneSums::SumBelow(samples), below);
+        EXPECT_EQ(LaneSums::SumByIndex(samples), byIndex);
+        EXPECT_EQ(LaneSums::CountNotZero(samples), notZero);
+        const LaneSums::Places places = LaneSums::Extremes(samples);
+        EXPECT_EQ(places.Least, least) << size;
+        EXPECT_EQ(places.Greatest, greatest) << size;
+    }
+    const LaneSums::Places none = LaneSums::Extremes(std::vector<float>{NAN, NAN});
+    EXPECT_EQ(none.Least + none.Greatest, 0U);
+}
+
+TEST(Measurements, ARangeOfSenselessNumbersIsEmpty) {
+    EXPECT_LE(Measure::FindRange(0, NAN, 0, 1, 1e-3, 100).Count(), 0);
+    EXPECT_LE(Measure::FindRange(0, 1, 0, 1, 0, 0).Count(), 0);
+    EXPECT_LE(Measure::FindRange(200, 1, 0, 1, 1e-2, 100).Count(), 0); // beyond the trace
+    EXPECT_EQ(Measure::FindRange(0, 1e300, -1e300, 1e300, 1e-9, 100).Count(), 100);
+    EXPECT_EQ(Measure::FindRange(10, 1.0, -0.005, 0.5, 1e-2, 100).Left, 10); // -0.5 goes to 0
+}
+
+}
