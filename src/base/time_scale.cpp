@@ -44,9 +44,13 @@ std::string DateText(double time) {
     return text;
 }
 
+double OfDay(double time) {
+    const double ofDay = std::fmod(time, Day);
+    return ofDay < 0 ? ofDay + Day : ofDay;
+}
+
 std::string TimeText(double time, bool withMilliseconds) {
-    double ofDay = std::fmod(time, Day);
-    if (ofDay < 0) ofDay += Day;
+    const double ofDay = OfDay(time);
     if (!std::isfinite(ofDay)) return withMilliseconds ? "************" : "********";
     // Rounded, for the modulus leaves midnight a hair before itself.
     const long milliseconds = std::lround(ofDay * 1000.0) % 86400000;

@@ -11,6 +11,7 @@ namespace TimeScale {
 
 // "2017/05/28" of the time's day; filled with "*" when it cannot be told.
 [[nodiscard]] std::string DateText(double time);
+[[nodiscard]] double OfDay(double time); // the value modulo a day, s from 0 up
 // "13:07:45" of the value modulo a day, with ".123" behind it where milliseconds are asked for.
 [[nodiscard]] std::string TimeText(double time, bool withMilliseconds = false);
 

@@ -35,6 +35,20 @@ int ChannelFor(const DataSession& session, const VennicSweep& sweep, const Venni
     return channels > 0 ? 1 : 0;
 }
 
+bool PlaceInTrace(const SweepStimulus& stimulus, const StimGen::SegmentRow& row, const VennicTrace& trace,
+                  TraceSegment& segment) {
+    if (!row.Stored) return false;
+    // A compressed trace has fewer points than its stimulus.
+    const double interval = stimulus.Stimulation->SsSampleInterval;
+    const double first = std::round(static_cast<double>(row.StoredFirst) * interval / trace.TrXInterval);
+    const double points = row.Duration / trace.TrXInterval;
+    constexpr double FarthestPoint = 0x7fffffff;
+    if (!std::isfinite(points) || !(std::fabs(first) <= FarthestPoint)) return false;
+    segment.Points = points;
+    segment.FirstPoint = static_cast<std::int64_t>(first);
+    return true;
+}
+
 bool FindTraceSegment(const DataSession& session, const VennicSweep& sweep, const VennicTrace& trace,
                       int offset, TraceSegment& segment) {
     const auto refuse = [](const std::string& text) {
@@ -52,14 +66,7 @@ bool FindTraceSegment(const DataSession& session, const VennicSweep& sweep, cons
     const StimGen::SegmentRow& row = table[static_cast<std::size_t>(index - 1)];
     if (!row.Stored) return refuse("Segment " + std::to_string(index) + " is not stored in the trace.");
 
-    // A compressed trace has fewer points than its stimulus.
-    const double interval = stimulus.Stimulation->SsSampleInterval;
-    const double first = std::round(static_cast<double>(row.StoredFirst) * interval / trace.TrXInterval);
-    segment.Points = row.Duration / trace.TrXInterval;
-    constexpr double FarthestPoint = 0x7fffffff;
-    if (!std::isfinite(segment.Points) || !(std::fabs(first) <= FarthestPoint))
-        return refuse("Illegal pulse length");
+    if (!PlaceInTrace(stimulus, row, trace, segment)) return refuse("Illegal pulse length");
     segment.Number = static_cast<int>(index);
-    segment.FirstPoint = static_cast<std::int64_t>(first);
     return true;
 }

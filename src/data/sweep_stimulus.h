@@ -32,6 +32,11 @@ struct TraceSegment {
     double Points = 0;           // its length in points of the trace, not rounded
 };
 
+// Where a segment of the stimulus lies in the trace. False when it is not stored there, or its times make no
+// sense; Number is left alone.
+[[nodiscard]] bool PlaceInTrace(const SweepStimulus& stimulus, const StimGen::SegmentRow& row,
+                                const VennicTrace& trace, TraceSegment& segment);
+
 // The segment of a trace's channel that holds the response: the relevant segment of y values plus the offset,
 // kept within the channel. False, with an alert, when there is none, it is not stored, or its times make no
 // sense.

@@ -1,6 +1,7 @@
 #include "online/function_refs.h"
 
 #include "base/text.h"
+#include "online/kinds.h"
 #include "trees/tree.h"
 
 #include <algorithm>
@@ -11,28 +12,6 @@
 namespace FunctionRefs {
 
 namespace {
-
-enum class Operands : std::uint8_t { None, Left, Both };
-
-// The kinds that compute with results of other functions. Every other kind means something else by OfArgA
-// and OfArgB, if anything.
-struct KindRow {
-    std::uint8_t First, Last; // OfKind
-    FunctionRefs::Operands Operands;
-};
-constexpr KindRow Rows[] = {
-    {29, 32, Operands::Both}, // a + b, a - b, a * b, a / b
-    {33, 38, Operands::Left}, // abs, log, sqr, 1/a, 1/log, 1/sqr
-    {65, 65, Operands::Both}, // a in b
-    {73, 74, Operands::Left}, // atan, 1/atan
-};
-constexpr std::uint8_t EquationKind = 27;
-
-Operands OperandsOf(const OnlineFunction& function) {
-    for (const KindRow& row : Rows)
-        if (function.OfKind >= row.First && function.OfKind <= row.Last) return row.Operands;
-    return Operands::None;
-}
 
 bool IsWordChar(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
@@ -92,7 +71,7 @@ bool OperandFollows(int operand, int position, Places places) {
 bool FunctionFollows(const OnlineFunction& function, int position, Places places) {
     if (HasLeftOperand(function) && !OperandFollows(function.OfArgA, position, places)) return false;
     if (HasRightOperand(function) && !OperandFollows(function.OfArgB, position, places)) return false;
-    if (function.OfKind != EquationKind) return true;
+    if (function.OfKind != OnlineKinds::Equation) return true;
     for (std::size_t gone = 1; gone < places.size(); ++gone)
         if (places[gone] == 0 && Uses(function, static_cast<int>(gone))) return false;
     return Renumbered(function, places).size() < sizeof function.OfEquation;
@@ -109,17 +88,18 @@ void FollowCurve(OnlineEntry& entry, Places places) {
 }
 
 bool HasLeftOperand(const OnlineFunction& function) {
-    return OperandsOf(function) != Operands::None;
+    const OnlineKinds::Class kind = OnlineKinds::ClassOf(function.OfKind);
+    return kind == OnlineKinds::Class::OneOperand || kind == OnlineKinds::Class::TwoOperands;
 }
 
 bool HasRightOperand(const OnlineFunction& function) {
-    return OperandsOf(function) == Operands::Both;
+    return OnlineKinds::ClassOf(function.OfKind) == OnlineKinds::Class::TwoOperands;
 }
 
 bool Uses(const OnlineFunction& function, int position) {
     if (HasLeftOperand(function) && function.OfArgA == position) return true;
     if (HasRightOperand(function) && function.OfArgB == position) return true;
-    if (function.OfKind != EquationKind) return false;
+    if (function.OfKind != OnlineKinds::Equation) return false;
     const std::string_view text = Texts::FromField(function.OfEquation);
     Reference reference{};
     for (std::size_t from = 0; FindReference(text, from, reference);) {
@@ -144,7 +124,7 @@ void Follow(OnlineMethod* method, Places places) {
             function.OfArgA = static_cast<std::int16_t>(PlaceOf(places, function.OfArgA));
         if (HasRightOperand(function))
             function.OfArgB = static_cast<std::int16_t>(PlaceOf(places, function.OfArgB));
-        if (function.OfKind == EquationKind)
+        if (function.OfKind == OnlineKinds::Equation)
             Texts::ToField(function.OfEquation, Renumbered(function, places));
     }
     for (OnlineGraph& graph : method->OmGraphs)
