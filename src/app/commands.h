@@ -13,6 +13,7 @@ Procedure DeclareInfo(CLI::App& command);
 Procedure DeclareTrace(CLI::App& command);
 Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
+Procedure DeclareEval(CLI::App& command);
 Procedure DeclareBundle(CLI::App& command);
 Procedure DeclareUnbundle(CLI::App& command);
 Procedure DeclareRebuild(CLI::App& command);
