@@ -14,6 +14,7 @@ Procedure DeclareTrace(CLI::App& command);
 Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
 Procedure DeclareOnline(CLI::App& command);
+Procedure DeclareEval(CLI::App& command);
 Procedure DeclareBundle(CLI::App& command);
 Procedure DeclareUnbundle(CLI::App& command);
 Procedure DeclareRebuild(CLI::App& command);

@@ -7,10 +7,12 @@
 #include "data/analysis_file.h"
 #include "data/recovery_copy.h"
 #include "data/sweep_stimulus.h"
+#include "fit/formula.h"
+#include "fit/parsed_equation.h"
 #include "fit/sweep_fit.h"
 #include "setup/settings.h"
 
-#include <charconv>
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -62,18 +64,13 @@ std::string NamesOfModels(Fit::SweepRecords& records) {
     return list;
 }
 
-bool ReadNumber(std::string_view text, double& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc{} && end == text.data() + text.size();
-}
-
 // "25,75": percent of the segment.
 bool ReadBounds(const std::string& text, SweepFit::FitParams& params) {
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos) return false;
     double left = 0, right = 0;
-    if (!ReadNumber(std::string_view(text).substr(0, comma), left) ||
-        !ReadNumber(std::string_view(text).substr(comma + 1), right))
+    if (!CommandLine::ReadNumber(std::string_view(text).substr(0, comma), left) ||
+        !CommandLine::ReadNumber(std::string_view(text).substr(comma + 1), right))
         return false;
     constexpr double Limit = 1000; // percent
     if (!(left >= -Limit && right <= Limit && left < right)) return false;
@@ -106,7 +103,7 @@ bool SetParam(const Fit::Selected& selected, const std::string& text) {
         const std::optional<Fit::ParamEntry> entry = Fit::FindParam(selected, name);
         if (!entry || !state) return false;
         value = entry->Param->Value;
-    } else if (!ReadNumber(valueText, value)) {
+    } else if (!CommandLine::ReadNumber(valueText, value)) {
         return false;
     }
     return Fit::SetByName(selected, name, value, state);
@@ -114,12 +111,55 @@ bool SetParam(const Fit::Selected& selected, const std::string& text) {
 
 std::string NamesOfParams(const Fit::Selected& selected) {
     std::string list;
+    for (const std::string_view text : Fit::TextFields(selected))
+        list += (list.empty() ? "" : ", ") + std::string(text);
     for (const Fit::SettingEntry& setting : Fit::Settings(selected))
         list += (list.empty() ? "" : ", ") + std::string(setting.Name);
     for (const Fit::ParamEntry& param : Fit::Params(selected))
         if (!param.Derived && !param.Column.empty())
             list += (list.empty() ? "" : ", ") + std::string(param.Name);
     return list;
+}
+
+// "Equation=c[1]*x". Texts go before values: an equation decides which coefficients there are.
+bool IsText(const Fit::Selected& selected, const std::string& text) {
+    const std::string_view name = std::string_view(text).substr(0, text.find('='));
+    return std::ranges::any_of(Fit::TextFields(selected),
+                               [name](std::string_view field) { return Texts::SameFolded(field, name); });
+}
+
+bool SetText(const Fit::Selected& selected, const std::string& text) {
+    const std::size_t equals = text.find('=');
+    return equals != std::string::npos &&
+           Fit::SetTextByName(selected, text.substr(0, equals), text.substr(equals + 1));
+}
+
+// All of --param, then what an equation has to say to it. Done, or WrongUse.
+int TakeParams(const FitJob& job, const Fit::Selected& selected, SweepFit::Engine& engine) {
+    for (const std::string& text : job.Params)
+        if (IsText(selected, text) && !SetText(selected, text))
+            return CommandLine::Misused("\"" + text + "\" does not fit into its field.");
+    const bool isEquation = engine.Params.FitType == SweepFitType::ParsedEquation;
+    if (isEquation) Fit::NormaliseStates(engine.Records.Parsed);
+    for (const std::string& text : job.Params)
+        if (!IsText(selected, text) && !SetParam(selected, text))
+            return CommandLine::Misused("\"" + text + "\" sets no parameter: NAME=VALUE[:fit|hold|off] of " +
+                                        NamesOfParams(selected) + ".");
+    Equation::Error error;
+    if (isEquation && !Fit::PreparseEquation(&engine.Records.Parsed, error))
+        return CommandLine::Misused(Fit::PreparseMessage(error));
+    return CommandLine::Done;
+}
+
+// A type that stores nothing by itself stores what it fits, for else there would be nothing in the file.
+void StoreSomething(const Fit::Selected& selected) {
+    const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
+    const auto stored = [](const Fit::ParamEntry& entry) {
+        return !entry.Column.empty() && entry.Param->Store != 0;
+    };
+    if (std::ranges::any_of(params, stored)) return;
+    for (const Fit::ParamEntry& entry : params)
+        if (!entry.Derived && entry.Param->State != FitParamState::Off) entry.Param->Store = 1;
 }
 
 // Everything of the command line that can be judged before a file is opened. Done, or WrongUse.
@@ -143,11 +183,9 @@ int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
     params.MaxNoOfFittedPoints = job.MaxPoints.value_or(params.MaxNoOfFittedPoints);
 
     const Fit::Selected selected = Fit::Select(engine.Records, *type);
-    for (const std::string& text : job.Params)
-        if (!SetParam(selected, text))
-            return CommandLine::Misused("\"" + text + "\" sets no parameter: NAME=VALUE[:fit|hold|off] of " +
-                                        NamesOfParams(selected) + ".");
-    return CommandLine::Done;
+    const int taken = TakeParams(job, selected, engine);
+    if (job.Store) StoreSomething(selected);
+    return taken;
 }
 
 // The offset that leads to a segment by its number; the driver itself counts from the relevant one.
@@ -189,9 +227,14 @@ Row KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
     return row;
 }
 
-bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
+std::string FormulaText(SweepFit::Engine& engine) {
+    return Fit::PlainText(Fit::FormulaOf(Fit::Select(engine.Records, engine.Params.FitType)));
+}
+
+bool PrintJson(SweepFit::Engine& engine, const std::vector<Row>& rows) {
     Json::Value document;
     document["Type"] = NameOf(engine.Params.FitType).Short;
+    document["Formula"] = FormulaText(engine);
     document["Sweeps"] = Json::Value::array();
     for (const Row& row : rows) {
         Json::Value sweep;
@@ -219,19 +262,21 @@ bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
     return Json::Print(document);
 }
 
-// A column is worth its place when it goes into the analysis or was worked out by the fit, and a sweep has a
-// value.
+// A column is worth its place when it goes into the analysis, is fitted or was worked out by the fit, and a
+// sweep has a value.
 bool IsShown(const std::vector<Row>& rows, std::size_t column) {
     const Row::Value& first = rows.front().Values[column];
     const bool isResidual = column + 1 == rows.front().Values.size();
-    if (first.Param.Store == 0 && !first.Derived && !isResidual) return false;
+    const bool fitted = first.Param.State == FitParamState::Fit;
+    if (first.Param.Store == 0 && !fitted && !first.Derived && !isResidual) return false;
     for (const Row& row : rows)
         if (row.Values[column].Param.State != FitParamState::Off) return true;
     return false;
 }
 
-bool PrintTable(const std::vector<Row>& rows) {
+bool PrintTable(SweepFit::Engine& engine, const std::vector<Row>& rows) {
     if (rows.empty()) return true;
+    std::printf("%s\n\n", FormulaText(engine).c_str());
     constexpr int Width = 14;
     std::vector<std::size_t> columns;
     for (std::size_t i = 0; i < rows.front().Values.size(); ++i)
@@ -335,7 +380,7 @@ int RunFitJob(const FitJob& job) {
     Messages::Status("");
 
     if (job.Store && !rows.empty() && !AnalysisFile::SaveAnalysis(engine.Session)) done = false;
-    if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(rows))) done = false;
+    if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(engine, rows))) done = false;
     if (Interrupt::Requested()) {
         Messages::Alert("Stopped by the user; sweeps fitted: " + std::to_string(rows.size()) + ".");
         done = false;
