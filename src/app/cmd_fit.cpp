@@ -11,7 +11,9 @@ Procedure DeclareFit(CLI::App& command) {
     const auto job = std::make_shared<FitJob>();
     command.add_option("FILE", job->File, "Data file")->required();
     command.add_option("TARGET", job->Target, "group.series or group.series.sweep, from 1")->required();
-    command.add_option("--type", job->Type, "Fit type, such as Exponential or Hodgkin&Huxley")->required();
+    command
+        .add_option("--type", job->Type, "Fit type, such as Exponential, RiseTime or \"Action Potential\"")
+        ->required();
     command.add_option("--trace", job->Trace, "Trace of the sweep, from 1")->check(CLI::Range(1, 32));
     command.add_option("--segment", job->Segment, "Stimulus segment, from 1; else the relevant one")
         ->check(CLI::PositiveNumber);
@@ -27,6 +29,17 @@ Procedure DeclareFit(CLI::App& command) {
         ->check(CLI::NonNegativeNumber);
     command.add_option("--max-points", job->MaxPoints, "Points that an exponential is thinned to")
         ->check(CLI::Range(2, Setup::MaxSamplePointsHighest));
+    command.add_option("--range", job->Range, "Of a type that measures: full or cursors")
+        ->check(CLI::IsMember({"full", "cursors"}));
+    command.add_option("--cycles", job->Cycles, "Cyclic analysis of so many segments, 0 for all there are")
+        ->check(CLI::Range(0, 4000));
+    command.add_option("--cycle-skip", job->CycleSkip, "Segments from one cycle to the next")
+        ->check(CLI::Range(1, 32767));
+    command.add_option("--leak-correction", job->LeakCorrection,
+                       "Subtract a linear leak: REVERSAL,CONDUCTANCE (V, S), or auto for the conductance");
+    command.add_option("--methods", job->Methods,
+                       "Online analysis file; functions marked for the notebook become columns");
+    command.add_option("--method", job->Method, "Name of the online method; else the first");
     command.add_flag("--no-leak", job->NoLeak, "Do not subtract the leak trace");
     command.add_flag("--zero", job->Zero, "Subtract the zero offset");
     command.add_option("--filter", job->FilterHz, "Corner of the Gaussian filter, Hz")

@@ -7,9 +7,11 @@
 #include "data/analysis_file.h"
 #include "data/recovery_copy.h"
 #include "data/sweep_stimulus.h"
+#include "events/measurements.h"
 #include "fit/formula.h"
 #include "fit/parsed_equation.h"
 #include "fit/sweep_fit.h"
+#include "online/online_file.h"
 #include "setup/settings.h"
 
 #include <algorithm>
@@ -32,6 +34,10 @@ struct Row {
         bool Derived = false;
     };
     std::vector<Value> Values;
+    std::vector<Row> Cycles; // of a cyclic analysis
+    std::vector<Value> OnlineValues;
+    std::vector<std::string> EventColumns;
+    std::vector<std::vector<FitParam>> Events; // one a column each
 };
 
 std::string Folded(std::string_view name) {
@@ -53,14 +59,10 @@ std::optional<SweepFitType> TypeNamed(std::string_view name) {
     return std::nullopt;
 }
 
-std::string NamesOfModels(Fit::SweepRecords& records) {
+std::string NamesOfTypes() {
     std::string list;
-    for (int i = 0; i < SweepFitTypes; ++i) {
-        const auto type = static_cast<SweepFitType>(i);
-        if (!Fit::Select(records, type)) continue;
-        if (!list.empty()) list += ", ";
-        list += NameOf(type).Short;
-    }
+    for (int i = 0; i < SweepFitTypes; ++i)
+        list += (list.empty() ? "" : ", ") + std::string(NameOf(static_cast<SweepFitType>(i)).Short);
     return list;
 }
 
@@ -162,13 +164,29 @@ void StoreSomething(const Fit::Selected& selected) {
         if (!entry.Derived && entry.Param->State != FitParamState::Off) entry.Param->Store = 1;
 }
 
+// "-0.07,1E-9", "-0.07,auto", "auto" (about 0 V).
+bool TakeLeakCorrection(const std::string& text, SweepFit::FitParams& params) {
+    if (text.empty()) return true;
+    const std::size_t comma = text.find(',');
+    const std::string conductance = text.substr(comma == std::string::npos ? 0 : comma + 1);
+    params.LinLeakOn = true;
+    params.LinLeakAutoCond = Texts::SameFolded(conductance, "auto");
+    if (comma == std::string::npos) return params.LinLeakAutoCond;
+    return CommandLine::ReadNumber(std::string_view(text).substr(0, comma), params.LinLeakReversal) &&
+           (params.LinLeakAutoCond || CommandLine::ReadNumber(conductance, params.LinLeakConductance));
+}
+
+bool TakeRange(const std::string& text, const Fit::Selected& selected) {
+    return text.empty() || Fit::SetByName(selected, "Range", text == "full" ? 0.0 : 1.0);
+}
+
 // Everything of the command line that can be judged before a file is opened. Done, or WrongUse.
 int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
     SweepFit::FitParams& params = engine.Params;
     const std::optional<SweepFitType> type = TypeNamed(job.Type);
-    if (!type || !Fit::Select(engine.Records, *type))
+    if (!type)
         return CommandLine::Misused("The type \"" + job.Type +
-                                    "\" cannot be fitted. Types: " + NamesOfModels(engine.Records) + ".");
+                                    "\" cannot be fitted. Types: " + NamesOfTypes() + ".");
     params.FitType = *type;
     params.FitTrace = job.Trace;
     params.NewAnalysisMode =
@@ -182,10 +200,35 @@ int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
     params.Control.Epsilon = job.Epsilon.value_or(params.Control.Epsilon);
     params.MaxNoOfFittedPoints = job.MaxPoints.value_or(params.MaxNoOfFittedPoints);
 
+    params.FitCyclic = job.Cycles.has_value();
+    params.FitCyclicNumber = job.Cycles.value_or(1);
+    params.FitCyclicSegSkip = job.CycleSkip;
+    if (!TakeLeakCorrection(job.LeakCorrection, params))
+        return CommandLine::Misused(
+            "A leak correction is REVERSAL,CONDUCTANCE in V and S, or REVERSAL,auto.");
+
     const Fit::Selected selected = Fit::Select(engine.Records, *type);
+    if (!TakeRange(job.Range, selected))
+        return CommandLine::Misused("The type \"" + job.Type + "\" always takes the range of the cursors.");
+    if (!selected) return CommandLine::Done;
     const int taken = TakeParams(job, selected, engine);
     if (job.Store) StoreSomething(selected);
     return taken;
+}
+
+// The online method whose functions ride along; the analysis keeps it.
+bool TakeOnline(const FitJob& job, OnlineAnalysis& analysis, OnlineCompute::Engine& online,
+                SweepFit::Engine& engine) {
+    if (job.Methods.empty()) return true;
+    if (!OnlineTree::Load(analysis, job.Methods, true)) return false;
+    engine.Online.Method = job.Method.empty() ? OnlineTree::CurrentMethod(analysis)
+                                              : OnlineTree::MethodByName(analysis, job.Method);
+    if (!engine.Online.Method) {
+        Messages::Alert("There is no method \"" + job.Method + "\" in the file.");
+        return false;
+    }
+    engine.Online.Engine = &online;
+    return OnlineResults::Allocate(online.Table);
 }
 
 // The offset that leads to a segment by its number; the driver itself counts from the relevant one.
@@ -207,6 +250,26 @@ bool TakeSegment(SweepFit::Engine& engine, int segment) {
     return true;
 }
 
+// The events of the sweep as they lie in the analysis, below its row, or that of the first sweep.
+void KeepEvents(const SweepFit::Engine& engine, Row& row) {
+    if (engine.Params.FitType < SweepFitType::Measure) return;
+    const AnalysisRecord* const record = engine.Session.CurARecord;
+    const int sweep = Tree::IndexOf(engine.Session.CurSweep);
+    for (int i = 1; record && i <= record->EntryCount; ++i) {
+        const auto* const entry = Tree::ChildAs<AnalysisEntry>(record, i);
+        const void* place = Tree::Child(entry, sweep);
+        if (Tree::ChildCount(place) == 0) place = Tree::Child(entry, 1);
+        row.EventColumns.emplace_back(Texts::FromField(entry->Name));
+        std::vector<FitParam>& events = row.Events.emplace_back();
+        for (int n = 1; n <= Tree::ChildCount(place); ++n) {
+            const auto* const event = Tree::ChildAs<AnalysisCycleValue>(place, n);
+            FitParam& value = events.emplace_back();
+            value.Value = event->Value;
+            value.State = event->State;
+        }
+    }
+}
+
 Row KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
     const SweepFit::Work& work = engine.Work;
     Row row;
@@ -222,13 +285,81 @@ Row KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
     row.SegmentStart = work.SegmentStart;
     for (const Fit::ParamEntry& entry : Fit::Params(Fit::Select(engine.Records, engine.Params.FitType)))
         row.Values.push_back({std::string(entry.Column.empty() ? entry.Name : entry.Column),
-                              Fit::UnitText(entry.Unit, work.XUnit, work.YUnit), *entry.Param,
-                              entry.Derived});
+                              Fit::UnitText(entry, work.XUnit, work.YUnit), *entry.Param, entry.Derived});
+    KeepEvents(engine, row);
+    for (const int position : engine.Online.Stored()) {
+        const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, position);
+        FitParam value;
+        value.Value = engine.Online.Engine->Results[static_cast<std::size_t>(position - 1)];
+        value.Store = 1;
+        row.OnlineValues.push_back({std::string(Texts::FromField(function.OfName)),
+                                    std::string(Texts::FromField(function.OfUnit)), value, true});
+    }
     return row;
+}
+
+// A cycle of a sweep goes into the sweep's row, which shows the last one.
+void AddRow(const SweepFit::Engine& engine, Row row, std::vector<Row>& rows) {
+    if (!engine.Params.FitCyclic) {
+        rows.push_back(std::move(row));
+        return;
+    }
+    std::vector<Row> cycles;
+    if (!rows.empty() && rows.back().Target == row.Target) {
+        cycles = std::move(rows.back().Cycles);
+        rows.pop_back();
+    }
+    cycles.push_back(row);
+    row.Cycles = std::move(cycles);
+    rows.push_back(std::move(row));
 }
 
 std::string FormulaText(SweepFit::Engine& engine) {
     return Fit::PlainText(Fit::FormulaOf(Fit::Select(engine.Records, engine.Params.FitType)));
+}
+
+Json::Value ParametersOf(const std::vector<Row::Value>& values) {
+    Json::Value list = Json::Value::array();
+    for (const Row::Value& value : values)
+        list.push_back({{"Name", value.Name},
+                        {"Value", Json::Number(value.Param.Value)},
+                        {"State", static_cast<int>(value.Param.State)},
+                        {"Store", value.Param.Store},
+                        {"Unit", Json::String(value.Unit)}});
+    return list;
+}
+
+// One object an event: its columns by name, and their states.
+Json::Value EventsOf(const Row& row) {
+    Json::Value list = Json::Value::array();
+    std::size_t count = 0;
+    for (const auto& column : row.Events) count = std::max(count, column.size());
+    for (std::size_t n = 0; n < count; ++n) {
+        Json::Value event = Json::Value::object(), states = Json::Value::array();
+        for (std::size_t i = 0; i < row.Events.size(); ++i) {
+            const bool there = n < row.Events[i].size();
+            event[row.EventColumns[i]] = there ? Json::Number(row.Events[i][n].Value) : Json::Value(nullptr);
+            states.push_back(there ? Json::Value(static_cast<int>(row.Events[i][n].State)) : nullptr);
+        }
+        event["States"] = std::move(states);
+        list.push_back(std::move(event));
+    }
+    return list;
+}
+
+Json::Value ResultOf(const Row& row) {
+    Json::Value result;
+    result["Iterations"] =
+        row.Outcome.Iterations ? Json::Value(*row.Outcome.Iterations) : Json::Value(nullptr);
+    result["FitTermination"] = static_cast<int>(row.Outcome.FitTermination);
+    result["LastResidual"] = Json::Number(row.Outcome.LastResidual);
+    result["Residual"] = Json::Number(row.Outcome.Residual);
+    result["RangePoints"] = row.RangePoints;
+    result["FitPoints"] = row.FitPoints;
+    result["FirstX"] = Json::Number(row.FirstX);
+    result["SegmentStart"] = Json::Number(row.SegmentStart);
+    result["Parameters"] = ParametersOf(row.Values);
+    return result;
 }
 
 bool PrintJson(SweepFit::Engine& engine, const std::vector<Row>& rows) {
@@ -239,24 +370,11 @@ bool PrintJson(SweepFit::Engine& engine, const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         Json::Value sweep;
         sweep["Target"] = row.Target;
-        sweep["Iterations"] =
-            row.Outcome.Iterations ? Json::Value(*row.Outcome.Iterations) : Json::Value(nullptr);
-        sweep["FitTermination"] = static_cast<int>(row.Outcome.FitTermination);
-        sweep["LastResidual"] = Json::Number(row.Outcome.LastResidual);
-        sweep["Residual"] = Json::Number(row.Outcome.Residual);
-        sweep["RangePoints"] = row.RangePoints;
-        sweep["FitPoints"] = row.FitPoints;
-        sweep["FirstX"] = Json::Number(row.FirstX);
-        sweep["SegmentStart"] = Json::Number(row.SegmentStart);
-        sweep["Parameters"] = Json::Value::array();
-        for (const Row::Value& value : row.Values)
-            sweep["Parameters"].push_back({{"Name", value.Name},
-                                           {"Value", Json::Number(value.Param.Value)},
-                                           {"State", static_cast<int>(value.Param.State)},
-                                           {"Store", value.Param.Store},
-                                           {"Unit", Json::String(value.Unit)}});
+        sweep.update(ResultOf(row));
         sweep["Cycles"] = Json::Value::array();
-        sweep["Events"] = Json::Value::array();
+        for (const Row& cycle : row.Cycles) sweep["Cycles"].push_back(ResultOf(cycle));
+        sweep["Events"] = EventsOf(row);
+        if (engine.Online.Method) sweep["Online"] = ParametersOf(row.OnlineValues);
         document["Sweeps"].push_back(std::move(sweep));
     }
     return Json::Print(document);
@@ -274,34 +392,69 @@ bool IsShown(const std::vector<Row>& rows, std::size_t column) {
     return false;
 }
 
+constexpr int Width = 14;
+
+void PrintHead(const Row::Value& value) {
+    const std::string head = value.Unit.empty() ? value.Name : value.Name + "/" + value.Unit;
+    std::printf(" %*s", Width, Texts::Utf8(head).c_str());
+}
+
+void PrintCell(const FitParam& param) {
+    if (param.State == FitParamState::Off)
+        std::printf(" %*s", Width, "-");
+    else
+        std::printf(" %*.6g%s", Width - (param.State == FitParamState::Hold ? 1 : 0), param.Value,
+                    param.State == FitParamState::Hold ? "h" : "");
+}
+
+void PrintRow(const std::string& name, const Row& row, const std::vector<std::size_t>& columns) {
+    const std::string iterations = row.Outcome.Iterations ? std::to_string(*row.Outcome.Iterations) : "-";
+    std::printf("%-10s %6s %-10s", name.c_str(), iterations.c_str(), Fit::NameOf(row.Outcome.FitTermination));
+    for (const std::size_t i : columns) PrintCell(row.Values[i].Param);
+    for (const Row::Value& value : row.OnlineValues) PrintCell(value.Param);
+    std::printf("\n");
+}
+
+// A line an event, behind the rows of the sweeps.
+void PrintEvents(const std::vector<Row>& rows) {
+    bool headed = false;
+    for (const Row& row : rows) {
+        std::size_t count = 0;
+        for (const auto& column : row.Events) count = std::max(count, column.size());
+        if (count == 0) continue;
+        if (!headed) {
+            std::printf("\n%-10s %6s", "Sweep", "Event");
+            for (const std::string& name : row.EventColumns) std::printf(" %*s", Width, name.c_str());
+            std::printf("\n");
+        }
+        headed = true;
+        for (std::size_t n = 0; n < count; ++n) {
+            std::printf("%-10s %6zu", row.Target.c_str(), n + 1);
+            FitParam none;
+            none.State = FitParamState::Off;
+            for (const auto& column : row.Events) PrintCell(n < column.size() ? column[n] : none);
+            std::printf("\n");
+        }
+    }
+}
+
 bool PrintTable(SweepFit::Engine& engine, const std::vector<Row>& rows) {
     if (rows.empty()) return true;
-    std::printf("%s\n\n", FormulaText(engine).c_str());
-    constexpr int Width = 14;
+    if (const std::string formula = FormulaText(engine); !formula.empty())
+        std::printf("%s\n\n", formula.c_str());
     std::vector<std::size_t> columns;
     for (std::size_t i = 0; i < rows.front().Values.size(); ++i)
         if (IsShown(rows, i)) columns.push_back(i);
     std::printf("%-10s %6s %-10s", "Sweep", "Iter.", "Ending");
-    for (const std::size_t i : columns) {
-        const Row::Value& value = rows.front().Values[i];
-        const std::string head = value.Unit.empty() ? value.Name : value.Name + "/" + value.Unit;
-        std::printf(" %*s", Width, head.c_str());
-    }
+    for (const std::size_t i : columns) PrintHead(rows.front().Values[i]);
+    for (const Row::Value& value : rows.front().OnlineValues) PrintHead(value);
     std::printf("\n");
     for (const Row& row : rows) {
-        const std::string iterations = row.Outcome.Iterations ? std::to_string(*row.Outcome.Iterations) : "-";
-        std::printf("%-10s %6s %-10s", row.Target.c_str(), iterations.c_str(),
-                    Fit::NameOf(row.Outcome.FitTermination));
-        for (const std::size_t i : columns) {
-            const FitParam& param = row.Values[i].Param;
-            if (param.State == FitParamState::Off)
-                std::printf(" %*s", Width, "-");
-            else
-                std::printf(" %*.6g%s", Width - (param.State == FitParamState::Hold ? 1 : 0), param.Value,
-                            param.State == FitParamState::Hold ? "h" : "");
-        }
-        std::printf("\n");
+        int cycle = 0;
+        for (const Row& one : row.Cycles) PrintRow(row.Target + ":" + std::to_string(++cycle), one, columns);
+        if (row.Cycles.empty()) PrintRow(row.Target, row, columns);
     }
+    PrintEvents(rows);
     return std::fflush(stdout) == 0;
 }
 
@@ -347,6 +500,7 @@ int RunFitJob(const FitJob& job) {
     if (!CommandLine::ParseTarget(job.Target, 2, 3, target))
         return CommandLine::Misused("A series or sweep is named by group.series or group.series.sweep.");
     SweepFit::Engine engine(CommandLine::Session());
+    Measurements::Install(engine);
     const int taken = TakeSettings(job, engine);
     if (taken != CommandLine::Done) return taken;
     const OpenMode mode = job.Store ? OpenMode::Analysis : OpenMode::Read;
@@ -361,13 +515,16 @@ int RunFitJob(const FitJob& job) {
     }
     GetRelatives(engine.Session, record);
     if (!TakeSegment(engine, job.Segment)) return CommandLine::Failed;
+    OnlineAnalysis methods;
+    OnlineCompute::Engine online(engine.Session);
+    if (!TakeOnline(job, methods, online, engine)) return CommandLine::Failed;
     Setup::Settings.NoLeakSubtraction = job.NoLeak;
     Setup::Settings.SubtractZero = job.Zero;
     Setup::Settings.TraceFilterFactor.fill(job.FilterHz);
 
     std::vector<Row> rows;
     engine.Finished = [&](const SweepFit::Report& report) {
-        rows.push_back(KeepRow(engine, report));
+        AddRow(engine, KeepRow(engine, report), rows);
         if (job.Store) RecoveryCopy::Keep(engine.Session);
     };
     Progress progress{engine.Session};

@@ -13,6 +13,11 @@ struct FitJob {
     int Segment = 0; // 0: the one that the stimulus names
     std::optional<int> MaxIterations, MaxPoints;
     std::optional<double> Step, Epsilon;
+    std::string Range;           // "full" or "cursors"; empty: as the type has it
+    std::optional<int> Cycles;   // a cyclic analysis of so many, 0 for as many as there are
+    int CycleSkip = 2;           // segments
+    std::string LeakCorrection;  // "REVERSAL,CONDUCTANCE" or "REVERSAL,auto"
+    std::string Methods, Method; // online functions that become columns too
     double FilterHz = 0;
     bool NoLeak = false, Zero = false, Store = false, Overwrite = false, Show = false, AsJson = false;
 };

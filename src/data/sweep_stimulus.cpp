@@ -14,6 +14,14 @@ StimGen::Source SweepStimulus::Source() const {
             .MaxStimPoints = static_cast<std::size_t>(Setup::Settings.MaxStimPoints)};
 }
 
+std::vector<float> SweepStimulus::StoredSamples() const {
+    std::vector<float> samples;
+    bool continuous = false;
+    if (StimGen::Stimulus(SweepNumber, Source(), samples, continuous))
+        StimGen::KeepStored(StimGen::SegmentTable(SweepNumber, Source()), samples);
+    return samples;
+}
+
 bool FindStimulus(const DataSession& session, const VennicSweep& sweep, int channel,
                   SweepStimulus& stimulus) {
     stimulus = {};

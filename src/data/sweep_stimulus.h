@@ -15,6 +15,8 @@ struct SweepStimulus {
 
     // For the procedures of StimGen; valid as long as this record.
     [[nodiscard]] StimGen::Source Source() const;
+    // The stimulus in line with the recorded trace; empty when it cannot be rebuilt.
+    [[nodiscard]] std::vector<float> StoredSamples() const;
 };
 
 // A channel of the sweep's stimulation, by position from 1. False when there is none.

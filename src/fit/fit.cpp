@@ -38,10 +38,8 @@ void SolveDirectly(FitRun& run, const UpdateProc& update, const ResidualProc& sh
 
 SweepRecords DefaultSweepRecords() {
     SweepRecords records;
-    for (const SweepFitType type :
-         {SweepFitType::ParsedEquation, SweepFitType::Polynomial, SweepFitType::Exponential,
-          SweepFitType::HodgkinHuxley, SweepFitType::Gaussian})
-        Init(Select(records, type));
+    for (int type = 0; type < SweepFitTypes; ++type) Init(Select(records, static_cast<SweepFitType>(type)));
+    (void)Select(records, SweepFitType::Exponential);
     return records;
 }
 
@@ -61,6 +59,13 @@ Selected Select(SweepRecords& records, SweepFitType type) {
     case SweepFitType::OneExponential: return Direction(records.Exponential, 1, Level::Sweep);
     case SweepFitType::HodgkinHuxley: return {&HodgkinHuxleyModel, &records.HodgkinHuxley, Level::Sweep};
     case SweepFitType::Gaussian: return {&GaussianModel, &records.Gaussian, Level::Sweep};
+    case SweepFitType::RiseTime: return {&RiseTimeRow, &records.RiseTime, Level::Sweep};
+    case SweepFitType::Measure: return {&MeasureRow, &records.Measure, Level::Sweep};
+    case SweepFitType::TraceCopy: return {&TraceCopyRow, &records.TraceCopy, Level::Sweep};
+    case SweepFitType::AmplHistogram: return {&AmplHistogramRow, &records.AmplHistogram, Level::Sweep};
+    case SweepFitType::PowerSpectrum: return {&TraceSpectrumRow, &records.TraceSpectrum, Level::Sweep};
+    case SweepFitType::SingleChannel: return {&SingleChannelRow, &records.SingleChannel, Level::Sweep};
+    case SweepFitType::ActionPotential: return {&ActionPotentialRow, &records.ActionPotential, Level::Sweep};
     default: return {};
     }
 }
@@ -87,7 +92,7 @@ void Init(const Selected& selected) {
 }
 
 Outcome Run(const Selected& selected, const Data& data, FitControl& control, const UpdateProc& update) {
-    if (!selected) return Refusal(NoModel);
+    if (!selected || !IsModel(*selected.Model)) return Refusal(NoModel);
     if (FitRunning()) return Refusal(StillRunning);
     if (data.X.empty() || data.X.size() != data.Y.size()) return Refusal(NoPoints);
 
@@ -121,7 +126,7 @@ Outcome Run(const Selected& selected, const Data& data, FitControl& control, con
 }
 
 bool Curve(const Selected& selected, std::span<const double> x, std::span<double> values) {
-    if (!selected || x.size() != values.size()) return false;
+    if (!selected || !IsModel(*selected.Model) || x.size() != values.size()) return false;
     FitFunction function;
     function.Model = selected.Model;
     function.Record = selected.Record;

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "data/sweep_stimulus.h"
 #include "data/traces.h"
+#include "fit/leak_correction.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,18 +18,6 @@ constexpr std::uint8_t Real32Format = 2;
 bool Refuse(std::string_view text) {
     Messages::Alert(text);
     return false;
-}
-
-// The points between the bounds, as far as the trace goes.
-bool FindPoints(const TraceSegment& segment, const SweepFit::Bounds& bounds, const VennicTrace& trace,
-                SweepFit::Work& work) {
-    const double first = static_cast<double>(segment.FirstPoint) + std::round(bounds.Left * segment.Points);
-    const double last = static_cast<double>(segment.FirstPoint) + std::round(bounds.Right * segment.Points);
-    const double begin = std::max(first, 0.0), end = std::min(last, static_cast<double>(trace.PointsLoaded));
-    if (!(end - begin >= 1.0)) return Refuse("Illegal pulse length");
-    work.FirstPoint = static_cast<std::int32_t>(begin);
-    work.RangePoints = static_cast<std::int32_t>(end - begin);
-    return true;
 }
 
 // Where x begins. Only an exponential may count from the cursor, or from a given time.
@@ -68,34 +57,64 @@ void TakeUnits(const VennicTrace& trace, const SweepFit::FitParams& params, Swee
     work.YUnit = UnitOr(trace.TrYUnit, params.SweepYUnit);
 }
 
-bool Prepare(DataSession& session, const Fit::Selected& selected, const SweepFit::FitParams& params,
-             SweepFit::Work& work) {
+bool PointsBetween(const SweepFit::Work& work, double left, double right, std::int64_t& first,
+                   std::int64_t& end) {
+    const auto start = static_cast<double>(work.SegmentFirst);
+    const double from = std::max(start + std::round(left * work.SegmentPoints), 0.0);
+    const double to =
+        std::min(start + std::round(right * work.SegmentPoints), static_cast<double>(work.Samples.size()));
+    if (!(to - from >= 1.0)) return false;
+    first = static_cast<std::int64_t>(from);
+    end = static_cast<std::int64_t>(to);
+    return true;
+}
+
+bool Prepare(const Source& source, SweepFit::Work& work) {
+    DataSession& session = source.Session;
     VennicSweep* const sweep = session.CurSweep;
-    auto* const trace = Tree::ChildAs<VennicTrace>(sweep, params.FitTrace);
+    auto* const trace = Tree::ChildAs<VennicTrace>(sweep, source.Params.FitTrace);
     if (!trace) return Refuse("This trace does not exist.");
     TraceSegment segment;
-    if (!FindTraceSegment(session, *sweep, *trace, params.FitSegOffset, segment)) return false;
+    if (!source.WholeTrace && !FindTraceSegment(session, *sweep, *trace,
+                                                source.Params.FitSegOffset + source.SegmentOffset, segment))
+        return false;
     if (!Traces::LoadAndCorrect(session, sweep, trace, session.DataHeap)) return false;
     if (trace->RamFormat != Real32Format) return Refuse("SweepFit-Error: unsupported RAM data-format.");
-    if (!FindPoints(segment, SweepFit::EffectiveBounds(params), *trace, work)) return false;
+    if (source.Params.LinLeakOn && !LeakCorrection::Apply(session, *sweep, *trace, source.Params))
+        return false;
 
     work.Trace = trace;
+    work.Samples = Traces::Loaded(*trace);
     work.XInterval = trace->TrXInterval;
-    TakeUnits(*trace, params, work);
-    work.SegmentStart = static_cast<double>(segment.FirstPoint) * work.XInterval;
-    work.FirstX = FirstX(selected, params.FitType, work.FirstPoint * work.XInterval, work.SegmentStart);
+    work.SegmentFirst = source.WholeTrace ? 0 : segment.FirstPoint;
+    work.SegmentPoints = source.WholeTrace ? static_cast<double>(work.Samples.size()) : segment.Points;
+    const SweepFit::Bounds bounds = source.WholeTrace ? SweepFit::Bounds{} : source.Bounds;
+    std::int64_t first = 0, end = 0;
+    if (!PointsBetween(work, bounds.Left, bounds.Right, first, end)) return Refuse("Illegal pulse length");
+    work.FirstPoint = static_cast<std::int32_t>(first);
+    work.RangePoints = static_cast<std::int32_t>(end - first);
+    TakeUnits(*trace, source.Params, work);
+    work.SegmentStart = static_cast<double>(work.SegmentFirst) * work.XInterval;
+    work.FirstX =
+        FirstX(source.Selected, source.Params.FitType, work.FirstPoint * work.XInterval, work.SegmentStart);
+    work.FitPoints = work.RangePoints;
+    if (source.Selected && !Fit::IsModel(*source.Selected.Model)) return true;
+
     FillArrays(*trace, work);
     // The fit's copy is made; the samples would pile up over a long series.
-    Traces::ReleaseTrace(trace);
-
-    work.FitPoints = work.RangePoints;
-    if (!Reduction::AppliesTo(params.FitType)) return true;
-    const auto limit = static_cast<std::size_t>(std::max(params.MaxNoOfFittedPoints, 2));
+    Release(work);
+    if (!Reduction::AppliesTo(source.Params.FitType)) return true;
+    const auto limit = static_cast<std::size_t>(std::max(source.Params.MaxNoOfFittedPoints, 2));
     const std::size_t kept = Reduction::Reduce(work.FitDataX, work.FitDataY, limit);
     work.FitPoints = static_cast<std::int32_t>(kept);
     work.FitDataX.resize(kept);
     work.FitDataY.resize(kept);
     return true;
+}
+
+void Release(SweepFit::Work& work) {
+    if (work.Trace) Traces::ReleaseTrace(work.Trace);
+    work.Samples = {};
 }
 
 }

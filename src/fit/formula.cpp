@@ -54,7 +54,7 @@ Formula FormulaOf(const Selected& selected) {
         formula.Text("unknown FitType");
         return formula;
     }
-    selected.Model->Draw(selected.Record, formula);
+    if (selected.Model->Draw) selected.Model->Draw(selected.Record, formula);
     return formula;
 }
 

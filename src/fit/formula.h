@@ -38,7 +38,8 @@ private:
     PiecePlace Place = PiecePlace::Line;
 };
 
-// The formula of the record as it stands; "unknown FitType" for a type without a model.
+// The formula of the record as it stands; one empty line for a type that measures, and "unknown FitType" for
+// an empty selection.
 [[nodiscard]] Formula FormulaOf(const Selected& selected);
 
 // One line of text for each of its own: x^2, x_i, (numerator)/(denominator).

@@ -14,7 +14,7 @@
 // differently. A single x is a table of one point, so the function of x and the table cannot disagree.
 //
 // A type whose parameters all go through the simplex has LinearCount 0; one that is solved directly has a
-// Solve procedure; one that only measures would have neither.
+// Solve procedure; one that measures instead of fitting has a record and no ModelSetup (see IsModel).
 #pragma once
 #include "fit/control.h"
 #include "fit/records.h"
@@ -77,7 +77,8 @@ struct Grid {
 };
 
 // Unit of a parameter in terms of the fitted trace.
-enum class ParamUnit : std::uint8_t { None, X, Y, YThenX, YPerX };
+// Frequency and Density are those of a spectrum over x.
+enum class ParamUnit : std::uint8_t { None, X, Y, YThenX, YPerX, Frequency, Density };
 
 // One FitParam of a record: for the stored row, for listings, for setting by name.
 struct ParamRow {
@@ -90,7 +91,7 @@ struct ParamRow {
     const char* Symbol = ""; // what the formula calls it, where that is another name
 };
 
-enum class SettingKind : std::uint8_t { Int16, Byte, Real64, Text };
+enum class SettingKind : std::uint8_t { Int16, Int32, Byte, Real64, Text };
 
 // One field of a record that is no FitParam.
 struct SettingRow {
@@ -102,23 +103,31 @@ struct SettingRow {
 
 // The slots of a row; nullptr stands where a model has no need of a procedure.
 struct ModelRow {
-    std::span<const ParamRow> Params;        // in the order of the stored columns, residuals last
-    std::span<const SettingRow> Settings;    // may be empty
-    int Columns;                             // columns that Tabulate fills, the constant 1 included
-    const char* SetupMessage;                // said when ModelSetup refuses
-    void (*Init)(void* record, Level level); // refills the record with the defaults
+    std::span<const ParamRow> Params;                  // in the order of the stored columns, residuals last
+    std::span<const SettingRow> Settings;              // may be empty
+    int Columns = 0;                                   // columns that Tabulate fills, the constant 1 included
+    const char* SetupMessage = nullptr;                // said when ModelSetup refuses
+    void (*Init)(void* record, Level level) = nullptr; // refills the record with the defaults
     // False, with the record unchanged, for what the model refuses.
-    bool (*ModelSetup)(void* record, FitFunction& function);
-    void (*Tabulate)(const FitFunction& function, Tables& tables);
-    void (*Values)(const FitFunction& function, const Tables& tables, double* values);
-    void (*Solve)(FitRun& run);                                    // direct solve instead of the simplex
-    void (*Derive)(const FitFunction& function, const Grid& grid); // derived results of the sweep level
-    FitParam* (*Residual)(void* record);                           // where the residual of the fit goes
-    void (*SetUnits)(void* record, std::string_view x, std::string_view y);
-    void (*Draw)(const void* record, Formula& formula); // the formula as people read it
+    bool (*ModelSetup)(void* record, FitFunction& function) = nullptr;
+    void (*Tabulate)(const FitFunction& function, Tables& tables) = nullptr;
+    void (*Values)(const FitFunction& function, const Tables& tables, double* values) = nullptr;
+    void (*Solve)(FitRun& run) = nullptr; // direct solve instead of the simplex
+    void (*Derive)(const FitFunction& function,
+                   const Grid& grid) = nullptr;    // derived results of the sweep level
+    FitParam* (*Residual)(void* record) = nullptr; // where the residual of the fit goes
+    void (*SetUnits)(void* record, std::string_view x, std::string_view y) = nullptr;
+    void (*Draw)(const void* record, Formula& formula) = nullptr; // the formula as people read it
     // The user's own name of a parameter, by its row; empty where there is none.
     std::string_view (*UserName)(const void* record, std::size_t row) = nullptr;
+    // The unit of a parameter that is not of the fitted trace; empty for all others.
+    std::string_view (*OwnUnit)(const void* record, std::size_t row) = nullptr;
 };
+
+// Whether the type is fitted; the others have parameters, settings and defaults only.
+[[nodiscard]] inline bool IsModel(const ModelRow& row) {
+    return row.ModelSetup != nullptr;
+}
 
 // Model over x, in blocks; no memory is allocated. values has the size of x.
 void ModelValues(const FitFunction& function, std::span<const double> x, double* values);

@@ -16,4 +16,13 @@ extern const ModelRow DoseResponseModel;
 extern const ModelRow CurrentVoltageModel;
 extern const ModelRow SpectrumModel;
 
+// Types that measure instead of fitting.
+extern const ModelRow RiseTimeRow;
+extern const ModelRow MeasureRow;
+extern const ModelRow TraceCopyRow;
+extern const ModelRow AmplHistogramRow;
+extern const ModelRow TraceSpectrumRow;
+extern const ModelRow SingleChannelRow;
+extern const ModelRow ActionPotentialRow;
+
 }

@@ -42,6 +42,7 @@ void StoreAs(double value, std::byte* field) {
 double Load(const SettingRow& row, const std::byte* field) {
     switch (row.Kind) {
     case SettingKind::Int16: return Load<std::int16_t>(field);
+    case SettingKind::Int32: return Load<std::int32_t>(field);
     case SettingKind::Byte: return Load<std::uint8_t>(field);
     case SettingKind::Real64:
     case SettingKind::Text: break;
@@ -54,6 +55,7 @@ bool SetSetting(const SettingRow& row, double value, std::byte* field) {
     if (row.Kind != SettingKind::Real64 && value != std::floor(value)) return false;
     switch (row.Kind) {
     case SettingKind::Int16: StoreAs<std::int16_t>(value, field); break;
+    case SettingKind::Int32: StoreAs<std::int32_t>(value, field); break;
     case SettingKind::Byte: StoreAs<std::uint8_t>(value, field); break;
     case SettingKind::Real64: StoreAs<double>(value, field); break;
     case SettingKind::Text: return false;
@@ -74,8 +76,10 @@ std::vector<ParamEntry> Params(const Selected& selected) {
             const std::string_view own = userName(selected.Record, entries.size());
             if (!own.empty()) column = own;
         }
+        const auto ownUnit = selected.Model->OwnUnit;
         entries.push_back({row.Name, column, row.Unit, reinterpret_cast<FitParam*>(FieldAt(selected, row.At)),
-                           row.Derived, row.Symbol});
+                           row.Derived, row.Symbol,
+                           ownUnit ? ownUnit(selected.Record, entries.size()) : std::string_view()});
     }
     return entries;
 }
@@ -147,9 +151,15 @@ std::string UnitText(ParamUnit unit, std::string_view xUnit, std::string_view yU
     case ParamUnit::Y: return std::string(yUnit);
     case ParamUnit::YThenX: return std::string(yUnit).append(xUnit);
     case ParamUnit::YPerX: return std::string(yUnit).append("/").append(xUnit);
+    case ParamUnit::Frequency: return xUnit == "s" ? "Hz" : std::string(xUnit).append("^-1");
+    case ParamUnit::Density: return std::string(yUnit).append("^2/").append(xUnit == "s" ? "Hz" : xUnit);
     case ParamUnit::None: break;
     }
     return {};
+}
+
+std::string UnitText(const ParamEntry& entry, std::string_view xUnit, std::string_view yUnit) {
+    return entry.OwnUnit.empty() ? UnitText(entry.Unit, xUnit, yUnit) : std::string(entry.OwnUnit);
 }
 
 }

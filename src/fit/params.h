@@ -27,6 +27,7 @@ struct ParamEntry {
     FitParam* Param = nullptr; // in the record
     bool Derived = false;      // computed after the fit, not fitted
     std::string_view Symbol;   // what the formula calls it where that is another name: "c[1]"
+    std::string_view OwnUnit;  // instead of one that follows from the trace
 };
 
 struct SettingEntry {
@@ -60,5 +61,6 @@ struct SettingEntry {
 
 // The unit of a parameter from the units of the fitted data: "A" and "s" make "As" for an integral.
 [[nodiscard]] std::string UnitText(ParamUnit unit, std::string_view xUnit, std::string_view yUnit);
+[[nodiscard]] std::string UnitText(const ParamEntry& entry, std::string_view xUnit, std::string_view yUnit);
 
 }

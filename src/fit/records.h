@@ -142,15 +142,96 @@ struct SpectrumRecord {
     FitParam Residual;
 };
 
+// Below, types that measure instead of fitting. The Store flags choose the columns; the values are those of
+// the sweep that was measured last.
+
+// Which part of the trace a type works on.
+enum class DataRange : std::uint8_t { FullSweep, CursorBounds };
+
+// The rise to, and the fall from a peak between two levels.
+struct RiseRecord {
+    double LowLevel = 10.0, HighLevel = 90.0; // percent of the peak above the base line
+    double BaseLeft = -0.1, BaseRight = 0.0;  // window of the base line, fractions of the segment
+    FitParam Baseline;                        // fit: measured; hold: taken as it stands; off: 0
+    FitParam XValue1, dXValue1, Slope1;       // rise: start, length, slope
+    FitParam XValue2, dXValue2, Slope2;       // fall
+};
+
+// Values under two cursors: the first at XValue, the second dXValue behind it.
+struct MeasureRecord {
+    FitParam XValue, YValue, dXValue, dYValue, StimValue;
+    std::uint8_t MakeEvents = 0; // each measurement becomes an event of its column, too
+    std::int32_t EventCount = 0;
+    char StimUnit[UnitSize] = {};
+};
+
+// The trace in fewer points, each the mean of a block.
+struct CopyRecord {
+    DataRange Range = DataRange::FullSweep;
+    std::int32_t CopyCompress = 1;    // samples of a block, 1 to 4000
+    std::int16_t Copy2ndTrace = 2;    // position in the sweep, 1 to 32
+    FitParam Time, YValue, StimValue; // the last of each column
+    FitParam ValueTrace;              // of the second trace
+    std::int32_t CopyNBins = 0;       // blocks of the last sweep
+    char StimUnit[UnitSize] = {}, SecondUnit[UnitSize] = {};
+    char SecondName[32] = {}; // "ValueTrace2", or "No2ndTrace"
+};
+
+struct HistRecord {
+    DataRange Range = DataRange::FullSweep;
+    std::int32_t HistNBins = 100; // 1 to 4000
+    double HistLeft = 0.0, HistBinSize = 1E-12;
+    std::uint8_t HistFirstSw = 0;                         // all sweeps add up in the first one's
+    FitParam Amplitude, Count;                            // samples left of the bins, and right of them
+    std::int32_t HistInside = 0, TooLow = 0, TooHigh = 0; // samples
+};
+
+// The measured power spectrum of a trace; the fitted one is SpectrumRecord.
+struct TraceSpectrumRecord {
+    DataRange Range = DataRange::FullSweep;
+    std::uint8_t SpecSubDC = 1;
+    std::int32_t SpecNPoint = 512; // frequencies, a power of two up to 512; a block has twice as many samples
+    std::int32_t SpecNBins = 0;    // logarithmic bins, 0 for linear
+    std::uint8_t SpecFirstSw = 0;  // all sweeps add up in the first one's
+    FitParam Frequency, SpecDens;  // the second: number of blocks
+};
+
+struct SingleChannelRecord {
+    DataRange Range = DataRange::FullSweep;
+    std::int32_t SingleDeadTime = 0;            // samples
+    double SingleLow = 0.0, SingleHigh = 1E-12; // of level 0 and 1
+    double SingleThres = 0.5;                   // fraction of a step
+    std::uint8_t SingleInclFirst = 0, SingleInclLast = 0;
+    std::uint8_t SCNEventInResults = 0; // the sweep's value is the mean of its events
+    FitParam Level, Amplitude, Duration;
+    std::int32_t Events = 0; // of the last sweep
+};
+
+struct ActionPotentialRecord {
+    DataRange Range = DataRange::FullSweep;
+    double APThreshold = 0.0;
+    std::uint8_t APInclFirstInt = 0;
+    std::uint8_t APNEventInResults = 0;
+    FitParam Time, Realtime, Duration, Integral, Interval, MaxY, MaxdT, MinY, MindT, nAPs;
+    std::int32_t Events = 0;
+};
+
 enum class Level : std::uint8_t { Sweep, Series };
 
-// The current record of each fitted type of a level. Exponential and 1-Exponential share one.
+// The current record of each type of a level. Exponential and 1-Exponential share one.
 struct SweepRecords {
     ParsedRecord Parsed;
     PolyRecord Polynomial;
     ExpRecord Exponential;
     HHRecord HodgkinHuxley;
     GaussRecord Gaussian;
+    RiseRecord RiseTime;
+    MeasureRecord Measure;
+    CopyRecord TraceCopy;
+    HistRecord AmplHistogram;
+    TraceSpectrumRecord TraceSpectrum;
+    SingleChannelRecord SingleChannel;
+    ActionPotentialRecord ActionPotential;
 };
 
 struct SeriesRecords {

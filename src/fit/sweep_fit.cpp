@@ -4,10 +4,13 @@
 #include "base/text.h"
 #include "base/time_scale.h"
 #include "data/analysis_file.h"
+#include "data/sweep_stimulus.h"
 #include "fit/fit_range.h"
+#include "online/kinds.h"
 #include "setup/settings.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace SweepFit {
 
@@ -39,22 +42,49 @@ void TakePosition(Engine& engine, int index) {
         Tree::ChildAs<AnalysisRecord>(engine.Session.CurASeries, engine.AnalysisIndex);
 }
 
-// The table of a record: a column for each stored result, a row for each sweep of the series, all empty.
-bool AppendEntries(Engine& engine, AnalysisRecord& record, const std::vector<Fit::ParamEntry>& params) {
+// A column of a record: a row for each sweep of the series, a sub-row for each cycle, all empty.
+bool AppendEntry(Engine& engine, AnalysisRecord& record, std::string_view name, std::string_view unit,
+                 int cycles) {
     Tree::Handle* const tree = engine.Session.Analysis.Handle;
-    const int sweeps = Tree::ChildCount(engine.Session.CurSeries);
+    auto* const entry = static_cast<AnalysisEntry*>(Tree::Append(tree, &record));
+    if (!entry) return false;
+    Texts::ToField(entry->Name, name);
+    Texts::ToField(entry->Unit, unit);
+    for (int i = Tree::ChildCount(engine.Session.CurSeries); i > 0; --i) {
+        auto* const value = static_cast<AnalysisValue*>(Tree::Append(tree, entry));
+        if (!value) return false;
+        value->State = FitParamState::Off;
+        for (int cycle = 0; cycle < cycles; ++cycle) {
+            auto* const below = static_cast<AnalysisCycleValue*>(Tree::Append(tree, value));
+            if (!below) return false;
+            below->State = FitParamState::Off;
+        }
+    }
+    return true;
+}
+
+std::string NameOfColumn(const OnlineFunction& function) {
+    const std::string_view name = Texts::FromField(function.OfName);
+    return name.empty() ? OnlineKinds::NameOf(function.OfKind) : std::string(name);
+}
+
+// The table of a record: a column for each stored result, then one for each online function that is stored.
+bool AppendEntries(Engine& engine, AnalysisRecord& record, const std::vector<Fit::ParamEntry>& params) {
+    const int cycles = engine.Params.FitCyclic ? engine.CycleCount : 0;
     for (const Fit::ParamEntry& param : params) {
         if (!IsStored(param)) continue;
-        auto* const entry = static_cast<AnalysisEntry*>(Tree::Append(tree, &record));
-        if (!entry) return false;
-        Texts::ToField(entry->Name, param.Column);
-        Texts::ToField(entry->Unit, Fit::UnitText(param.Unit, engine.Work.XUnit, engine.Work.YUnit));
+        if (!AppendEntry(engine, record, param.Column,
+                         Fit::UnitText(param, engine.Work.XUnit, engine.Work.YUnit), cycles > 1 ? cycles : 0))
+            return false;
         ++record.EntryCount;
-        for (int i = 0; i < sweeps; ++i) {
-            auto* const value = static_cast<AnalysisValue*>(Tree::Append(tree, entry));
-            if (!value) return false;
-            value->State = FitParamState::Off;
-        }
+    }
+    if (engine.Online.Method)
+        Texts::ToField(record.OnlineName, Texts::FromField(engine.Online.Method->OmName));
+    for (const int position : engine.Online.Stored()) {
+        const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, position);
+        if (!AppendEntry(engine, record, NameOfColumn(function), Texts::FromField(function.OfUnit), cycles))
+            return false;
+        ++record.OnlineCount;
     }
     return true;
 }
@@ -69,13 +99,18 @@ bool NewRecord(Engine& engine, const std::vector<Fit::ParamEntry>& params) {
     void* appended = Tree::Append(tree, session.CurASeries);
     if (!appended) return Refuse(Tree::LastError());
     auto& record = *static_cast<AnalysisRecord*>(appended);
-    const Bounds bounds = EffectiveBounds(engine.Params);
+    const Bounds bounds = EffectiveBounds(engine);
     record.Time = TimeScale::Now();
     record.FitType = static_cast<std::int16_t>(engine.Params.FitType);
     record.Trace = static_cast<std::int16_t>(engine.Params.FitTrace);
     record.SegOffset = static_cast<std::int16_t>(engine.Params.FitSegOffset & 0xFFFF);
     record.LeftBound = bounds.Left;
     record.RightBound = bounds.Right;
+    record.Cyclic = engine.Params.FitCyclic ? 1 : 0;
+    record.Cycles = static_cast<std::int16_t>(engine.CycleCount);
+    record.CycleSegSkip = static_cast<std::int16_t>(engine.Params.FitCyclicSegSkip);
+    if (engine.Params.FitType == SweepFitType::ParsedEquation)
+        Texts::ToField(record.Text, Texts::FromField(engine.Records.Parsed.Equation));
     if (!AppendEntries(engine, record, params)) {
         Tree::Delete(tree, appended);
         return Refuse(Tree::LastError());
@@ -85,11 +120,33 @@ bool NewRecord(Engine& engine, const std::vector<Fit::ParamEntry>& params) {
     return true;
 }
 
+// An online column that is missing, or another method; the first name that differs ends the comparison.
+bool OnlineDiffers(const Engine& engine, const AnalysisRecord& record) {
+    const std::vector<int> stored = engine.Online.Stored();
+    if (!engine.Online.Method) return false;
+    if (record.OnlineCount != static_cast<std::int16_t>(stored.size()) ||
+        Texts::FromField(record.OnlineName) != Texts::FromField(engine.Online.Method->OmName))
+        return true;
+    for (std::size_t i = 0; i < stored.size(); ++i) {
+        const auto* const entry =
+            Tree::ChildAs<AnalysisEntry>(&record, record.EntryCount + static_cast<int>(i) + 1);
+        if (!entry) return true;
+        const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, stored[i]);
+        if (Texts::FromField(entry->Name) != NameOfColumn(function)) break;
+    }
+    return false;
+}
+
 bool NeedsNewRecord(const Engine& engine, int storedCount) {
     const AnalysisRecord* const current = engine.Session.CurARecord;
     if (engine.Session.FitNewSetup || !current) return true;
-    return current->FitType != static_cast<std::int16_t>(engine.Params.FitType) ||
-           current->EntryCount != storedCount;
+    if (current->FitType != static_cast<std::int16_t>(engine.Params.FitType) ||
+        current->EntryCount != storedCount)
+        return true;
+    if (engine.Params.FitCyclic)
+        return current->Cycles != engine.CycleCount ||
+               current->CycleSegSkip != engine.Params.FitCyclicSegSkip;
+    return OnlineDiffers(engine, *current);
 }
 
 // Runs a procedure over the cells of the sweep's row, one for each stored result in order.
@@ -119,6 +176,39 @@ bool EmptyRow(const Engine& engine, const std::vector<Fit::ParamEntry>& params) 
                   [](const FitParam&, AnalysisValue& value) { value.State = FitParamState::Off; });
 }
 
+// The row of the sweep becomes the sub-row of the cycle.
+void CopyToCycle(const Engine& engine, int cycle) {
+    const AnalysisRecord* const record = engine.Session.CurARecord;
+    const int sweep = Tree::IndexOf(engine.Session.CurSweep);
+    for (int i = 1; i <= Tree::ChildCount(record); ++i) {
+        const auto* const value = Tree::ChildAs<AnalysisValue>(Tree::Child(record, i), sweep);
+        auto* const below = Tree::ChildAs<AnalysisCycleValue>(value, cycle);
+        if (!below) continue;
+        below->Value = value->Value;
+        below->State = value->State;
+    }
+}
+
+// Computes the online method for the sweep, once for a pass: the units of its results name new columns.
+void RunOnline(Engine& engine) {
+    if (!engine.Online.Method || !engine.Online.Engine) return;
+    engine.Online.Engine->SegmentOffset = engine.CycleSegOffset;
+    OnlineCompute::Pass(*engine.Online.Engine, *engine.Online.Method, *engine.Session.CurSweep);
+    engine.Online.Engine->SegmentOffset = 0;
+}
+
+void StoreOnline(const Engine& engine) {
+    const AnalysisRecord* const record = engine.Session.CurARecord;
+    int column = record->EntryCount;
+    for (const int position : engine.Online.Stored()) {
+        auto* const value = Tree::ChildAs<AnalysisValue>(Tree::Child(record, ++column),
+                                                         Tree::IndexOf(engine.Session.CurSweep));
+        if (!value || !engine.Online.Engine) continue;
+        value->Value = engine.Online.Engine->Results[static_cast<std::size_t>(position - 1)];
+        value->State = FitParamState::Fit;
+    }
+}
+
 void TakeRequests(Engine& engine) {
     const Request request = engine.Poll ? engine.Poll() : Request::None;
     if (request == Request::Stop) engine.Stop = true;
@@ -142,7 +232,34 @@ bool RunModel(Engine& engine, const Fit::Selected& selected, Fit::Outcome& outco
 
 enum class Pass : std::uint8_t { Run, Show, ShowAndStore, Skip };
 
-bool SweepFitPass(Engine& engine, Pass pass) {
+const Measurement& MeasurementOf(const Engine& engine) {
+    return engine.Measurements[static_cast<std::size_t>(engine.Params.FitType)];
+}
+
+// Fits, or measures; nothing for the online columns alone.
+bool RunType(Engine& engine, const Fit::Selected& selected, Fit::Outcome& outcome) {
+    if (!selected) return true;
+    if (Fit::IsModel(*selected.Model)) return RunModel(engine, selected, outcome);
+    outcome.Ok = true;
+    return MeasurementOf(engine).Run(engine);
+}
+
+// What is measured as a list of events stores it itself.
+bool StoresItself(SweepFitType type) {
+    return type >= SweepFitType::TraceCopy;
+}
+
+bool CanRun(const Engine& engine, const Fit::Selected& selected) {
+    if (engine.Params.FitType == SweepFitType::OnlineOnly) {
+        if (!engine.Online.Stored().empty()) return true;
+        return Refuse("The online analysis has no function to store.");
+    }
+    if (selected && (Fit::IsModel(*selected.Model) || MeasurementOf(engine).Run)) return true;
+    return Refuse("The fit type \"" + std::string(NameOf(engine.Params.FitType).Short) +
+                  "\" cannot be run here.");
+}
+
+bool RunPass(Engine& engine, Pass pass, int cycle) {
     DataSession& session = engine.Session;
     if (session.SelectedLevel != SweepLevel) return Refuse("Please select Sweep in the data tree.");
     const Fit::Selected selected = SelectedFit(engine);
@@ -150,9 +267,11 @@ bool SweepFitPass(Engine& engine, Pass pass) {
         Messages::Note("Unknown Fit Type");
         return false;
     }
-    if (!selected)
-        return Refuse("The fit type \"" + std::string(NameOf(engine.Params.FitType).Short) +
-                      "\" cannot be run here.");
+    if (!CanRun(engine, selected)) return false;
+    if (StoresItself(engine.Params.FitType)) {
+        engine.Params.FitCyclic = false;
+        if (pass == Pass::Show) pass = Pass::ShowAndStore;
+    }
     if (!FitToAnalysisPosition(engine)) return false;
     TakePosition(engine, Tree::ChildCount(session.CurASeries));
 
@@ -160,26 +279,85 @@ bool SweepFitPass(Engine& engine, Pass pass) {
     const auto* const trace = Tree::ChildAs<VennicTrace>(session.CurSweep, engine.Params.FitTrace);
     if (!trace) return Refuse("This trace does not exist.");
     FitRange::TakeUnits(*trace, engine.Params, engine.Work);
-    if (pass != Pass::Skip && !PrepareData(engine)) return false;
+    if (selected && pass != Pass::Skip && !PrepareData(engine)) return false;
+    if (MeasurementOf(engine).Prepare) MeasurementOf(engine).Prepare(engine);
+    if (pass != Pass::Skip) RunOnline(engine);
     const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
     if (pass != Pass::Show) ++session.AnalysisRevision;
     if (NeedsNewRecord(engine, StoredCount(params))) {
         if (!NewRecord(engine, params)) return false;
         if (pass == Pass::Show) pass = Pass::ShowAndStore;
     }
-    if (pass == Pass::Skip) return EmptyRow(engine, params);
+    if (pass == Pass::Skip) {
+        if (!EmptyRow(engine, params)) return false;
+        if (engine.Params.FitCyclic) CopyToCycle(engine, cycle);
+        return true;
+    }
 
     Report report;
     report.Sweep = session.CurSweep;
-    if (!RunModel(engine, selected, report.Outcome)) return false;
+    report.Cycle = cycle;
+    if (!RunType(engine, selected, report.Outcome)) return false;
     // What was only shown did not end in any way.
     if (pass != Pass::Run) report.Outcome.FitTermination = Fit::FitTermination::None;
     if (pass != Pass::Show) {
-        report.Stored = StoreRow(engine, params);
+        report.Stored = StoresItself(engine.Params.FitType) || StoreRow(engine, params);
         if (!report.Stored) return Refuse("The analysis table has no row for this sweep.");
+        StoreOnline(engine);
+        if (engine.Params.FitCyclic) CopyToCycle(engine, cycle);
     }
     if (engine.Finished) engine.Finished(report);
     return true;
+}
+
+bool SweepFitPass(Engine& engine, Pass pass, int cycle = 1) {
+    const bool done = RunPass(engine, pass, cycle);
+    FitRange::Release(engine.Work);
+    return done;
+}
+
+// 0 without a stimulus.
+int CountCycles(const Engine& engine) {
+    const DataSession& session = engine.Session;
+    const auto* const trace = Tree::ChildAs<VennicTrace>(session.CurSweep, engine.Params.FitTrace);
+    SweepStimulus stimulus;
+    if (!trace ||
+        !FindStimulus(session, *session.CurSweep, ChannelFor(session, *session.CurSweep, *trace), stimulus))
+        return 0;
+    return CycleCountOf(static_cast<int>(stimulus.Segments.size()), stimulus.Channel->ChRelY,
+                        engine.Params.FitSegOffset, engine.Params.FitCyclicNumber,
+                        engine.Params.FitCyclicSegSkip);
+}
+
+// One fit behind the other along the segments. False when one fails.
+bool RunCycles(Engine& engine) {
+    const int skip = engine.Params.FitCyclicSegSkip;
+    engine.CycleAuto = false;
+    engine.CycleSegOffset = 0;
+    bool fitted = true;
+    for (int cycle = 1; cycle <= engine.CycleCount && !engine.Stop;) {
+        engine.Break = false;
+        fitted = SweepFitPass(engine, Pass::Run, cycle);
+        if (!fitted) break;
+        const bool asks = engine.CyclePrompt && !engine.CycleAuto && !engine.CycleDoAll;
+        int step = 1;
+        switch (asks ? engine.CyclePrompt(engine, cycle, engine.CycleCount) : CycleAnswer::Ok) {
+        case CycleAnswer::Break: engine.Break = true; break;
+        case CycleAnswer::Stop:
+        case CycleAnswer::Cancel: engine.Stop = true; break;
+        case CycleAnswer::Ok: break;
+        case CycleAnswer::Repeat: step = 0; break;
+        case CycleAnswer::Skip: fitted = SweepFitPass(engine, Pass::Skip, cycle); break;
+        case CycleAnswer::Back: step = cycle > 1 ? -1 : 0; break;
+        case CycleAnswer::DoAll: engine.CycleDoAll = true; [[fallthrough]];
+        case CycleAnswer::Auto: engine.CycleAuto = true; break;
+        }
+        if (!fitted || engine.Break) break;
+        cycle += step;
+        engine.CycleSegOffset += step * skip;
+    }
+    engine.CycleSegOffset = 0;
+    return fitted;
 }
 
 bool TraceIsUsable(const Engine& engine) {
@@ -193,15 +371,45 @@ bool TraceIsUsable(const Engine& engine) {
 
 }
 
-Bounds EffectiveBounds(const FitParams& params) {
-    // No online method is at hand here: its cursors are then the whole segment.
-    if (params.FitCursorSource != CursorSource::ThisDialog) return {};
-    return {params.FitLeftBound, params.FitRightBound};
+std::vector<int> OnlineColumns::Stored() const {
+    std::vector<int> positions;
+    for (int i = 1; i <= Tree::ChildCount(Method); ++i)
+        if (Tree::ChildAs<OnlineFunction>(Method, i)->OfNotebook) positions.push_back(i);
+    return positions;
+}
+
+Bounds EffectiveBounds(const Engine& engine) {
+    const FitParams& params = engine.Params;
+    if (params.FitCursorSource == CursorSource::ThisDialog)
+        return {params.FitLeftBound, params.FitRightBound};
+    const int last = Tree::ChildCount(engine.Online.Method);
+    const auto* const function = Tree::ChildAs<OnlineFunction>(
+        engine.Online.Method, params.FitCursorSource == CursorSource::FirstOnline ? 1 : last);
+    return function ? Bounds{function->OfLeftBound, function->OfRightBound} : Bounds{};
+}
+
+int CycleCountOf(int segments, int relevant, int offset, int number, int skip) {
+    if (skip < 1) return 0;
+    const std::int64_t left = std::int64_t{segments} - (std::int64_t{relevant} + offset) + 1;
+    if (number != 0 && left > (std::int64_t{number} - 1) * skip) return number;
+    return static_cast<int>(
+        std::clamp<std::int64_t>(left / skip, 0, std::numeric_limits<std::int16_t>::max()));
 }
 
 bool PrepareData(Engine& engine) {
-    if (FitRange::Prepare(engine.Session, SelectedFit(engine), engine.Params, engine.Work)) return true;
-    return Refuse("Error during time array setup in SweepFit");
+    const Fit::Selected selected = SelectedFit(engine);
+    const Measurement& measurement = MeasurementOf(engine);
+    const bool whole = measurement.Range && measurement.Range(engine.Records) == Fit::DataRange::FullSweep;
+    if (FitRange::Prepare({.Session = engine.Session,
+                           .Selected = selected,
+                           .Params = engine.Params,
+                           .Bounds = EffectiveBounds(engine),
+                           .SegmentOffset = engine.CycleSegOffset,
+                           .WholeTrace = whole},
+                          engine.Work))
+        return true;
+    const bool isMeasured = selected && !Fit::IsModel(*selected.Model);
+    return Refuse(isMeasured ? selected.Model->SetupMessage : "Error during time array setup in SweepFit");
 }
 
 bool FitCommand(Engine& engine) {
@@ -210,7 +418,10 @@ bool FitCommand(Engine& engine) {
     engine.Break = engine.Stop = false;
     Messages::Status("fitting " + VennicTree::GetTreePosition(engine.Session.CurSweep));
     engine.FitStarted = true;
-    const bool fitted = SweepFitPass(engine, Pass::Run);
+    engine.CycleCount = engine.Params.FitCyclic ? CountCycles(engine) : 0;
+    const bool cyclic = engine.Params.FitCyclic && !StoresItself(engine.Params.FitType);
+    if (cyclic && engine.CycleCount == 0) Messages::Note("The sweep has no segment for a cycle.");
+    const bool fitted = cyclic ? RunCycles(engine) : SweepFitPass(engine, Pass::Run);
     engine.FitStarted = false;
     Messages::Status("");
     return fitted;
@@ -221,6 +432,7 @@ bool AutoFitCommand(Engine& engine) {
     if (session.SelectedLevel != SweepLevel) return Refuse("Please select Sweep in the data tree.");
     const VennicSeries* const series = session.CurSeries;
     engine.AutoFitRunning = true;
+    engine.CycleDoAll = false;
     bool fitted = FitCommand(engine);
     while (fitted && session.CurSeries == series && !engine.Stop) {
         void* const next = Tree::Child(series, Tree::IndexOf(session.CurSweep) + 1);

@@ -85,10 +85,7 @@ double ValueElsewhere(Engine& engine, OnlineFunction& function, double position,
     if (!stimulus.Found) return Invalid;
     if (!stimulus.Rebuilt) {
         stimulus.Rebuilt = true;
-        bool continuous = false;
-        if (StimGen::Stimulus(stimulus.Records.SweepNumber, stimulus.Records.Source(), stimulus.Samples,
-                              continuous))
-            StimGen::KeepStored(stimulus.Table, stimulus.Samples);
+        stimulus.Samples = stimulus.Records.StoredSamples();
     }
     SetUnit(function, Texts::FromField(stimulus.Records.Channel->ChDacUnit));
     if (stimulus.Samples.empty()) return Invalid;
