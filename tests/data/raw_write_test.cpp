@@ -3,6 +3,7 @@
 #include "data/make_bundle.h"
 #include "data/raw_data.h"
 #include "data/sample_format.h"
+#include "data/scratch.h"
 #include "data/traces.h"
 #include "support/data_session.h"
 #include "support/failing_files.h"
@@ -261,4 +262,89 @@ TEST(CompressTrace, RefusalsLeaveTheFileAsItIs) {
                                 "Cannot modify: data file opened read-only.\n");
     EXPECT_EQ(trace.TrDataPoints, 700);
     EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
+}
+
+// Traces that share stretches of a file, in blocks of every kind, one behind the other in a second file.
+TEST(TraceCopier, EveryLayoutComesOutAsItIsReadTraceByTrace) {
+    struct Layout {
+        std::int32_t Offset, Points;
+        std::uint8_t Format;
+        std::int32_t Size, Skip;
+        bool Little = true;
+    };
+    const Layout layouts[] = {
+        {256, 20'001, 0, 6, 20},        // three in one stretch that takes several pieces, in two orders,
+        {262, 20'001, 0, 6, 20, false}, // with an incomplete last block
+        {270, 20'001, 0, 6, 20},        //
+        {256, 9'000, 3, 8, 24},         // wide samples
+        {272, 9'000, 3, 8, 24, false},  //
+        {264, 9'000, 3, 8, 24},         // joins although it lies between
+        {256, 30'000, 0, 2, 4},         // the blocks' order in the file against that of the tree
+        {254, 30'000, 0, 2, 4},         //
+        {300, 1'000, 1, 4, 8},          // another number of points: a stretch of its own
+        {304, 999, 1, 4, 8},            //
+        {500, 3'000, 1, 512, 9'000},    // blocks far apart
+        {1'000, 5'000, 1, 0, 0},        // sequential
+        {21'000, 5'000, 1, 0, 0},       // goes on
+        {400, 100, 0, 3, 12},           // blocks of one and a half samples
+    };
+    std::vector<std::byte> bytes(500'000);
+    std::uint32_t noise = 1;
+    for (std::byte& byte : bytes)
+        byte = static_cast<std::byte>((noise = noise * 1664525u + 1013904223u) >> 24);
+    const Support::TempFolder folder{Support::Memory()};
+    Setup::Settings.MaxSamplePoints = Setup::MaxSamplePointsLowest;
+    Scratch::Release();
+    for (const bool toLittle : {true, false}) {
+        Files::File source, target;
+        ASSERT_EQ(Files::Open(source, folder.At("source"), Files::Mode::Create), 0);
+        ASSERT_EQ(Files::WriteAt(source, 0, bytes), 0);
+        ASSERT_EQ(Files::Open(target, folder.At("target"), Files::Mode::Create), 0);
+        RawData::TraceCopier copier(source, target, toLittle, 100);
+        std::vector<VennicTrace> traces;
+        std::vector<std::int64_t> places;
+        for (const Layout& layout : layouts) {
+            VennicTrace& trace = traces.emplace_back();
+            trace.TrFileOffset = layout.Offset;
+            trace.TrDataPoints = layout.Points;
+            trace.TrDataFormat = layout.Format;
+            trace.TrInterleaveSize = layout.Size;
+            trace.TrInterleaveSkip = layout.Skip;
+            trace.TrDataKind = layout.Little ? DataKind::LittleEndian : 0;
+            ASSERT_TRUE(copier.Add(trace, places.emplace_back()));
+        }
+        ASSERT_TRUE(copier.Finish());
+        std::int64_t end = 100;
+        for (std::size_t i = 0; i < traces.size(); ++i) {
+            SCOPED_TRACE(i);
+            const std::size_t size = RawData::SampleSize(traces[i].TrDataFormat);
+            const auto points = static_cast<std::size_t>(traces[i].TrDataPoints);
+            EXPECT_EQ(places[i], end);
+            std::vector<std::byte> wanted(points * size), copied(points * size);
+            const bool swap = layouts[i].Little != toLittle;
+            ASSERT_TRUE(RawData::ReadSamples(traces[i], source, traces[i].TrFileOffset, wanted, points, size,
+                                             swap, true));
+            std::size_t got = 0;
+            ASSERT_EQ(Files::ReadAt(target, end, copied, got), 0);
+            EXPECT_TRUE(copied == wanted);
+            end += static_cast<std::int64_t>(points * size);
+        }
+        EXPECT_EQ(copier.End, end);
+    }
+    // A stretch that the file does not hold.
+    Files::File source, target;
+    const Messages::Recorder said;
+    ASSERT_EQ(Files::Open(source, folder.At("source"), Files::Mode::Read), 0);
+    ASSERT_EQ(Files::Open(target, folder.At("target"), Files::Mode::Create), 0);
+    RawData::TraceCopier copier(source, target, true, 0);
+    VennicTrace trace{};
+    trace.TrFileOffset = 499'900;
+    trace.TrDataPoints = 40;
+    trace.TrInterleaveSize = 2;
+    trace.TrInterleaveSkip = 4;
+    std::int64_t place = 0;
+    EXPECT_FALSE(copier.Add(trace, place) && copier.Finish());
+    EXPECT_EQ(said.Alerts, "Error: loading beyond Trace end\n");
+    Scratch::Release();
+    Setup::Settings = {};
 }
