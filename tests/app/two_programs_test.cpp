@@ -29,7 +29,9 @@ struct Cell {
         const Result info = Run("info", "--json"), trace = Run("trace", "1.1.1.1");
         EXPECT_EQ(info.Status + trace.Status, 0) << info.Errors << trace.Errors;
         std::string text = trace.Out;
-        for (const auto& [key, tree] : Json::parse(info.Out)["Trees"].items())
+        const Json trees = Json::parse(info.Out)["Trees"];
+        EXPECT_GE(trees.size(), 4u);
+        for (const auto& [key, tree] : trees.items())
             if (key != "ana") text += key + tree["Root"].dump();
         return text;
     }
