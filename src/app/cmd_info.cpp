@@ -6,6 +6,7 @@
 #include "app/settings_list.h"
 #include "base/messages.h"
 #include "base/time_scale.h"
+#include "data/file_info.h"
 #include "online/online_file.h"
 #include "setup/settings_file.h"
 #include "trees/ampl_tree.h"
@@ -197,7 +198,9 @@ int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
 
 int ShowDataSet(const Arguments& arguments, const std::vector<const TreeRow*>& wanted) {
     if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
-    const DataSession& session = CommandLine::Session();
+    DataSession& session = CommandLine::Session();
+    if (session.FileKind >= Bundle::FileKind::WithHeader) Bundle::DumpBundleHeader(session.Header);
+    Messages::Log(FileInfoLine(session));
     std::vector<Shown> trees;
     for (const TreeRow* row : wanted) {
         if (!row->Tree) continue;

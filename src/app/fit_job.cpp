@@ -315,6 +315,7 @@ void AddRow(const SweepFit::Engine& engine, Row row, std::vector<Row>& rows) {
 }
 
 std::string FormulaText(SweepFit::Engine& engine) {
+    if (engine.Params.FitType == SweepFitType::OnlineOnly) return {};
     return Fit::PlainText(Fit::FormulaOf(Fit::Select(engine.Records, engine.Params.FitType)));
 }
 

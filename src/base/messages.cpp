@@ -68,12 +68,17 @@ Recorder::Recorder() {
     hooks.Alert = [this](std::string_view text) { AddLine(Alerts, text); };
     hooks.Note = [this](std::string_view line) { AddLine(Notes, line); };
     hooks.Log = hooks.Note;
+    hooks.Status = [this](std::string_view line) { AddLine(Shown, line); };
     hooks.AskYesNo = [this](std::string_view text, bool defaultAnswer) {
         AddLine(Questions, text);
         return Answer ? Answer(defaultAnswer) : defaultAnswer;
     };
     hooks.AskChoice = [this](std::string_view text, const Choice& choice) {
         AddLine(Questions, text);
+        std::string buttons;
+        for (const char* const button : choice.Buttons)
+            buttons += (buttons.empty() ? "" : "|") + std::string(button);
+        AddLine(Buttons, buttons);
         return !Answer ? choice.Default : Answer(choice.Default == choice.Yes) ? choice.Yes : choice.No;
     };
     Former = Install(std::move(hooks));

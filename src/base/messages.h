@@ -68,6 +68,7 @@ public:
     Recorder& operator=(const Recorder&) = delete;
 
     std::string Alerts, Notes, Questions; // one line an entry; Notes hold the log as well
+    std::string Buttons, Shown;           // of the choices, a line each, "|" between; all status lines
     std::function<bool(bool defaultAnswer)> Answer;
 
 private:

@@ -74,6 +74,16 @@ std::int64_t DataStart(FileKind kind) {
     }
 }
 
+void DumpBundleHeader(const Header& header) {
+    const auto text = [](std::span<const char> field) { return Texts::Utf8(Texts::FromField(field)); };
+    Messages::Log("bundle file - signature: " + text(header.Signature));
+    Messages::Log("            - version:   " + text(header.Version));
+    Messages::Log("            - created:   " + TimeScale::DateText(header.Time) + " " +
+                  TimeScale::TimeText(header.Time));
+    Messages::Log("            - items:     " + std::to_string(header.Items) +
+                  ", little=" + (header.IsLittleEndian ? "TRUE" : "FALSE"));
+}
+
 std::string FileMessage(std::string_view message, int error) {
     std::string text(message);
     text += ": ";

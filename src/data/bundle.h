@@ -79,6 +79,9 @@ inline constexpr std::array<std::string_view, 6> Extensions = {".dat", ".vnc", "
 // The entry of an item among those in use; none when there is no such item.
 [[nodiscard]] const Item* FindItem(const Header& header, std::string_view extension);
 
+// Logs what the header says of the file: signature, writing program, time, item count and byte order.
+void DumpBundleHeader(const Header& header);
+
 // The message, the system's text of the error behind it, at most 80 characters.
 [[nodiscard]] std::string FileMessage(std::string_view message, int error);
 

@@ -25,6 +25,14 @@ namespace RawData {
 // The first byte behind the trace's samples.
 [[nodiscard]] std::int64_t EndOf(const VennicTrace& trace);
 
+// Interleaved blocks that begin no farther apart are read in one go and picked apart.
+inline constexpr std::int64_t CloseTogether = 4096;
+
+// Picks blocks out of a stretch that begins with the first one, until the target is full. The first block
+// gives only what lies behind its first rest bytes. The stretch reaches to the end of the last one.
+void PickBlocks(std::span<const std::byte> stretch, std::int64_t block, std::int64_t skip, std::int64_t rest,
+                std::span<std::byte> target);
+
 // Calls visit(trace) for every trace below the record, or the record itself, that is valid, has points and is
 // not temporary, in tree order. Stops with false when a call returns false.
 template <class Visit>

@@ -173,7 +173,66 @@ bool TraceCopier::CopyInterleaved(const VennicTrace& trace, bool swap) {
     return true;
 }
 
+// Traces of one sweep usually alternate in one stretch: it is read once for all of them.
+bool TraceCopier::AddToWeave(const VennicTrace& trace, bool swap) {
+    const auto size = static_cast<std::int64_t>(SampleSize(trace.TrDataFormat));
+    const Weave one{.From = trace.TrFileOffset,
+                    .Block = trace.TrInterleaveSize,
+                    .Skip = trace.TrInterleaveSkip,
+                    .Bytes = size * trace.TrDataPoints,
+                    .Strands = {}};
+    // What lies far apart, and what cannot be, is left to the reading of single traces.
+    if (one.From < 0 || one.Skip < one.Block || one.Skip > CloseTogether || one.Block % size != 0)
+        return Finish() && CopyInterleaved(trace, swap);
+    const std::int64_t at = one.From - PendingWeave.From;
+    const bool joins = !PendingWeave.Strands.empty() && one.Block == PendingWeave.Block &&
+                       one.Skip == PendingWeave.Skip && one.Bytes == PendingWeave.Bytes && at >= 0 &&
+                       at <= one.Skip - one.Block;
+    if (!joins) {
+        if (!Finish()) return false;
+        PendingWeave = one;
+    }
+    PendingWeave.Strands.push_back({.At = one.From - PendingWeave.From,
+                                    .To = End,
+                                    .SwapSize = swap ? static_cast<std::size_t>(size) : 0});
+    End += one.Bytes;
+    return true;
+}
+
+bool TraceCopier::FinishWeave() {
+    const Weave weave = std::exchange(PendingWeave, Weave{});
+    if (weave.Strands.empty()) return true;
+    const std::span<std::byte> gather = Scratch::Deinterleave(), scratch = Scratch::Vector();
+    const auto room = static_cast<std::int64_t>(std::min({gather.size(), scratch.size(), PieceBytes}));
+    if (room < CloseTogether) return Refuse("Load Trace: De-interleave buffer could not be allocated.");
+    std::int64_t lastStrand = 0;
+    for (const Weave::Strand& strand : weave.Strands) lastStrand = std::max(lastStrand, strand.At);
+    const std::int64_t bytesAtOnce = room / weave.Skip * weave.Block; // of a strand
+    for (std::int64_t done = 0; done < weave.Bytes; done += bytesAtOnce) {
+        const std::int64_t bytes = std::min(bytesAtOnce, weave.Bytes - done);
+        const std::int64_t lastBlock = (bytes - 1) / weave.Block;
+        const std::int64_t length = lastBlock * weave.Skip + lastStrand + bytes - lastBlock * weave.Block;
+        const std::span<std::byte> stretch = gather.first(static_cast<std::size_t>(length));
+        std::size_t got = 0;
+        const int error = Files::ReadAt(Source, weave.From + done / weave.Block * weave.Skip, stretch, got);
+        if (error != 0) return RefuseFile("Read - Error reading data", error);
+        if (got < stretch.size()) return Refuse("Error: loading beyond Trace end");
+        const std::span<std::byte> piece = scratch.first(static_cast<std::size_t>(bytes));
+        for (const Weave::Strand& strand : weave.Strands) {
+            PickBlocks(stretch.subspan(static_cast<std::size_t>(strand.At)), weave.Block, weave.Skip, 0,
+                       piece);
+            if (strand.SwapSize > 0) Bytes::ReverseElements(piece, strand.SwapSize);
+            if (!Put(strand.To + done, piece)) return false;
+        }
+    }
+    return true;
+}
+
 bool TraceCopier::Finish() {
+    return FinishRun() && FinishWeave();
+}
+
+bool TraceCopier::FinishRun() {
     const Run run = std::exchange(Pending, Run{});
     if (run.Bytes == 0) return true;
     const std::span<std::byte> scratch = Scratch::Vector();
@@ -196,7 +255,8 @@ bool TraceCopier::Add(const VennicTrace& trace, std::int64_t& position) {
     const bool swap = ((trace.TrDataKind & DataKind::LittleEndian) != 0) != ToLittle;
     const std::size_t size = SampleSize(trace.TrDataFormat);
     position = End;
-    if (IsInterleaved(trace)) return Finish() && CopyInterleaved(trace, swap);
+    if (IsInterleaved(trace)) return FinishRun() && AddToWeave(trace, swap);
+    if (!FinishWeave()) return false;
     const std::int64_t bytes = std::int64_t{trace.TrDataPoints} * static_cast<std::int64_t>(size);
     const std::size_t swapSize = swap ? size : 0;
     const bool goesOn = Pending.Bytes > 0 && Pending.From + Pending.Bytes == trace.TrFileOffset &&

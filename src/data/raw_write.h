@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace RawData {
 
@@ -29,7 +30,8 @@ void UnlockSamples(DataSession& session);
                               bool alert, bool convert);
 
 // Copies the samples of traces one behind the other into a file. Traces that lie one behind the other in the
-// source go over in one piece, and all pieces pass through the scratch vector.
+// source go over in one piece, and so do interleaved ones that share a stretch of it; all pieces pass through
+// the scratch vector.
 class TraceCopier {
 public:
     TraceCopier(Files::File& from, Files::File& to, bool toLittle, std::int64_t startAt)
@@ -54,10 +56,23 @@ private:
         std::int64_t From = 0, To = 0, Bytes = 0;
         std::size_t SwapSize = 0; // bytes of a sample that is reversed; 0: copied as it is
     };
+    // Interleaved traces of one stretch, each with as many bytes in the same blocks.
+    struct Weave {
+        struct Strand {
+            std::int64_t At = 0, To = 0; // the first block, from the stretch's start; place in the target
+            std::size_t SwapSize = 0;
+        };
+        std::int64_t From = 0, Block = 0, Skip = 0, Bytes = 0;
+        std::vector<Strand> Strands;
+    };
+    [[nodiscard]] bool AddToWeave(const VennicTrace& trace, bool swap);
+    [[nodiscard]] bool FinishWeave();
+    [[nodiscard]] bool FinishRun();
     [[nodiscard]] bool CopyInterleaved(const VennicTrace& trace, bool swap);
     [[nodiscard]] bool Put(std::int64_t position, std::span<const std::byte> bytes);
 
     Run Pending;
+    Weave PendingWeave; // at most one of both is pending
 };
 
 // What a record says of samples that have been copied: their order, and that they are not interleaved.

@@ -5,6 +5,7 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "data/analysis_file.h"
+#include "data/file_info.h"
 #include "data/make_bundle.h"
 #include "data/raw_data.h"
 #include "data/rebuild.h"
@@ -306,9 +307,13 @@ bool OpenDataFile(DataSession& session, const std::string& path, const OpenOptio
 }
 
 bool UpdateDataFile(DataSession& session) {
-    if (session.FileName.empty() || !session.Modify) return true;
-    const bool stored = MakeBundle(session, false, true);
-    session.Native = Rebuild::IsNative(session);
+    bool stored = true;
+    if (!session.FileName.empty() && session.Modify) {
+        stored = MakeBundle(session, false, true);
+        session.Native = Rebuild::IsNative(session);
+        CheckFreeDisk(session);
+    }
+    Messages::Status(FileInfoLine(session));
     return stored;
 }
 

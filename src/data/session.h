@@ -104,7 +104,8 @@ extern std::function<bool()> FilesAreBusy;
 // file as far as it was stored before.
 bool CloseDataFile(DataSession& session, bool store = false);
 
-// Stores the trees of a data set that is open for changes, and leaves it open.
+// Stores the trees of a data set that is open for changes, and leaves it open. Shows the line of the file
+// (data/file_info.h) as status in every mode.
 [[nodiscard]] bool UpdateDataFile(DataSession& session);
 
 // Brings DataEnd up to date and cuts the data file there, if it is open for changes.

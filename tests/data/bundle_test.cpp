@@ -99,3 +99,12 @@ TEST(BundleHeader, WhatIsWrittenIsReadBackInThisMachinesOrder) {
     Support::TheDisk.ReadError = EIO;
     EXPECT_FALSE(Bundle::ReadBundleHeader(header, file, false, true));
 }
+
+TEST(BundleHeader, IsDumpedToTheLog) {
+    const Messages::Recorder said;
+    Bundle::DumpBundleHeader(ReadBack(Support::ReadWhole(Support::Recording("bigtree.dat"))).Header);
+    EXPECT_EQ(said.Notes, "bundle file - signature: DAT2\n"
+                          "            - version:   Qorvanite v1.20\n"
+                          "            - created:   2021/03/28 11:46:40\n"
+                          "            - items:     7, little=FALSE\n");
+}

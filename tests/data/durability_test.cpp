@@ -40,6 +40,11 @@ struct Case {
     const char* Second = nullptr; // a second data set, as other.*
 };
 
+// How the names of the tests show a case.
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << one.Name;
+}
+
 bool Nothing(DataSession&, const Support::TempFolder&) {
     return true;
 }
@@ -112,13 +117,6 @@ const Case Cases[] = {
      }},
 };
 
-void AddSet(Support::FolderState& files, const std::string& set, const std::string& name) {
-    for (const char* const extension : {".dat", ".vnc", ".pgf", ".amp", ".sol", ".ana"}) {
-        const std::string path = Support::Recording(set + extension);
-        if (std::filesystem::exists(path)) files[name + extension] = Support::ReadWhole(path);
-    }
-}
-
 class Durability : public testing::TestWithParam<Case> {
 protected:
     Durability() {
@@ -127,8 +125,8 @@ protected:
         // The reserve file is left out: 4 MB for each of some thousand runs.
         Setup::Settings.TempPath = "/nowhere/at/all";
         Setup::Settings.UseBundle = GetParam().UseBundle;
-        AddSet(Start, GetParam().Set, "cell");
-        if (GetParam().Second) AddSet(Start, GetParam().Second, "other");
+        Support::AddSet(Start, GetParam().Set, "cell");
+        if (GetParam().Second) Support::AddSet(Start, GetParam().Second, "other");
         if (Start.contains("cell.vnc")) Start["cell.txt"] = "notes of the experiment\n";
     }
     ~Durability() override {

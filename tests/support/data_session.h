@@ -7,6 +7,8 @@
 #include "setup/settings.h"
 #include "support/fixtures.h"
 
+#include <gtest/gtest.h>
+
 namespace Support {
 
 class OpenedData {
@@ -41,6 +43,22 @@ public:
     Messages::Recorder Said;
     DataSession Session;
     bool IsOpen = false;
+};
+
+// A copy of a recording as "cell.dat" in a folder of its own, opened for changes.
+class ChangedData : public OpenedData {
+public:
+    explicit ChangedData(const std::string& set, OpenMode mode = OpenMode::Modify) {
+        FolderState files;
+        AddSet(files, set, "cell");
+        Folder.Put(files);
+        if (!Open(Path, mode)) ADD_FAILURE() << Said.Alerts;
+    }
+    // Ends the session so that the folder outlives its files.
+    ~ChangedData() { CloseDataFile(Session); }
+
+    const TempFolder Folder{Memory()};
+    const std::string Path = Folder.At("cell.dat");
 };
 
 }

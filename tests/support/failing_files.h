@@ -15,6 +15,7 @@ struct Disk {
     std::int64_t Written = 0;             // bytes, journals left out
     std::set<int> Journals;               // open ones
     std::int64_t Room = INT64_MAX;        // bytes that can be written before the disk is full
+    std::int64_t FreeSpace = -1;          // what the disk says of its free space; -1: the truth
     int OpenHandles = 0;
     int OpenError = 0, ReadError = 0, LengthError = 0, FlushError = 0, RenameError = 0;
 };
@@ -58,6 +59,9 @@ public:
         };
         disk.Rename = [](const char* from, const char* to) {
             return TheDisk.RenameError ? -TheDisk.RenameError : native.Rename(from, to);
+        };
+        disk.FreeSpace = [](const char* path) {
+            return TheDisk.FreeSpace < 0 ? native.FreeSpace(path) : TheDisk.FreeSpace;
         };
         Files::Use(disk);
     }

@@ -19,6 +19,14 @@ inline std::string Recording(const std::string& name) {
     return DataFile("recordings/" + name);
 }
 
+// The files of a recording, under another name.
+inline void AddSet(FolderState& files, const std::string& set, const std::string& name) {
+    for (const char* const extension : {".dat", ".vnc", ".pgf", ".amp", ".sol", ".ana"}) {
+        const std::string path = Recording(set + extension);
+        if (std::filesystem::exists(path)) files[name + extension] = ReadWhole(path);
+    }
+}
+
 // Fails the test program at once when there is no such file: nothing below could hold.
 inline Json ReadJson(const std::string& name) {
     return Json::parse(ReadWhole(DataFile(name)));

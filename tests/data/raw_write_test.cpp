@@ -1,0 +1,350 @@
+#include "data/raw_write.h"
+
+#include "data/make_bundle.h"
+#include "data/raw_data.h"
+#include "data/sample_format.h"
+#include "data/scratch.h"
+#include "data/traces.h"
+#include "support/data_session.h"
+#include "support/failing_files.h"
+
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+using Support::ChangedData;
+
+namespace {
+
+constexpr std::int64_t DataMax = 2'147'483'647;
+
+// Samples of the test's own, in the given format, as if they had been loaded.
+template <class Sample>
+void PutLoaded(VennicTrace& trace, std::vector<Sample>& samples, DataFormat format) {
+    Traces::ReleaseTrace(&trace);
+    trace.Samples = reinterpret_cast<float*>(samples.data());
+    trace.SampleHeap = nullptr;
+    trace.PointsLoaded = static_cast<std::int32_t>(samples.size());
+    trace.FirstPoint = 0;
+    trace.RamFormat = trace.TrDataFormat = static_cast<std::uint8_t>(format);
+}
+
+// What the file holds of a trace, in this machine's order.
+template <class Sample>
+std::vector<Sample> Stored(DataSession& session, const VennicTrace& trace) {
+    std::vector<Sample> samples(static_cast<std::size_t>(trace.TrDataPoints));
+    EXPECT_TRUE(RawData::ReadSamples(trace, session.DataFile, trace.TrFileOffset,
+                                     std::as_writable_bytes(std::span(samples)), samples.size(),
+                                     sizeof(Sample), RawData::NeedsSwap(trace), true));
+    return samples;
+}
+
+bool Append(ChangedData& data, VennicTrace& trace, std::int64_t& position, bool convert = false,
+            bool alert = true) {
+    constexpr bool Replace = false;
+    return RawData::WriteTrace(data.Session, trace, position, Replace, alert, convert);
+}
+
+bool Replace(ChangedData& data, VennicTrace& trace) {
+    std::int64_t unused = 0;
+    return RawData::WriteTrace(data.Session, trace, unused, true, true, true);
+}
+
+}
+
+TEST(WriteTrace, AppendsUpToTheLimitAndNotAByteBeyond) {
+    ChangedData data("plain");
+    VennicTrace& trace = *data.Trace({1, 1, 1, 1});
+    std::vector<std::int16_t> samples = {1, -2, 3};
+    PutLoaded(trace, samples, DataFormat::Int16);
+    const VennicTrace former = trace;
+    std::int64_t position = DataMax - 6 + 1;
+    EXPECT_FALSE(Append(data, trace, position));
+    EXPECT_EQ(data.Said.Alerts, "File length is limited to 2 Gbyte of data !\n");
+    EXPECT_EQ(position, DataMax - 5);
+    EXPECT_EQ(trace.TrFileOffset, former.TrFileOffset);
+    EXPECT_LT(std::filesystem::file_size(data.Path), 20'000u);
+
+    // The file is made that long without being written: what lies between takes no room.
+    position = DataMax - 6;
+    ASSERT_EQ(Files::SetLength(data.Session.DataFile, position), 0);
+    ASSERT_TRUE(Append(data, trace, position)) << data.Said.Alerts;
+    EXPECT_EQ(position, DataMax);
+    EXPECT_EQ(trace.TrFileOffset, DataMax - 6);
+    EXPECT_EQ(trace.TrDataPoints, 3);
+    EXPECT_EQ(std::filesystem::file_size(data.Path), static_cast<std::uintmax_t>(DataMax));
+    EXPECT_EQ(Stored<std::int16_t>(data.Session, trace), samples);
+    EXPECT_TRUE(data.Said.Notes.ends_with(" ### Warning - file is getting too long: 2047 MB! ### \n"));
+}
+
+TEST(WriteTrace, PutsATraceAtThePositionAndLeadsTheRecordThere) {
+    ChangedData data("weave");
+    VennicTrace& trace = *data.Trace({1, 5, 1, 1}); // interleaved, of the other order
+    const std::int64_t length = data.Session.DataEnd;
+    std::vector<double> samples = {1.5, -2.5};
+    PutLoaded(trace, samples, DataFormat::Real64);
+    trace.TrDataCRC = 7;
+    std::int64_t position = length + 100;
+    ASSERT_TRUE(Append(data, trace, position)) << data.Said.Alerts;
+    EXPECT_EQ(position, length + 116);
+    EXPECT_EQ(trace.TrFileOffset, length + 100);
+    EXPECT_EQ(trace.TrDataCRC, 0);
+    EXPECT_FALSE(RawData::IsInterleaved(trace) || RawData::NeedsSwap(trace));
+    EXPECT_EQ(Stored<double>(data.Session, trace), samples);
+    EXPECT_EQ(Support::ReadWhole(data.Path).substr(static_cast<std::size_t>(length), 100),
+              std::string(100, '\0'));
+
+    // Where something lies already nothing is appended.
+    const std::string bytes = Support::ReadWhole(data.Path);
+    std::int64_t before = position - 1;
+    EXPECT_FALSE(Append(data, trace, before));
+    EXPECT_EQ(data.Said.Alerts, "Illegal write position\n");
+    EXPECT_FALSE(Append(data, trace, before, false, false));
+    EXPECT_TRUE(data.Said.Notes.ends_with("Illegal write position\n"));
+    EXPECT_EQ(data.Said.Alerts, "Illegal write position\n");
+    // Half a trace is none.
+    {
+        const Support::FailingFiles disk;
+        Support::TheDisk.Room = 8;
+        EXPECT_FALSE(Append(data, trace, position));
+    }
+    EXPECT_EQ(data.Said.Alerts, "Illegal write position\nwrite error: No space left on device\n");
+    EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
+}
+
+TEST(WriteTrace, WarnsBeyondTheSizeOfTheSettings) {
+    const struct {
+        std::int64_t End;
+        const char* Line; // none: no warning
+    } cases[] = {{1'000'000, nullptr},
+                 {1'000'002, " ### Warning - file is getting too long: 976 kbytes! ### \n"},
+                 {2048 * 1024 + 1023, " ### Warning - file is getting too long: 2048 kbytes! ### \n"},
+                 {2049 * 1024, " ### Warning - file is getting too long: 2 MB! ### \n"},
+                 {4'000'000, " ### Warning - file is getting too long: 3 MB! ### \n"}};
+    for (const auto& one : cases) {
+        ChangedData data("plain");
+        Setup::Settings.MaxFileBytes = 1'000'000;
+        std::vector<std::int16_t> samples = {1, 2};
+        PutLoaded(*data.Trace({1, 1, 1, 1}), samples, DataFormat::Int16);
+        data.Said.Notes.clear();
+        std::int64_t position = one.End - 4;
+        ASSERT_TRUE(Append(data, *data.Trace({1, 1, 1, 1}), position));
+        EXPECT_EQ(data.Said.Notes, one.Line ? one.Line : "");
+    }
+}
+
+TEST(WriteTrace, ConvertsWhatWasLoadedBackToTheStoredSamples) {
+    ChangedData data("formats");
+    for (const int series : {1, 2})
+        for (const int t : {1, 2, 3, 4}) {
+            SCOPED_TRACE(std::to_string(series) + "." + std::to_string(t));
+            VennicTrace& trace = *data.Trace({1, series, 1, t});
+            const std::size_t size = RawData::SampleSize(trace.TrDataFormat);
+            std::vector<float> first, second;
+            ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
+            first.assign(Traces::Loaded(trace).begin(), Traces::Loaded(trace).end());
+            std::int64_t position = data.Session.DataEnd;
+            constexpr bool Convert = true;
+            ASSERT_TRUE(Append(data, trace, position, Convert)) << data.Said.Alerts;
+            EXPECT_EQ(position - data.Session.DataEnd, static_cast<std::int64_t>(400 * size));
+            data.Session.DataEnd = position;
+            ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
+            second.assign(Traces::Loaded(trace).begin(), Traces::Loaded(trace).end());
+            const double unit = trace.TrDataFormat < 2 ? trace.TrDataFactor : 0;
+            for (std::size_t i = 0; i < first.size(); ++i)
+                EXPECT_NEAR(first[i], second[i], unit / 2 + 1e-6 * std::fabs(first[i]));
+        }
+}
+
+TEST(WriteTrace, RefusalsLeaveTheFileAsItIs) {
+    ChangedData data("weave");
+    const std::string bytes = Support::ReadWhole(data.Path);
+    VennicTrace& trace = *data.Trace({1, 1, 1, 1});
+    EXPECT_FALSE(Replace(data, trace));
+    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
+    const VennicTrace former = trace;
+    EXPECT_FALSE(Replace(data, trace));
+    EXPECT_EQ(trace.TrFileOffset, former.TrFileOffset);
+    EXPECT_EQ(trace.TrInterleaveSize, 512);
+    trace.TrFileOffset = -2;
+    EXPECT_FALSE(Replace(data, trace));
+    trace.TrFileOffset = former.TrFileOffset;
+    trace.TrInterleaveSize = 0;
+    trace.PointsLoaded -= 1;
+    EXPECT_FALSE(Replace(data, trace));
+    data.Session.Modify = false;
+    EXPECT_FALSE(Replace(data, trace));
+    data.Session.Modify = true;
+    EXPECT_EQ(data.Said.Alerts, "Write trace: no samples are loaded.\n"
+                                "Replace trace: interleaved traces must be de-interleaved beforehand.\n"
+                                "Illegal Data File Offset!\n"
+                                "Replace trace: the trace is not loaded whole.\n"
+                                "Cannot modify: data file opened read-only.\n");
+    EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
+}
+
+TEST(WriteTrace, ReplacesSamplesWhereTheyLie) {
+    ChangedData data("plain");
+    VennicTrace& trace = *data.Trace({1, 1, 2, 1});
+    std::string bytes = Support::ReadWhole(data.Path);
+    ASSERT_EQ(trace.TrDataFormat, 0);
+    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
+    for (float& sample : Traces::Loaded(trace)) sample = static_cast<float>(-3 * trace.TrDataFactor);
+    ASSERT_TRUE(Replace(data, trace)) << data.Said.Alerts;
+    const std::vector<std::int16_t> wanted(static_cast<std::size_t>(trace.TrDataPoints), -3);
+    EXPECT_EQ(Stored<std::int16_t>(data.Session, trace), wanted);
+    bytes.replace(static_cast<std::size_t>(trace.TrFileOffset), wanted.size() * 2,
+                  reinterpret_cast<const char*>(wanted.data()), wanted.size() * 2);
+    EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
+}
+
+namespace {
+
+// Seven values and a factor of 2: the last one is dropped, and what lies half-way goes away from zero.
+template <class Sample>
+void ExpectMeans(DataFormat format, const std::vector<Sample>& wanted) {
+    ChangedData data("plain");
+    VennicTrace& trace = *data.Trace({1, 1, 1, 1});
+    std::vector<Sample> samples = {1, 2, -1, -2, 3, 4, 9};
+    PutLoaded(trace, samples, format);
+    std::int64_t position = data.Session.DataEnd;
+    ASSERT_TRUE(Append(data, trace, position));
+    const double interval = trace.TrXInterval;
+    ASSERT_TRUE(RawData::CompressTrace(data.Session, trace, 2)) << data.Said.Alerts;
+    EXPECT_EQ(trace.TrDataPoints, 3);
+    EXPECT_EQ(trace.TrXInterval, 2 * interval);
+    EXPECT_EQ(trace.PointsLoaded, 0);
+    EXPECT_EQ(Stored<Sample>(data.Session, trace), wanted);
+}
+
+}
+
+TEST(CompressTrace, SamplesBecomeTheMeansOfWholeRunsInTheirFormat) {
+    ExpectMeans<std::int16_t>(DataFormat::Int16, {2, -2, 4});
+    ExpectMeans<std::int32_t>(DataFormat::Int32, {2, -2, 4});
+    ExpectMeans<float>(DataFormat::Real32, {1.5F, -1.5F, 3.5F});
+    ExpectMeans<double>(DataFormat::Real64, {1.5, -1.5, 3.5});
+}
+
+TEST(CompressTrace, SamplesOfTheOtherOrderBecomeNative) {
+    ChangedData data("formats");
+    for (const int series : {1, 2}) {
+        VennicTrace& trace = *data.Trace({1, series, 2, 2});
+        const std::vector<std::int32_t> before = Stored<std::int32_t>(data.Session, trace);
+        ASSERT_TRUE(RawData::CompressTrace(data.Session, trace, 7));
+        const std::vector<std::int32_t> after = Stored<std::int32_t>(data.Session, trace);
+        ASSERT_EQ(after.size(), 57u); // 400 / 7
+        EXPECT_FALSE(RawData::NeedsSwap(trace));
+        for (std::size_t run = 0; run < after.size(); ++run) {
+            const auto first = before.begin() + static_cast<std::ptrdiff_t>(7 * run);
+            EXPECT_NEAR(after[run], std::accumulate(first, first + 7, 0.0) / 7, 0.5);
+        }
+        EXPECT_NE(before[0], before[399]);
+    }
+}
+
+TEST(CompressTrace, RefusalsLeaveTheFileAsItIs) {
+    ChangedData data("weave");
+    const std::string bytes = Support::ReadWhole(data.Path);
+    VennicTrace& trace = *data.Trace({1, 1, 1, 1});
+    EXPECT_TRUE(RawData::CompressTrace(data.Session, trace, 1)); // nothing to do
+    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 2));
+    trace.TrInterleaveSize = 0;
+    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 701));
+    trace.TrDataFormat = 7;
+    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 2));
+    data.Session.Modify = false;
+    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 2));
+    data.Session.Modify = true;
+    EXPECT_EQ(data.Said.Alerts, "Compress trace: interleaved traces must be de-interleaved beforehand.\n"
+                                "Compress trace: the factor is larger than the trace.\n"
+                                "Compress - unknown data-format.\n"
+                                "Cannot modify: data file opened read-only.\n");
+    EXPECT_EQ(trace.TrDataPoints, 700);
+    EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
+}
+
+// Traces that share stretches of a file, in blocks of every kind, one behind the other in a second file.
+TEST(TraceCopier, EveryLayoutComesOutAsItIsReadTraceByTrace) {
+    struct Layout {
+        std::int32_t Offset, Points;
+        std::uint8_t Format;
+        std::int32_t Size, Skip;
+        bool Little = true;
+    };
+    const Layout layouts[] = {
+        {256, 20'001, 0, 6, 20},        // three in one stretch that takes several pieces, in two orders,
+        {262, 20'001, 0, 6, 20, false}, // with an incomplete last block
+        {270, 20'001, 0, 6, 20},        //
+        {256, 9'000, 3, 8, 24},         // wide samples
+        {272, 9'000, 3, 8, 24, false},  //
+        {264, 9'000, 3, 8, 24},         // joins although it lies between
+        {256, 30'000, 0, 2, 4},         // the blocks' order in the file against that of the tree
+        {254, 30'000, 0, 2, 4},         //
+        {300, 1'000, 1, 4, 8},          // another number of points: a stretch of its own
+        {304, 999, 1, 4, 8},            //
+        {500, 3'000, 1, 512, 9'000},    // blocks far apart
+        {1'000, 5'000, 1, 0, 0},        // sequential
+        {21'000, 5'000, 1, 0, 0},       // goes on
+        {400, 100, 0, 3, 12},           // blocks of one and a half samples
+    };
+    std::vector<std::byte> bytes(500'000);
+    std::uint32_t noise = 1;
+    for (std::byte& byte : bytes)
+        byte = static_cast<std::byte>((noise = noise * 1664525u + 1013904223u) >> 24);
+    const Support::TempFolder folder{Support::Memory()};
+    Setup::Settings.MaxSamplePoints = Setup::MaxSamplePointsLowest;
+    Scratch::Release();
+    for (const bool toLittle : {true, false}) {
+        Files::File source, target;
+        ASSERT_EQ(Files::Open(source, folder.At("source"), Files::Mode::Create), 0);
+        ASSERT_EQ(Files::WriteAt(source, 0, bytes), 0);
+        ASSERT_EQ(Files::Open(target, folder.At("target"), Files::Mode::Create), 0);
+        RawData::TraceCopier copier(source, target, toLittle, 100);
+        std::vector<VennicTrace> traces;
+        std::vector<std::int64_t> places;
+        for (const Layout& layout : layouts) {
+            VennicTrace& trace = traces.emplace_back();
+            trace.TrFileOffset = layout.Offset;
+            trace.TrDataPoints = layout.Points;
+            trace.TrDataFormat = layout.Format;
+            trace.TrInterleaveSize = layout.Size;
+            trace.TrInterleaveSkip = layout.Skip;
+            trace.TrDataKind = layout.Little ? DataKind::LittleEndian : 0;
+            ASSERT_TRUE(copier.Add(trace, places.emplace_back()));
+        }
+        ASSERT_TRUE(copier.Finish());
+        std::int64_t end = 100;
+        for (std::size_t i = 0; i < traces.size(); ++i) {
+            SCOPED_TRACE(i);
+            const std::size_t size = RawData::SampleSize(traces[i].TrDataFormat);
+            const auto points = static_cast<std::size_t>(traces[i].TrDataPoints);
+            EXPECT_EQ(places[i], end);
+            std::vector<std::byte> wanted(points * size), copied(points * size);
+            const bool swap = layouts[i].Little != toLittle;
+            ASSERT_TRUE(RawData::ReadSamples(traces[i], source, traces[i].TrFileOffset, wanted, points, size,
+                                             swap, true));
+            std::size_t got = 0;
+            ASSERT_EQ(Files::ReadAt(target, end, copied, got), 0);
+            EXPECT_TRUE(copied == wanted);
+            end += static_cast<std::int64_t>(points * size);
+        }
+        EXPECT_EQ(copier.End, end);
+    }
+    // A stretch that the file does not hold.
+    Files::File source, target;
+    const Messages::Recorder said;
+    ASSERT_EQ(Files::Open(source, folder.At("source"), Files::Mode::Read), 0);
+    ASSERT_EQ(Files::Open(target, folder.At("target"), Files::Mode::Create), 0);
+    RawData::TraceCopier copier(source, target, true, 0);
+    VennicTrace trace{};
+    trace.TrFileOffset = 499'900;
+    trace.TrDataPoints = 40;
+    trace.TrInterleaveSize = 2;
+    trace.TrInterleaveSkip = 4;
+    std::int64_t place = 0;
+    EXPECT_FALSE(copier.Add(trace, place) && copier.Finish());
+    EXPECT_EQ(said.Alerts, "Error: loading beyond Trace end\n");
+    Scratch::Release();
+    Setup::Settings = {};
+}
