@@ -123,8 +123,8 @@ void GetRelatives(DataSession& session, void* record);
 
 // What a list of the tree shows of a record of the recording.
 struct RecordLabel {
-    std::string
-        Label; // the record's own; the root's is the file's name, and "Group" stands in for a missing one
+    // The record's own; the root's is the file's name, and "Group" stands in for a missing one.
+    std::string Label;
     int Number = 0;           // its running count; 0 for the root
     bool IsReference = false; // the session's reference series
 };
