@@ -97,6 +97,8 @@ constexpr CommandRow Rows[] = {
     {"trace", "Print a corrected trace as CSV, JSON or NumPy file", Commands::DeclareTrace},
     {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
     {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
+    {"series-fit", "Fit X,Y points or a wave file with the models of a series", Commands::DeclareSeriesFit},
+    {"wave", "Show a wave file, or make one from the columns of an analysis", Commands::DeclareWave},
     {"bundle", "Put the trees of a data set into its data file", Commands::DeclareBundle},
     {"unbundle", "Put the trees of a bundle beside its data file", Commands::DeclareUnbundle},
     {"rebuild", "Put the samples of a data file in order", Commands::DeclareRebuild},

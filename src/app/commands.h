@@ -13,6 +13,8 @@ Procedure DeclareInfo(CLI::App& command);
 Procedure DeclareTrace(CLI::App& command);
 Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
+Procedure DeclareSeriesFit(CLI::App& command);
+Procedure DeclareWave(CLI::App& command);
 Procedure DeclareBundle(CLI::App& command);
 Procedure DeclareUnbundle(CLI::App& command);
 Procedure DeclareRebuild(CLI::App& command);

@@ -1,6 +1,7 @@
 #include "app/fit_job.h"
 
 #include "app/command_line.h"
+#include "app/fit_words.h"
 #include "app/interrupt.h"
 #include "app/json.h"
 #include "base/messages.h"
@@ -10,7 +11,6 @@
 #include "fit/sweep_fit.h"
 #include "setup/settings.h"
 
-#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -24,56 +24,16 @@ struct Row {
     Fit::Outcome Outcome;
     int RangePoints = 0, FitPoints = 0;
     double FirstX = 0, SegmentStart = 0;
-    struct Value {
-        std::string Name, Unit;
-        FitParam Param;
-        bool Derived = false;
-    };
-    std::vector<Value> Values;
+    std::vector<FitWords::Result> Values;
 };
-
-std::string Folded(std::string_view name) {
-    std::string folded;
-    for (const char c : name)
-        if (c != ' ' && c != '-' && c != '&' && c != '_' && c != '.')
-            folded += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return folded;
-}
-
-// By the short or long name, without regard to case, blanks and hyphens: "hodgkinhuxley", "1-exponential".
-std::optional<SweepFitType> TypeNamed(std::string_view name) {
-    const std::string wanted = Folded(name);
-    for (int i = 0; i < SweepFitTypes; ++i) {
-        const FitTypeName names = NameOf(static_cast<SweepFitType>(i));
-        if (wanted == Folded(names.Short) || wanted == Folded(names.Long))
-            return static_cast<SweepFitType>(i);
-    }
-    return std::nullopt;
-}
-
-std::string NamesOfModels(Fit::SweepRecords& records) {
-    std::string list;
-    for (int i = 0; i < SweepFitTypes; ++i) {
-        const auto type = static_cast<SweepFitType>(i);
-        if (!Fit::Select(records, type)) continue;
-        if (!list.empty()) list += ", ";
-        list += NameOf(type).Short;
-    }
-    return list;
-}
-
-bool ReadNumber(std::string_view text, double& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc{} && end == text.data() + text.size();
-}
 
 // "25,75": percent of the segment.
 bool ReadBounds(const std::string& text, SweepFit::FitParams& params) {
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos) return false;
     double left = 0, right = 0;
-    if (!ReadNumber(std::string_view(text).substr(0, comma), left) ||
-        !ReadNumber(std::string_view(text).substr(comma + 1), right))
+    if (!FitWords::ReadNumber(std::string_view(text).substr(0, comma), left) ||
+        !FitWords::ReadNumber(std::string_view(text).substr(comma + 1), right))
         return false;
     constexpr double Limit = 1000; // percent
     if (!(left >= -Limit && right <= Limit && left < right)) return false;
@@ -82,53 +42,13 @@ bool ReadBounds(const std::string& text, SweepFit::FitParams& params) {
     return true;
 }
 
-// "Tau1=0.002", "Tau1=0.002:hold", "Tau1=:off" (which keeps the value).
-bool SetParam(const Fit::Selected& selected, const std::string& text) {
-    const std::size_t equals = text.find('=');
-    if (equals == std::string::npos) return false;
-    const std::string name = text.substr(0, equals);
-    std::string valueText = text.substr(equals + 1);
-    std::optional<FitParamState> state;
-    if (const std::size_t colon = valueText.find(':'); colon != std::string::npos) {
-        const std::string word = valueText.substr(colon + 1);
-        if (Texts::SameFolded(word, "fit"))
-            state = FitParamState::Fit;
-        else if (Texts::SameFolded(word, "hold"))
-            state = FitParamState::Hold;
-        else if (Texts::SameFolded(word, "off"))
-            state = FitParamState::Off;
-        else
-            return false;
-        valueText.resize(colon);
-    }
-    double value = 0;
-    if (valueText.empty()) {
-        const std::optional<Fit::ParamEntry> entry = Fit::FindParam(selected, name);
-        if (!entry || !state) return false;
-        value = entry->Param->Value;
-    } else if (!ReadNumber(valueText, value)) {
-        return false;
-    }
-    return Fit::SetByName(selected, name, value, state);
-}
-
-std::string NamesOfParams(const Fit::Selected& selected) {
-    std::string list;
-    for (const Fit::SettingEntry& setting : Fit::Settings(selected))
-        list += (list.empty() ? "" : ", ") + std::string(setting.Name);
-    for (const Fit::ParamEntry& param : Fit::Params(selected))
-        if (!param.Derived && !param.Column.empty())
-            list += (list.empty() ? "" : ", ") + std::string(param.Name);
-    return list;
-}
-
 // Everything of the command line that can be judged before a file is opened. Done, or WrongUse.
 int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
     SweepFit::FitParams& params = engine.Params;
-    const std::optional<SweepFitType> type = TypeNamed(job.Type);
+    const std::optional<SweepFitType> type = FitWords::SweepType(job.Type);
     if (!type || !Fit::Select(engine.Records, *type))
-        return CommandLine::Misused("The type \"" + job.Type +
-                                    "\" cannot be fitted. Types: " + NamesOfModels(engine.Records) + ".");
+        return CommandLine::Misused("The type \"" + job.Type + "\" cannot be fitted. Types: " +
+                                    FitWords::NamesOfModels(engine.Records) + ".");
     params.FitType = *type;
     params.FitTrace = job.Trace;
     params.NewAnalysisMode =
@@ -142,12 +62,7 @@ int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
     params.Control.Epsilon = job.Epsilon.value_or(params.Control.Epsilon);
     params.MaxNoOfFittedPoints = job.MaxPoints.value_or(params.MaxNoOfFittedPoints);
 
-    const Fit::Selected selected = Fit::Select(engine.Records, *type);
-    for (const std::string& text : job.Params)
-        if (!SetParam(selected, text))
-            return CommandLine::Misused("\"" + text + "\" sets no parameter: NAME=VALUE[:fit|hold|off] of " +
-                                        NamesOfParams(selected) + ".");
-    return CommandLine::Done;
+    return FitWords::SetParams(Fit::Select(engine.Records, *type), job.Params);
 }
 
 // The offset that leads to a segment by its number; the driver itself counts from the relevant one.
@@ -182,10 +97,8 @@ Row KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
     row.FitPoints = work.FitPoints;
     row.FirstX = work.FirstX;
     row.SegmentStart = work.SegmentStart;
-    for (const Fit::ParamEntry& entry : Fit::Params(Fit::Select(engine.Records, engine.Params.FitType)))
-        row.Values.push_back({std::string(entry.Column.empty() ? entry.Name : entry.Column),
-                              Fit::UnitText(entry.Unit, work.XUnit, work.YUnit), *entry.Param,
-                              entry.Derived});
+    row.Values =
+        FitWords::Results(Fit::Select(engine.Records, engine.Params.FitType), work.XUnit, work.YUnit);
     return row;
 }
 
@@ -196,22 +109,12 @@ bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         Json::Value sweep;
         sweep["Target"] = row.Target;
-        sweep["Iterations"] =
-            row.Outcome.Iterations ? Json::Value(*row.Outcome.Iterations) : Json::Value(nullptr);
-        sweep["FitTermination"] = static_cast<int>(row.Outcome.FitTermination);
-        sweep["LastResidual"] = Json::Number(row.Outcome.LastResidual);
-        sweep["Residual"] = Json::Number(row.Outcome.Residual);
+        FitWords::AddOutcome(sweep, row.Outcome);
         sweep["RangePoints"] = row.RangePoints;
         sweep["FitPoints"] = row.FitPoints;
         sweep["FirstX"] = Json::Number(row.FirstX);
         sweep["SegmentStart"] = Json::Number(row.SegmentStart);
-        sweep["Parameters"] = Json::Value::array();
-        for (const Row::Value& value : row.Values)
-            sweep["Parameters"].push_back({{"Name", value.Name},
-                                           {"Value", Json::Number(value.Param.Value)},
-                                           {"State", static_cast<int>(value.Param.State)},
-                                           {"Store", value.Param.Store},
-                                           {"Unit", Json::String(value.Unit)}});
+        FitWords::AddResults(sweep, row.Values);
         sweep["Cycles"] = Json::Value::array();
         sweep["Events"] = Json::Value::array();
         document["Sweeps"].push_back(std::move(sweep));
@@ -222,7 +125,7 @@ bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
 // A column is worth its place when it goes into the analysis or was worked out by the fit, and a sweep has a
 // value.
 bool IsShown(const std::vector<Row>& rows, std::size_t column) {
-    const Row::Value& first = rows.front().Values[column];
+    const FitWords::Result& first = rows.front().Values[column];
     const bool isResidual = column + 1 == rows.front().Values.size();
     if (first.Param.Store == 0 && !first.Derived && !isResidual) return false;
     for (const Row& row : rows)
@@ -238,7 +141,7 @@ bool PrintTable(const std::vector<Row>& rows) {
         if (IsShown(rows, i)) columns.push_back(i);
     std::printf("%-10s %6s %-10s", "Sweep", "Iter.", "Ending");
     for (const std::size_t i : columns) {
-        const Row::Value& value = rows.front().Values[i];
+        const FitWords::Result& value = rows.front().Values[i];
         const std::string head = value.Unit.empty() ? value.Name : value.Name + "/" + value.Unit;
         std::printf(" %*s", Width, head.c_str());
     }

@@ -1,0 +1,42 @@
+// What the fit commands share: types and parameters as words of the command line, and as JSON.
+#pragma once
+#include "app/json.h"
+#include "fit/fit.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace FitWords {
+
+// A type by its short or long name, without regard to case, blanks and signs: "hodgkinhuxley",
+// "1-exponential", "(exp(x-x0))^n". Types that have no model are found as well.
+[[nodiscard]] std::optional<SweepFitType> SweepType(std::string_view name);
+[[nodiscard]] std::optional<SeriesFitType> SeriesType(std::string_view name);
+
+// "Polynomial, Exponential, ...": the types that have a model.
+[[nodiscard]] std::string NamesOfModels(Fit::SweepRecords& records);
+[[nodiscard]] std::string NamesOfModels(Fit::SeriesRecords& records);
+
+// The whole text as a number.
+[[nodiscard]] bool ReadNumber(std::string_view text, double& value);
+
+// "Tau1=0.002", "Tau1=0.002:hold", "Tau1=:off" (which keeps the value). False for anything else.
+[[nodiscard]] bool SetParam(const Fit::Selected& selected, const std::string& text);
+// All of them, in order; the first that cannot be set is said to the user. Done or WrongUse.
+[[nodiscard]] int SetParams(const Fit::Selected& selected, const std::vector<std::string>& texts);
+
+// A parameter as results show it: under the name of its stored column, or else its field's.
+struct Result {
+    std::string Name, Unit;
+    FitParam Param;
+    bool Derived = false;
+};
+[[nodiscard]] std::vector<Result> Results(const Fit::Selected& selected, std::string_view xUnit,
+                                          std::string_view yUnit);
+
+// "Iterations" to "Residual", and "Parameters".
+void AddOutcome(Json::Value& to, const Fit::Outcome& outcome);
+void AddResults(Json::Value& to, const std::vector<Result>& results);
+
+}
