@@ -7,6 +7,7 @@
 #include "base/files.h"
 #include "base/messages.h"
 #include "base/text.h"
+#include "fit/formula.h"
 #include "series/skip_points.h"
 
 #include <cstdio>
@@ -31,9 +32,18 @@ void TakeControl(const Arguments& arguments, Fit::FitControl& control) {
     control.BreakProc = Interrupt::Requested;
 }
 
-bool PrintTable(std::string_view type, const Fit::Outcome& outcome, std::size_t points,
-                const std::vector<FitWords::Result>& results) {
-    std::printf("%.*s of %zu points", static_cast<int>(type.size()), type.data(), points);
+// What a fit left behind.
+struct Fitted {
+    std::string_view Type;
+    Fit::Selected Selected;
+    Fit::Outcome Outcome;
+    std::size_t Points = 0;
+};
+
+bool PrintTable(const Fitted& fitted, const std::vector<FitWords::Result>& results) {
+    const Fit::Outcome& outcome = fitted.Outcome;
+    std::printf("%s\n\n", Fit::PlainText(Fit::FormulaOf(fitted.Selected)).c_str());
+    std::printf("%s, %zu points", std::string(fitted.Type).c_str(), fitted.Points);
     if (outcome.Iterations)
         std::printf(", %d evaluations, %s", *outcome.Iterations, Fit::NameOf(outcome.FitTermination));
     std::printf("\n");
@@ -47,25 +57,17 @@ bool PrintTable(std::string_view type, const Fit::Outcome& outcome, std::size_t 
     return std::fflush(stdout) == 0;
 }
 
-bool PrintJson(std::string_view type, const Fit::Outcome& outcome, std::size_t points,
-               const std::vector<FitWords::Result>& results) {
+bool PrintJson(const Fitted& fitted, const std::vector<FitWords::Result>& results) {
     Json::Value document;
-    document["Type"] = type;
-    FitWords::AddOutcome(document, outcome);
-    document["FitPoints"] = points;
+    document["Type"] = fitted.Type;
+    document["Formula"] = Fit::PlainText(Fit::FormulaOf(fitted.Selected));
+    FitWords::AddOutcome(document, fitted.Outcome);
+    document["FitPoints"] = fitted.Points;
     FitWords::AddResults(document, results);
     document["Cycles"] = Json::Value::array();
     document["Events"] = Json::Value::array();
     return Json::Print(document);
 }
-
-// What a fit left behind.
-struct Fitted {
-    std::string_view Type;
-    Fit::Selected Selected;
-    Fit::Outcome Outcome;
-    std::size_t Points = 0;
-};
 
 int Report(const Arguments& arguments, const SeriesFit::Engine& engine, const Fitted& fitted) {
     const bool buffer = engine.Store.ActiveWave == SGFit::Active::Buffer;
@@ -74,7 +76,7 @@ int Report(const Arguments& arguments, const SeriesFit::Engine& engine, const Fi
     const std::vector<FitWords::Result> results =
         FitWords::Results(fitted.Selected, Texts::FromField(x.Unit), Texts::FromField(y.Unit));
     const auto print = arguments.AsJson ? PrintJson : PrintTable;
-    if (!print(fitted.Type, fitted.Outcome, fitted.Points, results)) return CommandLine::Failed;
+    if (!print(fitted, results)) return CommandLine::Failed;
     if (!Interrupt::Requested()) return CommandLine::Done;
     Messages::Alert("Stopped by the user.");
     return CommandLine::Failed;

@@ -8,6 +8,7 @@
 #include "setup/settings_file.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstdio>
 #include <iostream>
@@ -99,6 +100,7 @@ constexpr CommandRow Rows[] = {
     {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
     {"series-fit", "Fit X,Y points or a wave file with the models of a series", Commands::DeclareSeriesFit},
     {"wave", "Show a wave file, or make one from the columns of an analysis", Commands::DeclareWave},
+    {"eval", "Evaluate an expression or an equation in ranges", Commands::DeclareEval},
     {"bundle", "Put the trees of a data set into its data file", Commands::DeclareBundle},
     {"unbundle", "Put the trees of a bundle beside its data file", Commands::DeclareUnbundle},
     {"rebuild", "Put the samples of a data file in order", Commands::DeclareRebuild},
@@ -107,6 +109,31 @@ constexpr CommandRow Rows[] = {
     {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
+
+// An expression may begin with a minus, which the option parser would take for an option's; behind "--" it
+// does not.
+std::vector<std::string> WithExpressionLast(std::vector<std::string> arguments) {
+    auto argument = std::find(arguments.begin(), arguments.end(), "eval");
+    if (argument == arguments.end()) return arguments;
+    const auto takesValue = [](const std::string& word) {
+        return word == "--x" || word == "--c" || word == "--answer" || word == "--mode" ||
+               word == "--settings";
+    };
+    const auto isOption = [](const std::string& word) {
+        return word == "-h" || (word.size() > 2 && word[1] == '-' && std::isalpha(word[2]) != 0);
+    };
+    for (++argument; argument != arguments.end() && *argument != "--"; ++argument) {
+        if (takesValue(*argument)) {
+            if (++argument == arguments.end()) break;
+        } else if (argument->size() > 1 && argument->front() == '-' && !isOption(*argument)) {
+            std::string expression = std::move(*argument);
+            arguments.erase(argument);
+            arguments.insert(arguments.end(), {"--", std::move(expression)});
+            break;
+        }
+    }
+    return arguments;
+}
 
 // The settings of a start, but for the corrections of traces: on the command line these are what a command's
 // options say, whatever the user saw last in a window.
@@ -160,8 +187,9 @@ int Run(const std::vector<std::string>& arguments) {
     }
 
     try {
-        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-        app.parse(reversed);
+        std::vector<std::string> words = WithExpressionLast(arguments);
+        std::reverse(words.begin(), words.end());
+        app.parse(words);
     } catch (const CLI::ParseError& error) {
         const bool asked = error.get_exit_code() == 0; // --help and --version
         app.exit(error, std::cout, std::cerr);
@@ -246,6 +274,11 @@ void* Find(const Target& target) {
         record = child;
     }
     return record;
+}
+
+bool ReadNumber(std::string_view text, double& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} && end == text.data() + text.size();
 }
 
 int Misused(const std::string& text) {

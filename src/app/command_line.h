@@ -47,6 +47,9 @@ struct Target {
 // The record of a target; none, with a message, when the data set has no such record.
 [[nodiscard]] void* Find(const Target& target);
 
+// A whole text as a number; INF and NAN count.
+[[nodiscard]] bool ReadNumber(std::string_view text, double& value);
+
 // Says what was wrong with the use of a command, and returns WrongUse.
 [[nodiscard]] int Misused(const std::string& text);
 

@@ -15,6 +15,7 @@ Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
 Procedure DeclareSeriesFit(CLI::App& command);
 Procedure DeclareWave(CLI::App& command);
+Procedure DeclareEval(CLI::App& command);
 Procedure DeclareBundle(CLI::App& command);
 Procedure DeclareUnbundle(CLI::App& command);
 Procedure DeclareRebuild(CLI::App& command);

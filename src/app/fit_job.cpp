@@ -8,9 +8,11 @@
 #include "data/analysis_file.h"
 #include "data/recovery_copy.h"
 #include "data/sweep_stimulus.h"
+#include "fit/formula.h"
 #include "fit/sweep_fit.h"
 #include "setup/settings.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -32,14 +34,25 @@ bool ReadBounds(const std::string& text, SweepFit::FitParams& params) {
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos) return false;
     double left = 0, right = 0;
-    if (!FitWords::ReadNumber(std::string_view(text).substr(0, comma), left) ||
-        !FitWords::ReadNumber(std::string_view(text).substr(comma + 1), right))
+    if (!CommandLine::ReadNumber(std::string_view(text).substr(0, comma), left) ||
+        !CommandLine::ReadNumber(std::string_view(text).substr(comma + 1), right))
         return false;
     constexpr double Limit = 1000; // percent
     if (!(left >= -Limit && right <= Limit && left < right)) return false;
     params.FitLeftBound = left / 100.0;
     params.FitRightBound = right / 100.0;
     return true;
+}
+
+// A type that stores nothing by itself stores what it fits, for else there would be nothing in the file.
+void StoreSomething(const Fit::Selected& selected) {
+    const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
+    const auto stored = [](const Fit::ParamEntry& entry) {
+        return !entry.Column.empty() && entry.Param->Store != 0;
+    };
+    if (std::ranges::any_of(params, stored)) return;
+    for (const Fit::ParamEntry& entry : params)
+        if (!entry.Derived && entry.Param->State != FitParamState::Off) entry.Param->Store = 1;
 }
 
 // Everything of the command line that can be judged before a file is opened. Done, or WrongUse.
@@ -62,7 +75,10 @@ int TakeSettings(const FitJob& job, SweepFit::Engine& engine) {
     params.Control.Epsilon = job.Epsilon.value_or(params.Control.Epsilon);
     params.MaxNoOfFittedPoints = job.MaxPoints.value_or(params.MaxNoOfFittedPoints);
 
-    return FitWords::SetParams(Fit::Select(engine.Records, *type), job.Params);
+    const Fit::Selected selected = Fit::Select(engine.Records, *type);
+    const int taken = FitWords::SetParams(selected, job.Params);
+    if (job.Store) StoreSomething(selected);
+    return taken;
 }
 
 // The offset that leads to a segment by its number; the driver itself counts from the relevant one.
@@ -102,9 +118,14 @@ Row KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
     return row;
 }
 
-bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
+std::string FormulaText(SweepFit::Engine& engine) {
+    return Fit::PlainText(Fit::FormulaOf(Fit::Select(engine.Records, engine.Params.FitType)));
+}
+
+bool PrintJson(SweepFit::Engine& engine, const std::vector<Row>& rows) {
     Json::Value document;
     document["Type"] = NameOf(engine.Params.FitType).Short;
+    document["Formula"] = FormulaText(engine);
     document["Sweeps"] = Json::Value::array();
     for (const Row& row : rows) {
         Json::Value sweep;
@@ -122,19 +143,21 @@ bool PrintJson(const SweepFit::Engine& engine, const std::vector<Row>& rows) {
     return Json::Print(document);
 }
 
-// A column is worth its place when it goes into the analysis or was worked out by the fit, and a sweep has a
-// value.
+// A column is worth its place when it goes into the analysis, is fitted or was worked out by the fit, and a
+// sweep has a value.
 bool IsShown(const std::vector<Row>& rows, std::size_t column) {
     const FitWords::Result& first = rows.front().Values[column];
     const bool isResidual = column + 1 == rows.front().Values.size();
-    if (first.Param.Store == 0 && !first.Derived && !isResidual) return false;
+    const bool fitted = first.Param.State == FitParamState::Fit;
+    if (first.Param.Store == 0 && !fitted && !first.Derived && !isResidual) return false;
     for (const Row& row : rows)
         if (row.Values[column].Param.State != FitParamState::Off) return true;
     return false;
 }
 
-bool PrintTable(const std::vector<Row>& rows) {
+bool PrintTable(SweepFit::Engine& engine, const std::vector<Row>& rows) {
     if (rows.empty()) return true;
+    std::printf("%s\n\n", FormulaText(engine).c_str());
     constexpr int Width = 14;
     std::vector<std::size_t> columns;
     for (std::size_t i = 0; i < rows.front().Values.size(); ++i)
@@ -238,7 +261,7 @@ int RunFitJob(const FitJob& job) {
     Messages::Status("");
 
     if (job.Store && !rows.empty() && !AnalysisFile::SaveAnalysis(engine.Session)) done = false;
-    if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(rows))) done = false;
+    if (!(job.AsJson ? PrintJson(engine, rows) : PrintTable(engine, rows))) done = false;
     if (Interrupt::Requested()) {
         Messages::Alert("Stopped by the user; sweeps fitted: " + std::to_string(rows.size()) + ".");
         done = false;

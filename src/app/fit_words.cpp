@@ -1,8 +1,10 @@
 #include "app/fit_words.h"
 
 #include "app/command_line.h"
+#include "fit/parsed_equation.h"
 
-#include <charconv>
+#include <algorithm>
+#include <cctype>
 
 namespace FitWords {
 
@@ -40,36 +42,14 @@ std::string NamesOf(Records& records, int count) {
 
 std::string NamesOfParams(const Fit::Selected& selected) {
     std::string list;
+    for (const std::string_view text : Fit::TextFields(selected))
+        list += (list.empty() ? "" : ", ") + std::string(text);
     for (const Fit::SettingEntry& setting : Fit::Settings(selected))
         list += (list.empty() ? "" : ", ") + std::string(setting.Name);
     for (const Fit::ParamEntry& param : Fit::Params(selected))
         if (!param.Derived && !param.Column.empty())
             list += (list.empty() ? "" : ", ") + std::string(param.Name);
     return list;
-}
-
-}
-
-std::optional<SweepFitType> SweepType(std::string_view name) {
-    return TypeNamed<SweepFitType>(name, SweepFitTypes);
-}
-
-std::optional<SeriesFitType> SeriesType(std::string_view name) {
-    if (Folded(name) == "spectra") return SeriesFitType::PowerSpectrum; // its name in menus
-    return TypeNamed<SeriesFitType>(name, SeriesFitTypes);
-}
-
-std::string NamesOfModels(Fit::SweepRecords& records) {
-    return NamesOf<SweepFitType>(records, SweepFitTypes);
-}
-
-std::string NamesOfModels(Fit::SeriesRecords& records) {
-    return NamesOf<SeriesFitType>(records, SeriesFitTypes);
-}
-
-bool ReadNumber(std::string_view text, double& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc{} && end == text.data() + text.size();
 }
 
 bool SetParam(const Fit::Selected& selected, const std::string& text) {
@@ -95,17 +75,57 @@ bool SetParam(const Fit::Selected& selected, const std::string& text) {
         const std::optional<Fit::ParamEntry> entry = Fit::FindParam(selected, name);
         if (!entry || !state) return false;
         value = entry->Param->Value;
-    } else if (!ReadNumber(valueText, value)) {
+    } else if (!CommandLine::ReadNumber(valueText, value)) {
         return false;
     }
     return Fit::SetByName(selected, name, value, state);
 }
 
+// "Equation=c[1]*x"
+bool IsText(const Fit::Selected& selected, const std::string& text) {
+    const std::string_view name = std::string_view(text).substr(0, text.find('='));
+    return std::ranges::any_of(Fit::TextFields(selected),
+                               [name](std::string_view field) { return Texts::SameFolded(field, name); });
+}
+
+bool SetText(const Fit::Selected& selected, const std::string& text) {
+    const std::size_t equals = text.find('=');
+    return equals != std::string::npos &&
+           Fit::SetTextByName(selected, text.substr(0, equals), text.substr(equals + 1));
+}
+
+}
+
+std::optional<SweepFitType> SweepType(std::string_view name) {
+    return TypeNamed<SweepFitType>(name, SweepFitTypes);
+}
+
+std::optional<SeriesFitType> SeriesType(std::string_view name) {
+    if (Folded(name) == "spectra") return SeriesFitType::PowerSpectrum; // its name in menus
+    return TypeNamed<SeriesFitType>(name, SeriesFitTypes);
+}
+
+std::string NamesOfModels(Fit::SweepRecords& records) {
+    return NamesOf<SweepFitType>(records, SweepFitTypes);
+}
+
+std::string NamesOfModels(Fit::SeriesRecords& records) {
+    return NamesOf<SeriesFitType>(records, SeriesFitTypes);
+}
+
 int SetParams(const Fit::Selected& selected, const std::vector<std::string>& texts) {
+    Fit::ParsedRecord* const equation = Fit::ParsedRecordOf(selected);
     for (const std::string& text : texts)
-        if (!SetParam(selected, text))
+        if (IsText(selected, text) && !SetText(selected, text))
+            return CommandLine::Misused("\"" + text + "\" does not fit into its field.");
+    if (equation) Fit::NormaliseStates(*equation);
+    for (const std::string& text : texts)
+        if (!IsText(selected, text) && !SetParam(selected, text))
             return CommandLine::Misused("\"" + text + "\" sets no parameter: NAME=VALUE[:fit|hold|off] of " +
                                         NamesOfParams(selected) + ".");
+    Equation::Error error;
+    if (equation && !Fit::PreparseEquation(equation, error))
+        return CommandLine::Misused(Fit::PreparseMessage(error));
     return CommandLine::Done;
 }
 

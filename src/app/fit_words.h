@@ -18,12 +18,9 @@ namespace FitWords {
 [[nodiscard]] std::string NamesOfModels(Fit::SweepRecords& records);
 [[nodiscard]] std::string NamesOfModels(Fit::SeriesRecords& records);
 
-// The whole text as a number.
-[[nodiscard]] bool ReadNumber(std::string_view text, double& value);
-
-// "Tau1=0.002", "Tau1=0.002:hold", "Tau1=:off" (which keeps the value). False for anything else.
-[[nodiscard]] bool SetParam(const Fit::Selected& selected, const std::string& text);
-// All of them, in order; the first that cannot be set is said to the user. Done or WrongUse.
+// Sets each of "Tau1=0.002", "Tau1=0.002:hold", "Tau1=:off" (which keeps the value), "Order=2",
+// "Equation=c[1]*x"; texts before values, for an equation decides which coefficients there are. What cannot
+// be set, and what is wrong with an equation, is said to the user. Done or WrongUse.
 [[nodiscard]] int SetParams(const Fit::Selected& selected, const std::vector<std::string>& texts);
 
 // A parameter as results show it: under the name of its stored column, or else its field's.

@@ -38,8 +38,9 @@ void SolveDirectly(FitRun& run, const UpdateProc& update, const ResidualProc& sh
 
 SweepRecords DefaultSweepRecords() {
     SweepRecords records;
-    for (const SweepFitType type : {SweepFitType::Polynomial, SweepFitType::Exponential,
-                                    SweepFitType::HodgkinHuxley, SweepFitType::Gaussian})
+    for (const SweepFitType type :
+         {SweepFitType::ParsedEquation, SweepFitType::Polynomial, SweepFitType::Exponential,
+          SweepFitType::HodgkinHuxley, SweepFitType::Gaussian})
         Init(Select(records, type));
     return records;
 }
@@ -54,6 +55,7 @@ SeriesRecords DefaultSeriesRecords() {
 
 Selected Select(SweepRecords& records, SweepFitType type) {
     switch (type) {
+    case SweepFitType::ParsedEquation: return {&ParsedModel, &records.Parsed, Level::Sweep};
     case SweepFitType::Polynomial: return {&PolynomialModel, &records.Polynomial, Level::Sweep};
     case SweepFitType::Exponential: return Direction(records.Exponential, 0, Level::Sweep);
     case SweepFitType::OneExponential: return Direction(records.Exponential, 1, Level::Sweep);
@@ -65,6 +67,7 @@ Selected Select(SweepRecords& records, SweepFitType type) {
 
 Selected Select(SeriesRecords& records, SeriesFitType type) {
     switch (type) {
+    case SeriesFitType::ParsedEquation: return {&ParsedModel, &records.Parsed, Level::Series};
     case SeriesFitType::Polynomial: return {&PolynomialModel, &records.Polynomial, Level::Series};
     case SeriesFitType::TwoRegressions: return {&RegressionsModel, &records.TwoRegressions, Level::Series};
     case SeriesFitType::Exponential: return Direction(records.Exponential, 0, Level::Series);

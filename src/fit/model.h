@@ -22,11 +22,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <span>
 #include <string_view>
 
+namespace Equation {
+class Ranged;
+}
+
 namespace Fit {
 
+struct Formula;
 struct ModelRow;
 struct FitRun;
 
@@ -47,9 +53,10 @@ struct FitFunction {
     int NonlinearCount = 0;
     FreeParam Free[MaxNonlinear]; // in the order of FitVector
     int LinearCount = 0;
-    double* Target[MaxLinear] = {}; // receives the amplitude of the basis function
-    int Basis[MaxLinear] = {};      // the column that holds it; 0 is the constant 1
-    bool HasFixedPart = false;      // Tabulate fills the fixed part; otherwise it is 0 everywhere
+    double* Target[MaxLinear] = {};         // receives the amplitude of the basis function
+    int Basis[MaxLinear] = {};              // the column that holds it; 0 is the constant 1
+    bool HasFixedPart = false;              // Tabulate fills the fixed part; otherwise it is 0 everywhere
+    std::shared_ptr<Equation::Ranged> Text; // of a parsed equation, reading its record
 };
 
 // Columns over the points of X. The memory is the caller's; Column[0] holds ones, whoever lays the columns
@@ -80,19 +87,20 @@ struct ParamRow {
     ParamUnit Unit;
     std::size_t At; // byte offset in the record
     bool Derived = false;
+    const char* Symbol = ""; // what the formula calls it, where that is another name
 };
 
-enum class SettingKind : std::uint8_t { Int16, Byte, Real64 };
+enum class SettingKind : std::uint8_t { Int16, Byte, Real64, Text };
 
 // One field of a record that is no FitParam.
 struct SettingRow {
     const char* Name;
     SettingKind Kind;
     std::size_t At;
-    double Min, Max; // values that the field can take; a model may refuse more
+    double Min, Max; // values that the field can take; a model may refuse more. Of a text: 0, and its bytes
 };
 
-// All slots of a row; nullptr stands where a model has no need of a procedure.
+// The slots of a row; nullptr stands where a model has no need of a procedure.
 struct ModelRow {
     std::span<const ParamRow> Params;        // in the order of the stored columns, residuals last
     std::span<const SettingRow> Settings;    // may be empty
@@ -107,6 +115,9 @@ struct ModelRow {
     void (*Derive)(const FitFunction& function, const Grid& grid); // derived results of the sweep level
     FitParam* (*Residual)(void* record);                           // where the residual of the fit goes
     void (*SetUnits)(void* record, std::string_view x, std::string_view y);
+    void (*Draw)(const void* record, Formula& formula); // the formula as people read it
+    // The user's own name of a parameter, by its row; empty where there is none.
+    std::string_view (*UserName)(const void* record, std::size_t row) = nullptr;
 };
 
 // Model over x, in blocks; no memory is allocated. values has the size of x.

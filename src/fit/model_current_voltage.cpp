@@ -1,4 +1,5 @@
 // Current-voltage curve: ohmic or Goldman-Hodgkin-Katz driving force, activation, and a block on either side.
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "math/vector_exp.h"
 
@@ -167,6 +168,7 @@ const ModelRow CurrentVoltageModel = {
     .Derive = nullptr,
     .Residual = [](void* record) { return &RecordOf(record).Residual; },
     .SetUnits = nullptr,
+    .Draw = DrawCurrentVoltage,
 };
 
 }

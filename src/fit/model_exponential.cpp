@@ -1,5 +1,6 @@
 // Sums of up to three decaying or rising exponentials over an offset.
 #include "fit/derived.h"
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "math/vector_exp.h"
 
@@ -140,6 +141,7 @@ const ModelRow ExponentialModel = {
     .Derive = Derive,
     .Residual = [](void* record) { return &RecordOf(record).Residual; },
     .SetUnits = SetRecordUnits<ExpRecord>,
+    .Draw = DrawExponential,
 };
 
 }

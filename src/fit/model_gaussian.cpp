@@ -1,5 +1,6 @@
 // Sum of up to four Gaussians.
 #include "fit/derived.h"
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "math/vector_exp.h"
 
@@ -131,6 +132,7 @@ const ModelRow GaussianModel = {
     .Derive = Derive,
     .Residual = [](void* record) { return &RecordOf(record).Residual; },
     .SetUnits = SetRecordUnits<GaussRecord>,
+    .Draw = DrawGaussian,
 };
 
 }

@@ -1,4 +1,5 @@
 // Sum of up to three powers of exponentials that start at a shift, over an offset.
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "math/vector_exp.h"
 
@@ -133,6 +134,7 @@ const ModelRow GenExponentialModel = {
     .Derive = nullptr,
     .Residual = [](void* record) { return &RecordOf(record).Residual; },
     .SetUnits = nullptr,
+    .Draw = DrawGenExponential,
 };
 
 }

@@ -1,5 +1,6 @@
 // Current through channels with activation and inactivation after Hodgkin and Huxley, with gating current.
 #include "fit/derived.h"
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "math/vector_exp.h"
 
@@ -185,6 +186,7 @@ const ModelRow HodgkinHuxleyModel = {
     .Derive = Derive,
     .Residual = [](void* record) { return &RecordOf(record).Residual; },
     .SetUnits = SetRecordUnits<HHRecord>,
+    .Draw = DrawHodgkinHuxley,
 };
 
 }

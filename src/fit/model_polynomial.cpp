@@ -1,5 +1,6 @@
 // The two models that are solved directly: a polynomial and a pair of straight lines.
 #include "fit/derived.h"
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "fit/optimiser.h"
 #include "math/matrix_inverse.h"
@@ -162,6 +163,7 @@ const ModelRow PolynomialModel = {
     .Derive = DerivePolynomial,
     .Residual = [](void* record) { return &PolyOf(record).Residual; },
     .SetUnits = nullptr,
+    .Draw = DrawPolynomial,
 };
 
 const ModelRow RegressionsModel = {
@@ -183,6 +185,7 @@ const ModelRow RegressionsModel = {
             return LinesOf(record).FirstLine ? &LinesOf(record).Residual1 : &LinesOf(record).Residual2;
         },
     .SetUnits = nullptr,
+    .Draw = DrawRegressions,
 };
 
 }

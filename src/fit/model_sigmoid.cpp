@@ -1,4 +1,5 @@
 // The two models whose terms are an amplitude over a sum: Boltzmann and dose-response curves.
+#include "fit/formulas.h"
 #include "fit/models.h"
 #include "math/vector_exp.h"
 
@@ -194,6 +195,7 @@ const ModelRow BoltzmannModel = {
     .Derive = nullptr,
     .Residual = [](void* record) { return &BoltzmannOf(record).Residual; },
     .SetUnits = nullptr,
+    .Draw = DrawBoltzmann,
 };
 
 const ModelRow DoseResponseModel = {
@@ -212,6 +214,7 @@ const ModelRow DoseResponseModel = {
     .Derive = nullptr,
     .Residual = [](void* record) { return &DoseOf(record).Residual; },
     .SetUnits = nullptr,
+    .Draw = DrawDoseResponse,
 };
 
 }

@@ -1,4 +1,5 @@
 // Power spectrum: a floor, two Lorentzians and a 1/f term.
+#include "fit/formulas.h"
 #include "fit/models.h"
 
 #include <algorithm>
@@ -117,6 +118,7 @@ const ModelRow SpectrumModel = {
     .Derive = nullptr,
     .Residual = [](void* record) { return &RecordOf(record).Residual; },
     .SetUnits = nullptr,
+    .Draw = DrawSpectrum,
 };
 
 }

@@ -4,6 +4,7 @@
 
 namespace Fit {
 
+extern const ModelRow ParsedModel;      // of a text that the user wrote
 extern const ModelRow PolynomialModel;  // direct solve
 extern const ModelRow RegressionsModel; // direct solve
 extern const ModelRow ExponentialModel; // both directions, by the record's Rising

@@ -1,5 +1,7 @@
 #include "fit/params.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -41,7 +43,8 @@ double Load(const SettingRow& row, const std::byte* field) {
     switch (row.Kind) {
     case SettingKind::Int16: return Load<std::int16_t>(field);
     case SettingKind::Byte: return Load<std::uint8_t>(field);
-    case SettingKind::Real64: break;
+    case SettingKind::Real64:
+    case SettingKind::Text: break;
     }
     return Load<double>(field);
 }
@@ -53,6 +56,7 @@ bool SetSetting(const SettingRow& row, double value, std::byte* field) {
     case SettingKind::Int16: StoreAs<std::int16_t>(value, field); break;
     case SettingKind::Byte: StoreAs<std::uint8_t>(value, field); break;
     case SettingKind::Real64: StoreAs<double>(value, field); break;
+    case SettingKind::Text: return false;
     }
     return true;
 }
@@ -64,9 +68,14 @@ std::vector<ParamEntry> Params(const Selected& selected) {
     if (!selected) return entries;
     entries.reserve(selected.Model->Params.size());
     for (const ParamRow& row : selected.Model->Params) {
-        const char* column = selected.Level == Level::Sweep ? row.SweepColumn : row.SeriesColumn;
-        entries.push_back({row.Name, column ? column : std::string_view(), row.Unit,
-                           reinterpret_cast<FitParam*>(FieldAt(selected, row.At)), row.Derived});
+        const char* const named = selected.Level == Level::Sweep ? row.SweepColumn : row.SeriesColumn;
+        std::string_view column = named ? named : std::string_view();
+        if (const auto userName = selected.Model->UserName) {
+            const std::string_view own = userName(selected.Record, entries.size());
+            if (!own.empty()) column = own;
+        }
+        entries.push_back({row.Name, column, row.Unit, reinterpret_cast<FitParam*>(FieldAt(selected, row.At)),
+                           row.Derived, row.Symbol});
     }
     return entries;
 }
@@ -75,7 +84,8 @@ std::vector<SettingEntry> Settings(const Selected& selected) {
     std::vector<SettingEntry> entries;
     if (!selected) return entries;
     for (const SettingRow& row : selected.Model->Settings)
-        entries.push_back({row.Name, row.Kind, Load(row, FieldAt(selected, row.At))});
+        if (row.Kind != SettingKind::Text)
+            entries.push_back({row.Name, row.Kind, Load(row, FieldAt(selected, row.At))});
     return entries;
 }
 
@@ -83,7 +93,7 @@ std::optional<ParamEntry> FindParam(const Selected& selected, std::string_view n
     if (name.empty()) return {};
     const std::vector<ParamEntry> entries = Params(selected);
     for (const auto same : {SameText, SameLetters})
-        for (const auto text : {&ParamEntry::Name, &ParamEntry::Column})
+        for (const auto text : {&ParamEntry::Name, &ParamEntry::Column, &ParamEntry::Symbol})
             for (const ParamEntry& entry : entries)
                 if (same(entry.*text, name)) return entry;
     return {};
@@ -101,6 +111,34 @@ bool SetByName(const Selected& selected, std::string_view name, double value,
     for (const SettingRow& row : selected.Model->Settings)
         if (SameLetters(row.Name, name)) return SetSetting(row, value, FieldAt(selected, row.At));
     return false;
+}
+
+namespace {
+
+const SettingRow* FindText(const Selected& selected, std::string_view name) {
+    if (!selected) return nullptr;
+    for (const SettingRow& row : selected.Model->Settings)
+        if (row.Kind == SettingKind::Text && SameLetters(row.Name, name)) return &row;
+    return nullptr;
+}
+
+}
+
+bool SetTextByName(const Selected& selected, std::string_view name, std::string_view text) {
+    const SettingRow* const row = FindText(selected, name);
+    if (!row) return false;
+    const auto size = static_cast<std::size_t>(row->Max);
+    if (text.size() >= size || text.find('\0') != std::string_view::npos) return false;
+    Texts::ToField({reinterpret_cast<char*>(FieldAt(selected, row->At)), size}, text);
+    return true;
+}
+
+std::vector<std::string_view> TextFields(const Selected& selected) {
+    std::vector<std::string_view> names;
+    if (!selected) return names;
+    for (const SettingRow& row : selected.Model->Settings)
+        if (row.Kind == SettingKind::Text) names.emplace_back(row.Name);
+    return names;
 }
 
 std::string UnitText(ParamUnit unit, std::string_view xUnit, std::string_view yUnit) {

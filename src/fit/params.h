@@ -26,6 +26,7 @@ struct ParamEntry {
     ParamUnit Unit = ParamUnit::None;
     FitParam* Param = nullptr; // in the record
     bool Derived = false;      // computed after the fit, not fitted
+    std::string_view Symbol;   // what the formula calls it where that is another name: "c[1]"
 };
 
 struct SettingEntry {
@@ -38,11 +39,11 @@ struct SettingEntry {
 // with a column and Store on.
 [[nodiscard]] std::vector<ParamEntry> Params(const Selected& selected);
 
-// The fields of the record that are no FitParam, except the units.
+// The numbers of the record that are no FitParam.
 [[nodiscard]] std::vector<SettingEntry> Settings(const Selected& selected);
 
-// A parameter by its field or column name. An exact match of either goes before one without regard to case,
-// and a field before a column. Empty when there is none.
+// A parameter by its field or column name or its symbol. An exact match of any goes before one without regard
+// to case, a field before a column, and a column before a symbol. Empty when there is none.
 [[nodiscard]] std::optional<ParamEntry> FindParam(const Selected& selected, std::string_view name);
 
 // Sets a parameter, or a setting, by name. Without a state the parameter keeps its own.
@@ -50,6 +51,12 @@ struct SettingEntry {
 // state, is out of the field's range, or is no whole number where one is asked for.
 [[nodiscard]] bool SetByName(const Selected& selected, std::string_view name, double value,
                              std::optional<FitParamState> state = {});
+
+// Sets a text of the record by name, such as "Equation". False, with nothing changed, when there is none of
+// that name, or the text does not fit into its field.
+[[nodiscard]] bool SetTextByName(const Selected& selected, std::string_view name, std::string_view text);
+// The names of these texts.
+[[nodiscard]] std::vector<std::string_view> TextFields(const Selected& selected);
 
 // The unit of a parameter from the units of the fitted data: "A" and "s" make "As" for an integral.
 [[nodiscard]] std::string UnitText(ParamUnit unit, std::string_view xUnit, std::string_view yUnit);

@@ -8,13 +8,24 @@
 
 namespace Fit {
 
-inline constexpr int PolyCoeffs = 10; // orders 0 to 9
+inline constexpr int ParsedCoeffs = 9;
+inline constexpr int EquationSize = 256; // bytes of an equation's text, zero-terminated
+inline constexpr int PolyCoeffs = 10;    // orders 0 to 9
 inline constexpr int ExpTerms = 3;
 inline constexpr int GaussTerms = 4;
 inline constexpr int GenExpTerms = 3;
 inline constexpr int BoltzmannTerms = 2;
 inline constexpr int SpectrumTerms = 3;
 inline constexpr int UnitSize = 8; // bytes of a stored unit, zero-padded
+
+// y is what the text says (math/ranged_equation.h) of x and c[1] to c[9]
+struct ParsedRecord {
+    char Equation[EquationSize] = {};
+    char CoeffNames[ParsedCoeffs][8] = {}; // the user's; an empty one stands for "Coeff" and its place
+    FitParam Coeffs[ParsedCoeffs];         // c[1] is the first; off where the equation does not name it
+    FitParam Integral;                     // derived
+    FitParam Residual;
+};
 
 // y = SUM(Coeff[i] * x^i)
 struct PolyRecord {
@@ -135,6 +146,7 @@ enum class Level : std::uint8_t { Sweep, Series };
 
 // The current record of each fitted type of a level. Exponential and 1-Exponential share one.
 struct SweepRecords {
+    ParsedRecord Parsed;
     PolyRecord Polynomial;
     ExpRecord Exponential;
     HHRecord HodgkinHuxley;
@@ -142,6 +154,7 @@ struct SweepRecords {
 };
 
 struct SeriesRecords {
+    ParsedRecord Parsed;
     PolyRecord Polynomial;
     RegressRecord TwoRegressions;
     ExpRecord Exponential;

@@ -46,6 +46,30 @@ struct Four {
     using Words [[gnu::vector_size(32)]] = std::int64_t;
 };
 
+// x becomes exp(x); a vector, or a single number, within the limits.
+template <typename Reals, typename Words>
+[[gnu::always_inline]] inline void Raise(Reals& x) {
+    const Reals shifted = x * Log2E + RoundToInteger;
+    const Reals k = shifted - RoundToInteger;
+    const Reals r = (x - k * Ln2High) - k * Ln2Low;
+    const Reals r2 = r * r;
+    Reals even = r2 * Even[4] + Even[3];
+    Reals odd = r2 * Odd[4] + Odd[3];
+    even = even * r2 + Even[2];
+    odd = odd * r2 + Odd[2];
+    even = even * r2 + Even[1];
+    odd = odd * r2 + Odd[1];
+    even = even * r2 + Even[0];
+    odd = odd * r2 + Odd[0];
+    const Reals fraction = 1.0 + (r + r2 * (even + odd * r));
+    Words scale;
+    std::memcpy(&scale, &shifted, sizeof scale);
+    scale = (scale + 1023) << 52;
+    Reals power;
+    std::memcpy(&power, &scale, sizeof power);
+    x = fraction * power;
+}
+
 // Full chunks only.
 template <typename Width>
 [[gnu::always_inline]] inline void Chunks(const double* in, Scale by, double* out, std::size_t chunks) {
@@ -62,26 +86,8 @@ template <typename Width>
             const Words usual = (x <= Limit) & (x >= -Limit);
             wild |= ~usual;
             x = usual ? x : Reals{};
-            const Reals shifted = x * Log2E + RoundToInteger;
-            const Reals k = shifted - RoundToInteger;
-            const Reals r = (x - k * Ln2High) - k * Ln2Low;
-            const Reals r2 = r * r;
-            Reals even = r2 * Even[4] + Even[3];
-            Reals odd = r2 * Odd[4] + Odd[3];
-            even = even * r2 + Even[2];
-            odd = odd * r2 + Odd[2];
-            even = even * r2 + Even[1];
-            odd = odd * r2 + Odd[1];
-            even = even * r2 + Even[0];
-            odd = odd * r2 + Odd[0];
-            const Reals fraction = 1.0 + (r + r2 * (even + odd * r));
-            Words scale;
-            std::memcpy(&scale, &shifted, sizeof scale);
-            scale = (scale + 1023) << 52;
-            Reals power;
-            std::memcpy(&power, &scale, sizeof power);
-            const Reals result = fraction * power;
-            std::memcpy(results + first, &result, sizeof result);
+            Raise<Reals, Words>(x);
+            std::memcpy(results + first, &x, sizeof x);
         }
         bool anyWild = false;
         for (std::size_t lane = 0; lane < Lanes; ++lane) anyWild |= wild[lane] != 0;
@@ -131,6 +137,12 @@ void Decay(const double* x, double shift, double tau, double* out, std::size_t c
 
 void Exp(const double* in, double* out, std::size_t count) {
     Decay(in, 0.0, -1.0, out, count);
+}
+
+double Exp(double x) {
+    if (!(std::fabs(x) <= Limit)) return std::exp(x);
+    Raise<double, std::uint64_t>(x);
+    return x;
 }
 
 }

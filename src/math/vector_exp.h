@@ -17,4 +17,7 @@ void Decay(const double* x, double shift, double tau, double* out, std::size_t c
 // out[i] = exp(in[i])
 void Exp(const double* in, double* out, std::size_t count);
 
+// The same for a single number.
+[[nodiscard]] double Exp(double x);
+
 }

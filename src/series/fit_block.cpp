@@ -1,5 +1,7 @@
 #include "series/fit_block.h"
 
+#include "base/text.h"
+#include "fit/parsed_equation.h"
 #include "series/wave_text.h"
 
 #include <algorithm>
@@ -174,13 +176,55 @@ std::string ParamLine(const FitParam& param, std::string_view name) {
     return line.append(WaveText::Separator).append(name);
 }
 
-bool ReadParam(std::string_view line, FitParam& param) {
-    WaveText::Fields fields(line);
+bool ReadParam(WaveText::Fields& fields, FitParam& param) {
+    FitParam read;
     std::string_view state;
     bool store = false;
-    if (!fields.NextReal(param.Value) || !fields.Next(state) || !fields.NextFlag(store)) return false;
-    param.State = StateOf(state);
-    param.Store = store ? 1 : 0;
+    if (!fields.NextReal(read.Value) || !fields.Next(state) || !fields.NextFlag(store)) return false;
+    read.State = StateOf(state);
+    read.Store = store ? 1 : 0;
+    param = read;
+    return true;
+}
+bool ReadParam(std::string_view line, FitParam& param) {
+    WaveText::Fields fields(line);
+    return ReadParam(fields, param);
+}
+
+// The name of a coefficient that has none of its own.
+std::string PlainName(int index) {
+    return "Coeff" + std::to_string(index + 1);
+}
+
+void AddParsed(const Fit::ParsedRecord& record, std::vector<std::string>& lines) {
+    std::string equation(Texts::FromField(record.Equation));
+    for (char& c : equation)
+        if (c == '\r' || c == '\n') c = ' ';
+    lines.push_back(std::move(equation));
+    for (int i = 0; i < Fit::ParsedCoeffs; ++i) {
+        const std::string_view name = Texts::FromField(record.CoeffNames[i]);
+        lines.push_back(ParamLine(record.Coeffs[i], name.empty() ? PlainName(i) : std::string(name)));
+    }
+    lines.push_back(ParamLine(record.Residual, "Residual"));
+}
+
+bool ReadCoefficient(std::string_view line, Fit::ParsedRecord& record, int index) {
+    WaveText::Fields fields(line);
+    std::string_view name;
+    if (!ReadParam(fields, record.Coeffs[index])) return false;
+    if (!fields.Next(name)) name = {};
+    if (name.starts_with(' ')) name.remove_prefix(1);
+    Texts::ToField(record.CoeffNames[index], name == PlainName(index) ? "" : name);
+    return true;
+}
+
+bool ReadParsed(Fit::ParsedRecord& record, const NextLine& next) {
+    std::string_view line;
+    if (!next(line, EquationMax)) return false;
+    Texts::ToField(record.Equation, line);
+    for (int i = 0; i < Fit::ParsedCoeffs; ++i)
+        if (!next(line, LineMax) || !ReadCoefficient(line, record, i)) return true;
+    if (next(line, LineMax)) (void)ReadParam(line, record.Residual);
     return true;
 }
 
@@ -230,6 +274,7 @@ bool ReadLine(const Fit::Selected& selected, const Row& row, std::string_view li
 std::vector<std::string> Lines(const Fit::Selected& selected, SeriesFitType type) {
     std::vector<std::string> lines;
     if (!selected) return lines;
+    if (const Fit::ParsedRecord* const parsed = Fit::ParsedRecordOf(selected)) AddParsed(*parsed, lines);
     for (const Row& row : RowsOf(type))
         if (!IsLeftOut(selected, row)) lines.push_back(LineOf(selected, row));
     return lines;
@@ -237,10 +282,11 @@ std::vector<std::string> Lines(const Fit::Selected& selected, SeriesFitType type
 
 bool Read(const Fit::Selected& selected, SeriesFitType type, const NextLine& next, std::string& message) {
     if (!selected) return false;
+    if (Fit::ParsedRecord* const parsed = Fit::ParsedRecordOf(selected)) return ReadParsed(*parsed, next);
     for (const Row& row : RowsOf(type)) {
         if (IsLeftOut(selected, row)) continue;
         std::string_view line;
-        if (!next(line) || !ReadLine(selected, row, line, message)) return false;
+        if (!next(line, LineMax) || !ReadLine(selected, row, line, message)) return false;
     }
     return true;
 }

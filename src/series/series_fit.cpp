@@ -2,6 +2,7 @@
 
 #include "base/messages.h"
 #include "base/text.h"
+#include "fit/parsed_equation.h"
 #include "series/curve_results.h"
 #include "series/series_result.h"
 #include "setup/settings.h"
@@ -165,6 +166,7 @@ void CopyRecord(const Fit::Selected& from, const Fit::Selected& to) {
     for (std::size_t i = 0; i < source.size(); ++i) *target[i].Param = *source[i].Param;
     for (const Fit::SettingEntry& setting : Fit::Settings(from))
         (void)Fit::SetByName(to, setting.Name, setting.Value);
+    if (const Fit::ParsedRecord* const parsed = Fit::ParsedRecordOf(from)) *Fit::ParsedRecordOf(to) = *parsed;
 }
 
 Fit::Selected SavedFit(Engine& engine) {

@@ -3,6 +3,7 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "base/time_scale.h"
+#include "fit/parsed_equation.h"
 #include "series/series_fit.h"
 
 #include <algorithm>
@@ -51,9 +52,7 @@ std::vector<Source> Sources(Engine& engine) {
     for (const Fit::ParamEntry& entry : Fit::Params(SelectedFit(engine))) {
         for (const FieldRow& row : FieldRows)
             if (row.Type == engine.FitType && row.Before == entry.Name) rows.push_back({&row, {}});
-        // The area under an equation has no place in the table.
-        const bool isArea = engine.FitType == SeriesFitType::ParsedEquation && entry.Name == "Integral";
-        if (!entry.Column.empty() && !isArea) rows.push_back({nullptr, entry});
+        if (!entry.Column.empty()) rows.push_back({nullptr, entry});
     }
     if (rows.size() > ResultCount) rows.resize(ResultCount);
     return rows;
@@ -64,7 +63,10 @@ FitParam Checked(FitParam param) {
     return param;
 }
 
+// The names of an equation's coefficients stay as they are: a reloaded file has none.
 bool TakeRows(Engine& engine, const AnalysisSeries& series) {
+    if (Fit::ParsedRecord* const parsed = Fit::ParsedRecordOf(SelectedFit(engine)))
+        Texts::ToField(parsed->Equation, Texts::FromField(series.Equation));
     const std::vector<Source> rows = Sources(engine);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const FitParam& value = series.ResultValues[i];
@@ -116,7 +118,8 @@ std::vector<ResultRow> ResultRows(Engine& engine) {
 void StoreResult(Engine& engine, AnalysisSeries& series) {
     series.Time = TimeScale::Now();
     series.FitType = static_cast<std::int16_t>(engine.FitType);
-    Texts::ToField(series.Equation, "");
+    const Fit::ParsedRecord* const parsed = Fit::ParsedRecordOf(SelectedFit(engine));
+    Texts::ToField(series.Equation, parsed ? Texts::FromField(parsed->Equation) : "");
     const std::vector<ResultRow> rows = ResultRows(engine);
     for (std::size_t i = 0; i < ResultCount; ++i) {
         const ResultRow row =

@@ -21,8 +21,10 @@
 //     <the lines of the fit block (series/fit_block.h), if there is a fit>
 //
 // Reals have six significant digits here. Lines end as Setup.Settings.Export.LineEndMode says; a reader takes
-// all three kinds. A line holds at most 160 bytes. Names are read back up to 16 bytes.
+// all three kinds. A line holds at most 160 bytes, that of an equation 255. Names are read back up to 16
+// bytes.
 #pragma once
+#include "series/fit_block.h"
 #include "series/series_fit.h"
 
 #include <string>
@@ -31,7 +33,7 @@
 namespace WaveFile {
 
 inline constexpr const char* Extension = ".wav";
-inline constexpr std::size_t LineMax = 160; // bytes
+inline constexpr std::size_t LineMax = FitBlock::LineMax;
 
 struct Point {
     double X = 0, Y = 0;

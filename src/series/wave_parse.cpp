@@ -1,6 +1,5 @@
 // The reader of wave files: text in, content out.
 #include "base/text.h"
-#include "series/fit_block.h"
 #include "series/wave_file.h"
 #include "series/wave_text.h"
 
@@ -23,7 +22,7 @@ public:
 private:
     using Step = bool (Parser::*)();
 
-    bool Line(std::string_view& line);
+    bool Line(std::string_view& line, std::size_t most = LineMax);
     bool Fail(std::string_view text);
     bool Count(int least, int most, std::string_view refusal, int& count);
 
@@ -45,11 +44,11 @@ private:
 };
 
 // Behind the last line, and for one that is too long, there is none.
-bool Parser::Line(std::string_view& line) {
+bool Parser::Line(std::string_view& line, std::size_t most) {
     if (Rest.empty()) return Fail("Error reading wave file");
     const std::size_t end = std::min(Rest.find_first_of("\r\n"), Rest.size());
     ++Lines;
-    if (end > LineMax) return Fail("Error reading wave file");
+    if (end > most) return Fail("Error reading wave file");
     line = Rest.substr(0, end);
     Rest.remove_prefix(end);
     if (Rest.starts_with("\r\n"))
@@ -173,7 +172,7 @@ bool Parser::BackgroundWaves() {
 bool Parser::FitBlock() {
     if (!To.HasFit) return true;
     const Fit::Selected selected = Fit::Select(To.Records, To.FitType);
-    const auto next = [this](std::string_view& line) { return Line(line); };
+    const auto next = [this](std::string_view& line, std::size_t most) { return Line(line, most); };
     return FitBlock::Read(selected, To.FitType, next, Message) || Fail("Error reading fit parameters.");
 }
 
@@ -192,7 +191,10 @@ bool Parse(std::string_view text, const Fit::SeriesRecords& records, Content& co
     content.Records = records;
     message.clear();
     Parser parser(text, content, message);
-    if (parser.All()) return true;
+    if (parser.All()) {
+        message.clear();
+        return true;
+    }
     message += " (line " + std::to_string(parser.LineNumber()) + ")";
     return false;
 }

@@ -31,6 +31,9 @@ TEST(Params, EveryNameReachesACellOfItsOwn) {
             EXPECT_TRUE(cells.insert(entry.Param).second) << entry.Name;
             EXPECT_EQ(Fit::FindParam(selected, entry.Name)->Param, entry.Param) << entry.Name;
             EXPECT_EQ(Fit::FindParam(selected, entry.Column).has_value(), !entry.Column.empty());
+            const auto bySymbol = Fit::FindParam(selected, entry.Symbol);
+            EXPECT_EQ(bySymbol.has_value(), !entry.Symbol.empty());
+            EXPECT_TRUE(!bySymbol || bySymbol->Param == entry.Param) << entry.Symbol;
         }
         for (const auto& setting : Fit::Settings(selected)) {
             const bool real = setting.Kind == Fit::SettingKind::Real64;
@@ -39,7 +42,7 @@ TEST(Params, EveryNameReachesACellOfItsOwn) {
         }
         for (const auto& setting : Fit::Settings(selected)) EXPECT_EQ(setting.Value, 1.0) << setting.Name;
     }
-    EXPECT_EQ(types, 5 + 10);
+    EXPECT_EQ(types, 6 + 11);
 }
 
 TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {
