@@ -84,7 +84,7 @@ public:
     Program& operator=(Program&&) noexcept;
     ~Program();
 
-    // False with an error; value is then NoValue.
+    // False with an error; value is then NoValue. On success the error is left alone.
     [[nodiscard]] bool Evaluate(double x, double& value, Error& error);
     // At each x; y has the size of x and does not overlap it. The words are read once.
     [[nodiscard]] bool Evaluate(std::span<const double> x, double* y, Error& error);

@@ -90,7 +90,12 @@ void Builder::LaySteps(Code& code) const {
         }
         step.To = &code.Cells[Questions.size() + i];
         step.ToBlock = node.Block;
-        (node.OfX ? code.EachPoint : code.Once).push_back(step);
+        std::vector<Step>& steps = node.OfX ? code.EachPoint : code.Once;
+        if (!steps.empty() && step.A == steps.back().To)
+            step.Last = Chain::A;
+        else if (!steps.empty() && step.B == steps.back().To)
+            step.Last = Chain::B;
+        steps.push_back(step);
     }
 }
 

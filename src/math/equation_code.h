@@ -45,8 +45,12 @@ enum class Op : std::uint8_t {
 
 inline constexpr std::int32_t Fixed = -1; // no block: the value is the same at each x
 
+// Which operand is what the step before it has just computed: it need not be fetched then.
+enum class Chain : std::uint8_t { None, A, B };
+
 struct Step {
     Op Code = Op::Add;
+    Chain Last = Chain::None;
     const double* A = nullptr;
     const double* B = nullptr;
     double* To = nullptr;

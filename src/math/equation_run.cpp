@@ -41,16 +41,31 @@ double Apply(Op function, double x) {
     }
 }
 
+constexpr int Form(Op op, Chain last) {
+    return static_cast<int>(op) * 4 + static_cast<int>(last);
+}
+
 // The value of the last step, which is more often than not an operand of the next, stays at hand.
-double RunSteps(std::span<const Step> steps, double last) {
+double RunSteps(const std::vector<Step>& steps) {
+    double last = NoValue;
     for (const Step& step : steps) {
-        switch (step.Code) {
-        case Op::Add: last = *step.A + *step.B; break;
-        case Op::Subtract: last = *step.A - *step.B; break;
-        case Op::Multiply: last = *step.A * *step.B; break;
-        case Op::Divide: last = *step.A / *step.B; break;
-        case Op::Negate: last = -*step.A; break;
-        case Op::Exp: last = VectorExp::Exp(*step.A); break;
+        switch (Form(step.Code, step.Last)) {
+        case Form(Op::Add, Chain::None): last = *step.A + *step.B; break;
+        case Form(Op::Add, Chain::A): last = last + *step.B; break;
+        case Form(Op::Add, Chain::B): last = *step.A + last; break;
+        case Form(Op::Subtract, Chain::None): last = *step.A - *step.B; break;
+        case Form(Op::Subtract, Chain::A): last = last - *step.B; break;
+        case Form(Op::Subtract, Chain::B): last = *step.A - last; break;
+        case Form(Op::Multiply, Chain::None): last = *step.A * *step.B; break;
+        case Form(Op::Multiply, Chain::A): last = last * *step.B; break;
+        case Form(Op::Multiply, Chain::B): last = *step.A * last; break;
+        case Form(Op::Divide, Chain::None): last = *step.A / *step.B; break;
+        case Form(Op::Divide, Chain::A): last = last / *step.B; break;
+        case Form(Op::Divide, Chain::B): last = *step.A / last; break;
+        case Form(Op::Negate, Chain::None): last = -*step.A; break;
+        case Form(Op::Negate, Chain::A): last = -last; break;
+        case Form(Op::Exp, Chain::None): last = VectorExp::Exp(*step.A); break;
+        case Form(Op::Exp, Chain::A): last = VectorExp::Exp(last); break;
         default: last = Compute(step.Code, *step.A, step.B ? *step.B : 0.0); break;
         }
         *step.To = last;
@@ -67,8 +82,9 @@ bool AskQuestions(const Code& code, Error& error) {
         error = {message, question.Position};
         return false;
     }
+    if (code.Failure.Message.empty()) return true;
     error = code.Failure;
-    return code.Failure.Message.empty();
+    return false;
 }
 
 // Blocks of points.
@@ -144,11 +160,8 @@ bool Program::Evaluate(double x, double& value, Error& error) {
     value = NoValue;
     if (!AskQuestions(code, error)) return false;
     code.X = x;
-    RunSteps(code.Once, 0.0);
-    if (code.EachPoint.empty())
-        value = *code.Result;
-    else
-        value = RunSteps(code.EachPoint, 0.0);
+    RunSteps(code.Once);
+    value = code.EachPoint.empty() ? *code.Result : RunSteps(code.EachPoint);
     return true;
 }
 
@@ -156,7 +169,7 @@ bool Program::Evaluate(std::span<const double> x, double* y, Error& error) {
     Code& code = *Parts;
     std::fill_n(y, x.size(), NoValue);
     if (!AskQuestions(code, error)) return false;
-    RunSteps(code.Once, 0.0);
+    RunSteps(code.Once);
     if (code.ResultBlock == Fixed) {
         std::fill_n(y, x.size(), *code.Result);
         return true;
