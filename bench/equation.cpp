@@ -4,6 +4,11 @@
 // Peers: the same formula compiled as C++; muParser's bytecode; the built-in 1-Exponential, whose amplitudes
 // are solved instead of moved, over as many evaluations of the same points (FitBuiltIn, FitParsed).
 // bench/equation_ratios prints the ratios.
+//
+// Last answer (one core of a busy AMD EPYC, GCC 12, muParser 2.3.3): a point 15.5 to 16.8 ns, 2.4 to 2.5
+// times C++ and 0.64 to 0.69 times muParser; over an array 3.7 ns a point, 0.68 times C++, for the
+// exponentials go several at a time. A fit takes 1.2 times as long as the built-in model, 1.4 times in two
+// pieces.
 #include "fit/fit.h"
 #include "fit/parsed_equation.h"
 

@@ -1,13 +1,13 @@
 // trace: one corrected trace as CSV, JSON or NumPy file.
 #include "app/command_line.h"
 #include "app/commands.h"
+#include "app/csv.h"
 #include "app/json.h"
 #include "app/npy.h"
 #include "base/messages.h"
 #include "data/traces.h"
 #include "setup/settings.h"
 
-#include <charconv>
 #include <iostream>
 #include <memory>
 
@@ -28,19 +28,6 @@ struct Found {
     VennicTrace* Trace = nullptr;
 };
 
-void AppendNumber(std::string& text, double value) {
-    char digits[32];
-    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
-    text.append(digits, end);
-}
-
-// A sample is a 32-bit real: its shortest text that reads back to it.
-void AppendNumber(std::string& text, float value) {
-    char digits[32];
-    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
-    text.append(digits, end);
-}
-
 double XStartOf(const VennicTrace& trace) {
     return trace.TrXStart + trace.FirstPoint * trace.TrXInterval;
 }
@@ -50,11 +37,11 @@ std::string CsvText(const VennicTrace& trace) {
                        Texts::Utf8(Texts::FromField(trace.TrYUnit)) + "\n";
     const std::span<const float> samples = Traces::Loaded(trace);
     for (std::size_t i = 0; i < samples.size(); ++i) {
-        AppendNumber(text,
-                     trace.TrXStart + static_cast<double>(trace.FirstPoint + static_cast<std::int64_t>(i)) *
-                                          trace.TrXInterval);
+        Csv::AppendNumber(text, trace.TrXStart +
+                                    static_cast<double>(trace.FirstPoint + static_cast<std::int64_t>(i)) *
+                                        trace.TrXInterval);
         text.push_back(',');
-        AppendNumber(text, samples[i]);
+        Csv::AppendNumber(text, samples[i]);
         text.push_back('\n');
     }
     return text;

@@ -99,6 +99,8 @@ constexpr CommandRow Rows[] = {
     {"stimulus", "Print the stimulus of a sweep, rebuilt from its segments", Commands::DeclareStimulus},
     {"fit", "Fit the sweeps of a series, and store the results", Commands::DeclareFit},
     {"online", "Compute an online analysis method for each sweep", Commands::DeclareOnline},
+    {"series-fit", "Fit X,Y points or a wave file with the models of a series", Commands::DeclareSeriesFit},
+    {"wave", "Show a wave file, or make one from the columns of an analysis", Commands::DeclareWave},
     {"eval", "Evaluate an expression or an equation in ranges", Commands::DeclareEval},
     {"bundle", "Put the trees of a data set into its data file", Commands::DeclareBundle},
     {"unbundle", "Put the trees of a bundle beside its data file", Commands::DeclareUnbundle},

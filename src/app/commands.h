@@ -14,6 +14,8 @@ Procedure DeclareTrace(CLI::App& command);
 Procedure DeclareStimulus(CLI::App& command);
 Procedure DeclareFit(CLI::App& command);
 Procedure DeclareOnline(CLI::App& command);
+Procedure DeclareSeriesFit(CLI::App& command);
+Procedure DeclareWave(CLI::App& command);
 Procedure DeclareEval(CLI::App& command);
 Procedure DeclareBundle(CLI::App& command);
 Procedure DeclareUnbundle(CLI::App& command);

@@ -290,6 +290,21 @@ int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std
     return 0;
 }
 
+int ReadWhole(const std::string& path, std::int64_t mostBytes, std::string& content) {
+    content.clear();
+    File file;
+    int error = Open(file, path, Mode::Read);
+    std::int64_t length = 0;
+    if (error == 0) error = Length(file, length);
+    if (error == 0 && length > mostBytes) error = EFBIG;
+    if (error != 0) return error;
+    content.resize(static_cast<std::size_t>(length));
+    std::size_t got = 0;
+    error = ReadAt(file, 0, std::as_writable_bytes(std::span(content)), got);
+    content.resize(error == 0 ? got : 0);
+    return error;
+}
+
 int CopyFile(const std::string& from, const std::string& to) {
     File source, target;
     std::int64_t length = 0;

@@ -92,6 +92,8 @@ int Close(File& file);
 [[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
 // Copies a stretch of one file into another, through a block of memory. EIO when the source ends early.
 [[nodiscard]] int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt);
+// The whole of a file; EFBIG where it is longer than so many bytes. Empty after an error.
+[[nodiscard]] int ReadWhole(const std::string& path, std::int64_t mostBytes, std::string& content);
 // A flushed copy of a whole file under a new name.
 [[nodiscard]] int CopyFile(const std::string& from, const std::string& to);
 // A new file that takes another one's place gets its permissions, as far as this user may give them.

@@ -135,4 +135,16 @@ bool Curve(const Selected& selected, std::span<const double> x, std::span<double
     return true;
 }
 
+std::optional<double> ResidualOf(const Selected& selected, std::span<const double> x,
+                                 std::span<const double> y) {
+    if (!selected) return {};
+    FitRun run;
+    run.X = x;
+    run.Y = y;
+    run.Function.Model = selected.Model;
+    run.Function.Record = selected.Record;
+    if (!selected.Model->ModelSetup(selected.Record, run.Function) || !Prepare(run)) return {};
+    return ResidualAsItStands(run);
+}
+
 }

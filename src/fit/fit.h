@@ -67,4 +67,9 @@ struct Outcome {
 // False, with values untouched, when the model refuses or the two differ in size.
 [[nodiscard]] bool Curve(const Selected& selected, std::span<const double> x, std::span<double> values);
 
+// The residual of the values as they stand, without a fit. Empty when the model refuses or the data do not
+// fit together.
+[[nodiscard]] std::optional<double> ResidualOf(const Selected& selected, std::span<const double> x,
+                                               std::span<const double> y);
+
 }

@@ -1,6 +1,8 @@
 #include "fit/parsed_equation.h"
 
 #include "base/text.h"
+#include "fit/models.h"
+#include "fit/params.h"
 #include "math/equation_words.h"
 #include "trees/fit_types.h"
 
@@ -75,6 +77,10 @@ bool TryEquations(std::string_view text, const Equation::Tokens& tokens, const L
     return true;
 }
 
+}
+
+ParsedRecord* ParsedRecordOf(const Selected& selected) {
+    return selected.Model == &ParsedModel ? static_cast<ParsedRecord*>(selected.Record) : nullptr;
 }
 
 CoefficientPlaces PlacesOf(const ParsedRecord& record) {

@@ -11,6 +11,11 @@
 
 namespace Fit {
 
+struct Selected;
+
+// The record of a parsed equation; none for another type.
+[[nodiscard]] ParsedRecord* ParsedRecordOf(const Selected& selected);
+
 // Where the coefficients stand; nullptr for one that is not there.
 using CoefficientPlaces = std::array<const double*, ParsedCoeffs>;
 [[nodiscard]] CoefficientPlaces PlacesOf(const ParsedRecord& record);

@@ -255,20 +255,6 @@ std::uint32_t ContentSum() {
     return sum;
 }
 
-int ReadWhole(const std::string& path, std::string& content) {
-    Files::File file;
-    int error = Files::Open(file, path, Files::Mode::Read);
-    std::int64_t length = 0;
-    if (error == 0) error = Files::Length(file, length);
-    if (error == 0 && length > ConfigFileBytesMax) error = EFBIG;
-    if (error != 0) return error;
-    content.resize(static_cast<std::size_t>(length));
-    std::size_t got = 0;
-    error = Files::ReadAt(file, 0, std::as_writable_bytes(std::span(content)), got);
-    content.resize(error == 0 ? got : 0);
-    return error;
-}
-
 }
 
 bool BeginConfig(const std::string& file, bool write) {
@@ -280,7 +266,7 @@ bool BeginConfig(const std::string& file, bool write) {
         const int error = Pass.NewFile->Begin(file);
         return error == 0 || Fail(error, Files::ErrorText(error));
     }
-    const int error = ReadWhole(file, Pass.Content);
+    const int error = Files::ReadWhole(file, ConfigFileBytesMax, Pass.Content);
     if (error != 0) return Fail(error, Files::ErrorText(error));
     IndexLines();
     return true;

@@ -1,0 +1,351 @@
+// The wave store: every operation against independent cases, and the limits that these leave out.
+#include "base/buffer.h"
+#include "base/messages.h"
+#include "base/text.h"
+#include "series/wave_math.h"
+#include "setup/settings.h"
+#include "vectors.h"
+
+#include <bit>
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace SGFit;
+using nlohmann::json;
+
+struct OpenStore : Store {
+    OpenStore() {
+        Setup::Settings = {};
+        EXPECT_TRUE(Open(*this));
+    }
+    ~OpenStore() { Setup::Settings = {}; }
+};
+
+struct P {
+    double X, Y;
+    int Skip = 0;
+};
+
+void SetPreview(Store& store, const std::vector<P>& points) {
+    store.PreviewPoints = static_cast<std::int16_t>(points.size());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        store.XPreview[i] = points[i].X;
+        store.YPreview[i] = points[i].Y;
+        store.PreviewSkip[i] = static_cast<std::uint8_t>(points[i].Skip);
+    }
+    Refresh(store);
+}
+
+std::vector<P> PointsOf(const json& list) {
+    std::vector<P> points;
+    for (const json& p : list)
+        points.push_back({Vectors::Number(p[0]), Vectors::Number(p[1]), p[2].get<int>()});
+    return points;
+}
+
+AxisKind AxisOf(const json& op) {
+    return op["axis"] == "X" ? AxisKind::X : AxisKind::Y;
+}
+
+void Label(WaveLabel& label, const json& texts) {
+    Texts::ToField(label.Name, texts[0].get<std::string>());
+    Texts::ToField(label.Unit, texts[1].get<std::string>());
+}
+
+void RunMath(Store& store, const json& op) {
+    store.MathOp = op["math_op"];
+    store.MathConst = op.value("const", 0.0);
+    store.MathValue = op.value("value_index", std::int16_t{0});
+    const std::vector<double> values = op.value("values", std::vector<double>{});
+    std::ranges::copy(values, Setup::Settings.Protocol.Values.begin());
+    (void)MathWave(store, AxisOf(op));
+}
+
+void RunOperation(Store& store, const json& op) {
+    const std::string kind = op["op"];
+    if (kind == "accumulate") {
+        (void)AccumulateWave(store);
+    } else if (kind == "preview") {
+        SetPreview(store, PointsOf(op["points"]));
+    } else if (kind == "sort") {
+        op["axis"] == "X" ? SortXWave(store) : SortYWave(store);
+    } else if (kind == "math") {
+        RunMath(store, op);
+    } else if (kind == "wave_op") {
+        store.MathBufferOp = op["buffer_op"];
+        (void)MathBuffer(store, AxisOf(op));
+    } else {
+        FAIL() << "unknown operation " << kind;
+    }
+}
+
+void ExpectWave(const Wave& wave, const std::int16_t* counts, const json& want) {
+    ASSERT_EQ(wave.Points, static_cast<int>(want.size()));
+    for (int i = 0; i < wave.Points; ++i) {
+        const json& p = want[static_cast<std::size_t>(i)];
+        EXPECT_PRED3(Vectors::Near, wave.X[i], Vectors::Number(p[0]), 1E-14) << i;
+        EXPECT_PRED3(Vectors::Near, wave.Y[i], Vectors::Number(p[1]), 1E-14) << i;
+        EXPECT_EQ(wave.Skip[i], p[2].get<int>()) << i;
+        if (counts) {
+            EXPECT_EQ(counts[i], p[3].get<int>()) << i;
+        }
+    }
+}
+
+std::string Hex(const void* bytes, std::size_t count) {
+    return Texts::Hex({static_cast<const std::byte*>(bytes), count});
+}
+
+void ExpectStats(const WaveStats& got, const json& want) {
+    const std::pair<const char*, double> fields[] = {
+        {"XMinAll", got.XMinAll}, {"XMaxAll", got.XMaxAll}, {"YMinAll", got.YMinAll},
+        {"YMaxAll", got.YMaxAll}, {"XMin", got.XMin},       {"XMax", got.XMax},
+        {"YMin", got.YMin},       {"YMax", got.YMax},       {"MeanX", got.MeanX},
+        {"MeanY", got.MeanY},     {"SDX", got.SDX},         {"SDY", got.SDY}};
+    for (const auto& [name, value] : fields)
+        EXPECT_PRED3(Vectors::Near, value, Vectors::Number(want[name]), 1E-14) << name;
+    EXPECT_EQ(got.SkipCount, want["SkipCount"].get<int>());
+}
+
+TEST(Waves, EveryCaseAgrees) {
+    static_assert(std::endian::native == std::endian::little, "the cases hold little-endian bytes");
+    const auto cases = Vectors::Cases("waves");
+    EXPECT_EQ(cases.size(), 18U);
+    for (const json& c : cases) {
+        SCOPED_TRACE(c["id"].get<std::string>() + ": " + c["note"].get<std::string>());
+        OpenStore store;
+        SetPreview(store, PointsOf(c["in"]["preview"]));
+        Label(store.PreviewX, c["in"]["labels"][0]);
+        Label(store.PreviewY, c["in"]["labels"][1]);
+        const json& out = c["out"];
+        for (std::size_t i = 0; i < c["in"]["ops"].size(); ++i) {
+            Messages::Recorder said;
+            RunOperation(store, c["in"]["ops"][i]);
+            const auto message = out["messages"][i].get<std::string>();
+            EXPECT_EQ(said.Alerts, message.empty() ? "" : message + "\n");
+        }
+        EXPECT_EQ(static_cast<int>(store.ActiveWave), out["active"].get<int>());
+        ExpectWave(WaveOf(store, Active::Preview), nullptr, out["preview"]);
+        ExpectWave(WaveOf(store, Active::Buffer), store.BufferCnt, out["buffer"]);
+        ASSERT_EQ(store.AccumCount, static_cast<int>(out["accum"].size()));
+        const auto points = static_cast<std::size_t>(store.BufferPoints);
+        for (std::size_t k = 0; k < out["accum"].size(); ++k) {
+            EXPECT_EQ(Hex(store.AccumData[k], 8 * points), out["accum"][k]["data"].get<std::string>());
+            EXPECT_EQ(Hex(store.AccumSkip[k], points), out["accum"][k]["skip"].get<std::string>());
+        }
+        if (out.contains("stats")) ExpectStats(store.Stats, out["stats"]);
+        if (!out.contains("labels")) continue;
+        EXPECT_EQ(store.BufferX, store.PreviewX);
+        EXPECT_EQ(store.BufferY, store.PreviewY);
+    }
+}
+
+TEST(Waves, AMissingArrayIsNamedAndNothingStaysAllocated) {
+    const char* const names[] = {"XPreview", "YPreview",   "PreviewSkip", "XBuffer",
+                                 "YBuffer",  "BufferSkip", "BufferCnt"};
+    std::string last;
+    std::size_t found = 0;
+    // The limit grows until all arrays fit; on the way each of them is the first that does not.
+    for (std::size_t limit = 1024;; limit += 1024) {
+        Store store;
+        Messages::Recorder said;
+        if (Open(store, limit)) break;
+        ASSERT_LT(limit, 4'000'000U);
+        EXPECT_FALSE(Buffer::Exists(HeapName));
+        if (said.Alerts == last) continue;
+        last = said.Alerts;
+        while (found < std::size(names) &&
+               last != std::string("Allocation of ") + names[found] + " for SGFit failed\n")
+            ++found;
+        ASSERT_LT(found, std::size(names)) << last;
+    }
+    EXPECT_FALSE(last.empty());
+    EXPECT_FALSE(Buffer::Exists(HeapName));
+}
+
+TEST(Waves, TheThirtyThirdWaveIsRefusedAndTheOthersStay) {
+    OpenStore store;
+    Messages::Recorder said;
+    for (int k = 1; k <= MaxAccumulated; ++k) {
+        SetPreview(store, {{1, k * 1.0}, {2, 7, k != 32 ? 1 : 0}});
+        ASSERT_TRUE(AccumulateWave(store));
+    }
+    EXPECT_FALSE(AccumulateWave(store));
+    EXPECT_EQ(said.Alerts, "Max. number of accumulated waves reached\n");
+    EXPECT_EQ(store.AccumCount, 32);
+    EXPECT_DOUBLE_EQ(store.YBuffer[0], 16.5);
+    EXPECT_EQ(store.BufferCnt[0], 32);
+    EXPECT_EQ(store.YBuffer[1], 7.0); // flagged in all waves but the last
+    EXPECT_EQ(store.BufferCnt[1], 1);
+    EXPECT_EQ(store.BufferSkip[1], 1); // as in the first wave
+    ClearWave(store);
+    EXPECT_EQ(store.AccumCount + store.BufferPoints + store.PreviewPoints, 0);
+    EXPECT_EQ(store.AccumData[31], nullptr);
+}
+
+TEST(Waves, SortingMovesWholePointsAndTiesKeepTheirOrder) {
+    OpenStore store;
+    int refreshed = 0;
+    SetPreview(store, {{3, 1, 1}, {1, 2}, {3, 3}, {2, 4}, {1, 5, 1}});
+    store.Refreshed = [&refreshed] { ++refreshed; };
+    SortXWave(store);
+    ExpectWave(WaveOf(store, Active::Preview), nullptr,
+               json::parse("[[1,2,0],[1,5,1],[2,4,0],[3,1,1],[3,3,0]]"));
+    SortYWave(store);
+    EXPECT_EQ(store.YPreview[0], 1);
+    EXPECT_EQ(refreshed, 2);
+    ClearPreview(store);
+    SortXWave(store); // an empty wave is left alone, without a redraw
+    EXPECT_EQ(refreshed, 3);
+}
+
+// The values of the accumulated waves follow; the byte beside them is known to be another one than the flag.
+TEST(Waves, SortingTheBufferTakesTheAccumulatedWavesAlong) {
+    OpenStore store;
+    SetPreview(store, {{2, 10}, {1, 20, 1}});
+    ASSERT_TRUE(WaveToBuffer(store));
+    const double ten = 10;
+    std::uint8_t bytes[8];
+    std::memcpy(bytes, &ten, sizeof bytes);
+    SortXWave(store);
+    EXPECT_EQ(store.XBuffer[0], 1);
+    EXPECT_EQ(store.BufferSkip[0], 1);
+    EXPECT_EQ(store.AccumData[0][1], 10);
+    double first = 20; // its second byte was swapped with the flag of the first point, 0
+    std::memset(reinterpret_cast<char*>(&first) + 1, 0, 1);
+    EXPECT_EQ(store.AccumData[0][0], first);
+    EXPECT_EQ(store.AccumSkip[0][0], 0);
+    // A longer preview wave is sorted by its own keys, and the accumulated waves with it.
+    SetPreview(store, {{9, 1}, {8, 2}, {7, 3}, {6, 4}});
+    SelectActiveWave(store, Active::Preview);
+    SortXWave(store);
+    EXPECT_EQ(store.XPreview[0], 6);
+    EXPECT_EQ(store.BufferPoints, 2);
+}
+
+TEST(Waves, EventCorrectionFoldsIntervalsIntoTheOneBefore) {
+    OpenStore store;
+    Messages::Recorder said;
+    store.MathOp = static_cast<std::uint8_t>(MathKind::EventCorrection);
+    SetPreview(store, {{1, 1}, {2, 2, 1}, {3, 4}, {4, 8}, {5, 16, 1}, {6, 32, 1}, {7, 64}});
+    ASSERT_TRUE(MathWave(store, AxisKind::Y));
+    // Flags 2 and 3; 5 and 6 (whose own flag spreads no further).
+    ExpectWave(WaveOf(store, Active::Preview), nullptr,
+               json::parse("[[1,7,0],[2,2,1],[3,4,1],[4,56,0],[5,16,1],[6,32,1],[7,64,0]]"));
+    store.PreviewSkip[0] = 1;
+    EXPECT_FALSE(MathWave(store, AxisKind::Y));
+    EXPECT_NE(said.Alerts.find("first point is skipped"), std::string::npos);
+    EXPECT_EQ(store.YPreview[0], 7);
+    ASSERT_TRUE(WaveToBuffer(store));
+    ASSERT_TRUE(MathWave(store, AxisKind::Y)); // no effect on the buffer
+    EXPECT_EQ(store.YBuffer[3], 56);
+    // The whole wave in use, its last point flagged: nothing is written behind the arrays.
+    store.ActiveWave = Active::Preview;
+    store.PreviewPoints = MaxPoints;
+    store.PreviewSkip[0] = 0;
+    store.PreviewSkip[MaxPoints - 1] = 1;
+    EXPECT_TRUE(MathWave(store, AxisKind::X));
+}
+
+TEST(Waves, OffsetsAndNormalisationTakeTheExtremesOfThePointsThatCount) {
+    OpenStore store;
+    store.MathOp = static_cast<std::uint8_t>(MathKind::Exp);
+    store.MathConst = 77;
+    Label(store.PreviewX, json::array({"V", "V"}));
+    SetPreview(store, {{2, -4}, {3, -2}, {5, 8}, {1, 100, 1}});
+    ASSERT_TRUE(ZeroTo(store, AxisKind::X, Extreme::Min));
+    EXPECT_EQ(store.XPreview[0], 0);
+    EXPECT_EQ(store.XPreview[3], -1); // flagged points are shifted too
+    EXPECT_STREQ(store.PreviewX.Unit, "V");
+    ASSERT_TRUE(NormalizeTo(store, AxisKind::X, Extreme::Max));
+    EXPECT_EQ(store.XPreview[2], 1);
+    EXPECT_STREQ(store.PreviewX.Unit, "");
+    ASSERT_TRUE(NormalizeTo(store, AxisKind::Y, Extreme::Min));
+    EXPECT_EQ(store.YPreview[2], -2);
+    EXPECT_EQ(store.MathOp, static_cast<std::uint8_t>(MathKind::Exp));
+    EXPECT_EQ(store.MathConst, 77);
+}
+
+TEST(Waves, AHistogramFillsTheBufferWithCounts) {
+    OpenStore store;
+    Messages::Recorder said;
+    Setup::FitParams& options = Setup::Settings.FitParams;
+    options.LeftEdge = 1.0;
+    options.BinSize = 0.5;
+    store.MathBufferOp = static_cast<std::uint8_t>(WaveKind::Histogram);
+    EXPECT_FALSE(MathBuffer(store, AxisKind::X));
+    Label(store.PreviewY, json::array({"I", "A"}));
+    // In bin 0 (also half a bin left of the edge), dropped (a whole bin), 2, flagged, the last bin, beyond
+    // it.
+    const std::vector<P> points = {
+        {0, 1.2}, {0, 0.75}, {0, 0.5}, {1, 2.25}, {0, 2.25, 1}, {0, 1 + 3999.5 * 0.5}, {0, 1 + 4000 * 0.5},
+        {0, NAN}};
+    SetPreview(store, points);
+    ASSERT_TRUE(MathBuffer(store, AxisKind::Y));
+    EXPECT_EQ(store.BufferPoints, 4000);
+    EXPECT_EQ(store.YBuffer[0], 2);
+    EXPECT_EQ(store.YBuffer[2], 1);
+    EXPECT_EQ(store.YBuffer[3999], 1);
+    EXPECT_EQ(store.XBuffer[2], 2.25);
+    EXPECT_EQ(store.BufferCnt[1], 1);
+    EXPECT_STREQ(store.BufferX.Name, "I");
+    EXPECT_STREQ(store.BufferX.Unit, "A");
+    EXPECT_STREQ(store.BufferY.Name, "Count");
+    EXPECT_EQ(store.ActiveWave, Active::Buffer);
+    // Only the points whose X lies strictly inside the range.
+    options.SelectRange = true;
+    options.LowerRange = 0;
+    options.UpperRange = 2;
+    ASSERT_TRUE(MathBuffer(store, AxisKind::Y));
+    EXPECT_EQ(store.BufferPoints, 3);
+    EXPECT_EQ(store.YBuffer[0] + store.YBuffer[1], 0);
+    options.LowerRange = 5;
+    ASSERT_TRUE(MathBuffer(store, AxisKind::Y));
+    EXPECT_EQ(store.BufferPoints, 0);
+    options.BinSize = 0; // no bin holds anything but its edge, and that is not a number
+    options.SelectRange = false;
+    ASSERT_TRUE(MathBuffer(store, AxisKind::X));
+    EXPECT_EQ(store.BufferPoints, 0);
+    EXPECT_EQ(said.Alerts, "No preview data available\n");
+}
+
+TEST(Waves, BackgroundWavesAreFrozenCopies) {
+    OpenStore store;
+    Messages::Recorder said;
+    EXPECT_TRUE(WavesToBackground(store)); // an empty wave: nothing happens
+    EXPECT_EQ(store.BackgroundCount, 0);
+    SetPreview(store, {{1, 2, 1}, {3, 4}});
+    for (int k = 0; k < MaxBackground; ++k) ASSERT_TRUE(WavesToBackground(store));
+    EXPECT_FALSE(WavesToBackground(store));
+    EXPECT_EQ(said.Alerts, "Maximum number of background waves exceeded.\n");
+    store.YPreview[1] = 9;
+    EXPECT_EQ(store.BackgroundPoints[31], 2);
+    EXPECT_EQ(store.BackgroundData[31][3], 4);
+    const std::size_t used = store.Heap->UsedBytes();
+    WipeBackground(store);
+    EXPECT_EQ(store.BackgroundCount, 0);
+    EXPECT_LT(store.Heap->UsedBytes(), used);
+}
+
+TEST(Waves, OperationsHaveTheirNamesAndPrompts) {
+    OpenStore store;
+    EXPECT_EQ(ConstantPrompt(store, AxisKind::Y), "Enter Y-Constant: ");
+    store.MathConst = -0.5;
+    EXPECT_EQ(MathArgument(store), "Add -5.00000E-01");
+    store.MathOp = 14;
+    store.MathValue = 31;
+    Setup::Settings.Protocol.Values[31] = 2;
+    EXPECT_EQ(MathArgument(store), "Div Value  2.00000E+00");
+    EXPECT_EQ(ConstantPrompt(store, AxisKind::X), "");
+    store.MathOp = 200;
+    EXPECT_EQ(MathArgument(store), "unknown");
+    EXPECT_EQ(NameOfWaveOperation(4).Macro, "HistoWave");
+    EXPECT_FALSE(ManualWavePoints(store, MaxPoints + 1));
+    EXPECT_FALSE(ManualWavePoints(store, -1));
+    EXPECT_TRUE(ManualWavePoints(store, 3));
+    EXPECT_EQ(store.WavePoints, 3);
+}
+
+}
