@@ -86,8 +86,10 @@ void TryRanged(const std::string& text, std::size_t length, double x, const Equa
     if (!good) return;
     if (ranged.Normal.size() > length) MemoryDisk::Broken("a normal form is too long");
     std::string normal = ranged.Normal;
-    // A zero byte ends a piece, but not the text around it.
-    if (text.find('\0') != std::string::npos) return;
+    // A zero byte ends a piece, but not the text around it. A fifth range, which nobody reads, may stand open
+    // at the end; closed, there is one too many.
+    if (text.find('\0') != std::string::npos || Equation::SplitRanged(text).size() == Equation::MaxPieces)
+        return;
     if (!Equation::EvalRanged(normal, Equation::MaxRangedText, x, again, error, tokens) ||
         !Same(again, value) || normal != ranged.Normal)
         MemoryDisk::Broken("a normal form reads otherwise");
