@@ -9,11 +9,12 @@
 
 namespace Equation {
 
-inline constexpr int UserVariables = 31;
+inline constexpr int UserVariables = 31;   // that a text can name
+inline constexpr int StoredVariables = 32; // that results of online functions can go to
 inline constexpr std::string_view IncorrectIndex = "Incorrect function index";
 
 struct SharedWords {
-    std::array<double, UserVariables> Variables = {}; // V[1] is the first
+    std::array<double, StoredVariables> Variables = {}; // V[1] is the first
     // The value of an item by its name; false where there is none. Empty while no window is there.
     std::function<bool(std::string_view item, double& value)> Icon;
 };

@@ -70,11 +70,10 @@ struct Engine {
     std::vector<double> Results; // of the pass, one a function
     int SegmentOffset = 0;       // added to the segment of every function
 
-    // What equations may use besides functions and values.
+    // What equations may use besides functions and the user's variables.
     bool UseAmplitude = false; // "AMPL"
     double Amplitude = 0.0;
-    std::function<bool(int index, double& value)> ProtocolValue;             // "P[1]" to "P[31]"
-    std::function<bool(std::string_view item, double& value)> IconItemValue; // "ICON[name]"
+    std::function<bool(int index, double& value)> ProtocolValue; // "P[1]" to "P[31]"
 
     // Of the pass.
     const OnlineMethod* Method = nullptr;

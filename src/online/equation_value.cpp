@@ -1,6 +1,7 @@
 // Online functions of the kind "Equation".
 #include "base/messages.h"
 #include "base/text.h"
+#include "math/equation_words.h"
 #include "online/compute.h"
 
 #include <algorithm>
@@ -9,32 +10,22 @@ namespace OnlineCompute {
 
 namespace {
 
-constexpr std::string_view BadIndex = "Incorrect function index";
-constexpr int LastParameter = 31; // of V[] and P[]
+constexpr int LastParameter = 31; // of P[]
 
-bool IsIcon(const Equation::Word& word) {
-    return word.Name.starts_with("ICON");
-}
-
-// What lies in memory: results, values, the amplitude.
+// What lies in memory: results, the amplitude, the user's variables.
 const double* FindValue(const Engine& engine, const Equation::Word& word) {
     if (word.Name == "F") {
         const int index = word.Index(static_cast<int>(engine.Results.size()));
         return index > 0 ? &engine.Results[static_cast<std::size_t>(index - 1)] : nullptr;
     }
-    if (word.Name == "V") {
-        const int index = word.Index(LastParameter);
-        return index > 0 ? &engine.Table.Values[static_cast<std::size_t>(index - 1)] : nullptr;
-    }
-    const bool isAmplitude = word.Name == "AMPL" && engine.UseAmplitude && word.Bracket.empty();
-    return isAmplitude ? &engine.Amplitude : nullptr;
+    if (word.Name == "AMPL" && engine.UseAmplitude && word.Bracket.empty()) return &engine.Amplitude;
+    return Equation::FindShared(word);
 }
 
 bool ReadValue(const Engine& engine, const Equation::Word& word, double& value, std::string_view& message) {
-    const bool isKnown = word.Name == "F" || word.Name == "V" || word.Name == "P" || IsIcon(word) ||
-                         (word.Name == "AMPL" && engine.UseAmplitude);
-    message = isKnown ? BadIndex : Equation::UnknownToken;
-    if (IsIcon(word)) return engine.IconItemValue && engine.IconItemValue(word.Bracket, value);
+    const bool isOwn = word.Name == "F" || word.Name == "P" || (word.Name == "AMPL" && engine.UseAmplitude);
+    if (!isOwn) return Equation::ReadShared(word, value, message);
+    message = Equation::IncorrectIndex;
     if (word.Name != "P" || word.Index(LastParameter) == 0) return false;
     value = 0.0; // of a protocol that does not run
     return !engine.ProtocolValue || engine.ProtocolValue(word.Index(LastParameter), value);

@@ -1,6 +1,7 @@
 #include "online/results.h"
 
 #include "base/messages.h"
+#include "math/equation_words.h"
 #include "setup/settings.h"
 
 #include <algorithm>
@@ -54,8 +55,8 @@ void BeginRow(Table& table, std::int64_t sweepIndex) {
 }
 
 void StoreResult(Table& table, double value, int valueIndex) {
-    if (valueIndex >= 1 && valueIndex <= ValueCount)
-        table.Values[static_cast<std::size_t>(valueIndex - 1)] = value;
+    if (valueIndex >= 1 && valueIndex <= Equation::StoredVariables)
+        Equation::Shared.Variables[static_cast<std::size_t>(valueIndex - 1)] = value;
     if (table.Row >= 0 && table.Column <= table.Columns)
         table.Cells[CellAt(table, table.Row, table.Column - 1)] = value;
     ++table.Column;

@@ -1,7 +1,7 @@
-// What the passes of an online analysis left behind: a table of one row a sweep, and 32 values that protocols
-// and equations read. A result that could not be computed is Invalid.
+// What the passes of an online analysis left behind: a table of one row a sweep. A function may also put its
+// result into one of the user's variables (math/equation_words.h), which protocols and equations read. A
+// result that could not be computed is Invalid.
 #pragma once
-#include <array>
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -10,20 +10,18 @@
 namespace OnlineResults {
 
 inline constexpr double Invalid = std::numeric_limits<double>::quiet_NaN();
-inline constexpr int ValueCount = 32;
 
 struct Table {
     std::int32_t Rows = 0, Columns = 0;
     std::vector<double> Cells; // row by row, Invalid where nothing was stored
-    std::array<double, ValueCount> Values{};
 
     // Of a pass: the row it fills, -1 for none, and the next column, from 1.
     std::int32_t Row = -1;
     std::int32_t Column = 1;
 };
 
-// Takes the size of the settings (OnlineSweeps, OnlineResults) and empties the table; the values stay. False,
-// with an alert, when there is no memory; the table is as before then.
+// Takes the size of the settings (OnlineSweeps, OnlineResults) and empties the table. False, with an alert,
+// when there is no memory; the table is as before then.
 [[nodiscard]] bool Allocate(Table& table);
 
 // The row of a sweep's index, from 1; -1 for one beyond the table, unless the table wraps (OnlineMode 2).
@@ -32,8 +30,8 @@ struct Table {
 // A pass begins: its row is emptied.
 void BeginRow(Table& table, std::int64_t sweepIndex);
 
-// Puts a result into value valueIndex (1 to 32; others: none) and into the next column. One beyond the table
-// is dropped.
+// Puts a result into variable valueIndex (1 to 32; others: none) and into the next column. One beyond the
+// table is dropped.
 void StoreResult(Table& table, double value, int valueIndex);
 
 // A row of the table; empty for none.
