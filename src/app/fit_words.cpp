@@ -21,6 +21,7 @@ std::string Folded(std::string_view name) {
 template <class Type>
 std::optional<Type> TypeNamed(std::string_view name, int count) {
     const std::string wanted = Folded(name);
+    if (wanted.empty()) return std::nullopt; // as the long name of an equation is
     for (int i = 0; i < count; ++i) {
         const FitTypeName names = NameOf(static_cast<Type>(i));
         if (wanted == Folded(names.Short) || wanted == Folded(names.Long)) return static_cast<Type>(i);

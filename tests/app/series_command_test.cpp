@@ -75,6 +75,7 @@ TEST(SeriesFitCommand, WrongUseAndBadPointsAreSaid) {
     } cases[] = {
         {"1,2\n3,4\n", "--type Line", 2,
          "cannot be fitted. Types: Parsed Equation, Polynomial, 2Regressions"},
+        {"1,2\n3,4\n", "--type '-'", 2, "cannot be fitted."},
         {"1,2\n3,4\n", "--type Boltzmann --level sweep", 2, "Hodgkin&Huxley"},
         {"1,2\n3,4\n", "--type Polynomial --param Tau=3", 2, "sets no parameter"},
         {"1,2\n3,4\n", "--type 'Parsed Equation' --param Equation=c[1]*", 2, "pos."},
