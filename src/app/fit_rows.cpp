@@ -3,6 +3,7 @@
 #include "app/command_line.h"
 #include "base/text.h"
 #include "fit/formula.h"
+#include "online/kinds.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -13,15 +14,22 @@ namespace {
 
 constexpr int Width = 14; // of a table's column
 
+// Whether all sweeps add up in the row of the first one.
+bool AddsUp(const SweepFit::Engine& engine) {
+    return (engine.Params.FitType == SweepFitType::AmplHistogram &&
+            engine.Records.AmplHistogram.HistFirstSw != 0) ||
+           (engine.Params.FitType == SweepFitType::PowerSpectrum &&
+            engine.Records.TraceSpectrum.SpecFirstSw != 0);
+}
+
 // The events of the sweep as they lie in the analysis, below its row, or that of the first sweep.
 void KeepEvents(const SweepFit::Engine& engine, FitRow& row) {
-    if (engine.Params.FitType < SweepFitType::Measure) return;
+    if (engine.Params.FitType < SweepFitType::Measure || engine.Params.FitCyclic) return;
     const AnalysisRecord* const record = engine.Session.CurARecord;
-    const int sweep = Tree::IndexOf(engine.Session.CurSweep);
+    const int sweep = AddsUp(engine) ? 1 : Tree::IndexOf(engine.Session.CurSweep);
     for (int i = 1; record && i <= record->EntryCount; ++i) {
         const auto* const entry = Tree::ChildAs<AnalysisEntry>(record, i);
-        const void* place = Tree::Child(entry, sweep);
-        if (Tree::ChildCount(place) == 0) place = Tree::Child(entry, 1);
+        const void* const place = Tree::Child(entry, sweep);
         row.EventColumns.emplace_back(Texts::FromField(entry->Name));
         std::vector<FitParam>& events = row.Events.emplace_back();
         for (int n = 1; n <= Tree::ChildCount(place); ++n) {
@@ -54,8 +62,8 @@ FitRow KeepRow(SweepFit::Engine& engine, const SweepFit::Report& report) {
         FitParam value;
         value.Value = engine.Online.Engine->Results[static_cast<std::size_t>(position - 1)];
         value.Store = 1;
-        row.OnlineValues.push_back({std::string(Texts::FromField(function.OfName)),
-                                    std::string(Texts::FromField(function.OfUnit)), value, true});
+        row.OnlineValues.push_back(
+            {OnlineKinds::NameOf(function), std::string(Texts::FromField(function.OfUnit)), value, true});
     }
     return row;
 }

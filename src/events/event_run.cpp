@@ -2,7 +2,7 @@
 
 #include "base/messages.h"
 #include "base/number_text.h"
-#include "setup/settings.h"
+#include "online/notebook_lines.h"
 
 #include <algorithm>
 
@@ -50,10 +50,30 @@ FitParam ValueFor(const Run& run, const FitParam& param) {
     return ValueOf(event.Interval, open ? FitParamState::Off : FitParamState::Fit);
 }
 
-std::string Number(double value) {
-    if (Setup::Settings.Program.ScientUnits)
-        return NumberText::Scientific(value, Setup::Settings.Program.NotebookDigits + 6);
-    return NumberText::Engineering(value, Setup::Settings.Program.NotebookDigits + 3);
+// What the listing calls a column. Some units are those of the other axis than the values: lists that were
+// written by former versions have them so, and what reads such lists goes by them.
+struct Title {
+    std::string_view Column, Text;
+    enum class Axis : std::uint8_t { None, X, Y } Unit;
+};
+constexpr Title Titles[] = {
+    {"Level", "Level", Title::Axis::None},  {"Amplitude", "Amp", Title::Axis::Y},
+    {"Duration", "Dur", Title::Axis::X},    {"Time", "SwTime", Title::Axis::X},
+    {"Realtime", "RTime", Title::Axis::X},  {"Integral", "Integr", Title::Axis::X},
+    {"Interval", "Interv", Title::Axis::Y}, {"MaxY", "MaxY", Title::Axis::Y},
+    {"MaxdT", "MaxdT", Title::Axis::Y},     {"MinY", "MinY", Title::Axis::Y},
+    {"MindT", "MindT", Title::Axis::Y},
+};
+
+// Empty for the running number, which leads each line anyway.
+std::string TitleOf(const Run& run, const EventColumns::Column& column) {
+    const SweepFit::Work& work = run.Engine->Work;
+    for (const Title& title : Titles) {
+        if (title.Column != column.Name) continue;
+        const std::string& unit = title.Unit == Title::Axis::X ? work.XUnit : work.YUnit;
+        return std::string(title.Text) + (title.Unit == Title::Axis::None ? "" : "[" + unit + "]");
+    }
+    return {};
 }
 
 std::string RightAligned(std::string_view text) {
@@ -64,17 +84,16 @@ std::string RightAligned(std::string_view text) {
 
 void List(Run& run, const std::vector<FitParam>& values) {
     if (!run.Notebook) return;
-    const std::string separator(" ");
+    const std::string separator(NotebookLines::Separator());
     if (run.HeaderDue) {
         std::string header = "Event #";
         for (const EventColumns::Column& column : run.Columns.List)
-            header += separator +
-                      RightAligned(column.Unit.empty() ? column.Name : column.Name + "[" + column.Unit + "]");
+            header += separator + RightAligned(TitleOf(run, column));
         Messages::Log(header);
     }
     run.HeaderDue = false;
     std::string line = NumberText::Integer(run.Count, 7);
-    for (const FitParam& value : values) line += separator + RightAligned(Number(value.Value));
+    for (const FitParam& value : values) line += separator + RightAligned(NotebookLines::Number(value.Value));
     Messages::Log(line);
 }
 

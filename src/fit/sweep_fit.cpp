@@ -63,11 +63,6 @@ bool AppendEntry(Engine& engine, AnalysisRecord& record, std::string_view name, 
     return true;
 }
 
-std::string NameOfColumn(const OnlineFunction& function) {
-    const std::string_view name = Texts::FromField(function.OfName);
-    return name.empty() ? OnlineKinds::NameOf(function.OfKind) : std::string(name);
-}
-
 // The table of a record: a column for each stored result, then one for each online function that is stored.
 bool AppendEntries(Engine& engine, AnalysisRecord& record, const std::vector<Fit::ParamEntry>& params) {
     const int cycles = engine.Params.FitCyclic ? engine.CycleCount : 0;
@@ -82,7 +77,8 @@ bool AppendEntries(Engine& engine, AnalysisRecord& record, const std::vector<Fit
         Texts::ToField(record.OnlineName, Texts::FromField(engine.Online.Method->OmName));
     for (const int position : engine.Online.Stored()) {
         const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, position);
-        if (!AppendEntry(engine, record, NameOfColumn(function), Texts::FromField(function.OfUnit), cycles))
+        if (!AppendEntry(engine, record, OnlineKinds::NameOf(function), Texts::FromField(function.OfUnit),
+                         cycles))
             return false;
         ++record.OnlineCount;
     }
@@ -107,7 +103,7 @@ bool NewRecord(Engine& engine, const std::vector<Fit::ParamEntry>& params) {
     record.LeftBound = bounds.Left;
     record.RightBound = bounds.Right;
     record.Cyclic = engine.Params.FitCyclic ? 1 : 0;
-    record.Cycles = static_cast<std::int16_t>(engine.CycleCount);
+    record.Cycles = static_cast<std::int16_t>(engine.Params.FitCyclic ? engine.CycleCount : 0);
     record.CycleSegSkip = static_cast<std::int16_t>(engine.Params.FitCyclicSegSkip);
     if (engine.Params.FitType == SweepFitType::ParsedEquation)
         Texts::ToField(record.Text, Texts::FromField(engine.Records.Parsed.Equation));
@@ -132,7 +128,7 @@ bool OnlineDiffers(const Engine& engine, const AnalysisRecord& record) {
             Tree::ChildAs<AnalysisEntry>(&record, record.EntryCount + static_cast<int>(i) + 1);
         if (!entry) return true;
         const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, stored[i]);
-        if (Texts::FromField(entry->Name) != NameOfColumn(function)) break;
+        if (Texts::FromField(entry->Name) != OnlineKinds::NameOf(function)) break;
     }
     return false;
 }
@@ -279,9 +275,10 @@ bool RunPass(Engine& engine, Pass pass, int cycle) {
     const auto* const trace = Tree::ChildAs<VennicTrace>(session.CurSweep, engine.Params.FitTrace);
     if (!trace) return Refuse("This trace does not exist.");
     FitRange::TakeUnits(*trace, engine.Params, engine.Work);
+    // Ahead of the range: online functions load the same traces, and give their samples back.
+    if (pass != Pass::Skip) RunOnline(engine);
     if (selected && pass != Pass::Skip && !PrepareData(engine)) return false;
     if (MeasurementOf(engine).Prepare) MeasurementOf(engine).Prepare(engine);
-    if (pass != Pass::Skip) RunOnline(engine);
     const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
     if (pass != Pass::Show) ++session.AnalysisRevision;
     if (NeedsNewRecord(engine, StoredCount(params))) {
@@ -442,7 +439,7 @@ bool AutoFitCommand(Engine& engine) {
         GetRelatives(session, next);
         fitted = FitCommand(engine);
     }
-    engine.AutoFitRunning = false;
+    engine.AutoFitRunning = engine.CycleDoAll = false;
     return fitted;
 }
 

@@ -1,5 +1,6 @@
 #include "online/kinds.h"
 
+#include "base/text.h"
 #include "setup/settings.h"
 
 #include <array>
@@ -105,6 +106,11 @@ std::string NameOf(int kind) {
     if (kind == UserParam1) return Setup::Settings.Parameters.UserParam1;
     if (kind == UserParam2) return Setup::Settings.Parameters.UserParam2;
     return kind >= 0 && kind < Count ? Rows[static_cast<std::size_t>(kind)].Name : "";
+}
+
+std::string NameOf(const OnlineFunction& function) {
+    const std::string_view name = Texts::FromField(function.OfName);
+    return name.empty() ? NameOf(function.OfKind) : std::string(name);
 }
 
 }

@@ -1,5 +1,7 @@
 // The kinds of online functions: OfKind, by name and by how they are computed.
 #pragma once
+#include "trees/online_tree.h"
+
 #include <cstdint>
 #include <string>
 
@@ -104,5 +106,7 @@ enum class Class : std::uint8_t {
 
 // "Mean", or the name that the settings give a user parameter; empty for an unknown kind.
 [[nodiscard]] std::string NameOf(int kind);
+// What a function is called: its own name, or that of its kind.
+[[nodiscard]] std::string NameOf(const OnlineFunction& function);
 
 }

@@ -14,28 +14,6 @@ namespace {
 
 constexpr int CountWidth = 7;
 
-std::string_view Separator() {
-    switch (Setup::Settings.Export.ASCIISeparator) {
-    case 1: return ",";
-    case 2: return "\t";
-    default: return " ";
-    }
-}
-
-// As many digits as the settings say.
-std::string Number(double value) {
-    const int digits = Setup::Settings.Program.NotebookDigits;
-    if (Setup::Settings.Program.ScientUnits) return NumberText::Scientific(value, digits + 6);
-    std::string text = NumberText::Engineering(value, digits + 3);
-    if (!text.empty() && text.back() == ' ') text.pop_back();
-    return text;
-}
-
-std::string NameOf(const OnlineFunction& function) {
-    const std::string_view name = Texts::FromField(function.OfName);
-    return name.empty() ? OnlineKinds::NameOf(function.OfKind) : std::string(name);
-}
-
 bool WritesAny(const OnlineMethod& method) {
     for (int i = 1; i <= Tree::ChildCount(&method); ++i)
         if (Tree::ChildAs<OnlineFunction>(&method, i)->OfNotebook) return true;
@@ -45,7 +23,7 @@ bool WritesAny(const OnlineMethod& method) {
 std::string OperandText(const OnlineMethod& method, int operand, int index, const char* side) {
     if (operand > index) return std::string(" ERROR: ") + side + " argument > function index! ";
     const auto* const function = Tree::ChildAs<OnlineFunction>(&method, operand);
-    return function && operand < index ? NameOf(*function) : "?";
+    return function && operand < index ? OnlineKinds::NameOf(*function) : "?";
 }
 
 // The kind's own name with its operands in the places of a and b.
@@ -71,9 +49,25 @@ std::string OperationText(const OnlineMethod& method, const OnlineFunction& func
 
 }
 
+std::string_view Separator() {
+    switch (Setup::Settings.Export.ASCIISeparator) {
+    case 1: return ",";
+    case 2: return "\t";
+    default: return " ";
+    }
+}
+
+std::string Number(double value) {
+    const int digits = Setup::Settings.Program.NotebookDigits;
+    if (Setup::Settings.Program.ScientUnits) return NumberText::Scientific(value, digits + 6);
+    std::string text = NumberText::Engineering(value, digits + 3);
+    if (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
+}
+
 std::string Title(const OnlineFunction& function) {
     const std::string_view unit = Texts::FromField(function.OfUnit);
-    return NameOf(function) + (unit.empty() ? "" : "[" + std::string(unit) + "]");
+    return OnlineKinds::NameOf(function) + (unit.empty() ? "" : "[" + std::string(unit) + "]");
 }
 
 std::string Header(const OnlineMethod& method) {
@@ -109,8 +103,8 @@ std::vector<std::string> Listing(const OnlineMethod& method) {
     std::vector<std::string> lines;
     for (int i = 1; i <= Tree::ChildCount(&method); ++i) {
         const auto& function = *Tree::ChildAs<OnlineFunction>(&method, i);
-        std::string line =
-            NumberText::Integer(i, 4) + "  " + NameOf(function) + " = " + OperationText(method, function, i);
+        std::string line = NumberText::Integer(i, 4) + "  " + OnlineKinds::NameOf(function) + " = " +
+                           OperationText(method, function, i);
         if (function.OfValueIndex > 0) line += "  -> V[" + std::to_string(function.OfValueIndex) + "]";
         lines.push_back(std::move(line));
     }

@@ -3,9 +3,14 @@
 #include "online/compute.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace NotebookLines {
+
+// Between the values of a line, and a value with as many digits as the settings say.
+[[nodiscard]] std::string_view Separator();
+[[nodiscard]] std::string Number(double value);
 
 // With a function that is marked for the notebook: the header line, where another one stands above, and the
 // values behind the sweep's count.
