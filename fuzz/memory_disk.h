@@ -2,6 +2,7 @@
 // It can be pulled out at a chosen operation, as a crash would leave it, and be plugged in again.
 #pragma once
 #include "base/files.h"
+#include "base/places.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -56,6 +57,11 @@ inline bool MayChange() {
     return !Now.Pulled;
 }
 
+// The user's own folder, where recovery copies go that find no room beside the data, takes nothing here.
+inline bool IsOnAnotherDisk(std::string_view path) {
+    return path.starts_with(Places::StateFolder());
+}
+
 inline void MustBeInside(const char* path) {
     const std::string_view name(path);
     if (name.substr(0, Folder.size()) != Folder || name.find("/../") != std::string_view::npos)
@@ -71,6 +77,7 @@ inline OpenFile& Of(int handle) {
 
 inline int Open(const char* path, Files::Mode mode) {
     const bool writes = mode != Files::Mode::Read, makes = writes && mode != Files::Mode::ReadWrite;
+    if (writes && IsOnAnotherDisk(path)) return -EROFS;
     if (writes) MustBeInside(path);
     auto found = Now.Names.find(path);
     if (found == Now.Names.end()) {
