@@ -25,7 +25,7 @@ FitJob JobOn(const std::string& file, const char* target, const char* type) {
     job.File = file;
     job.Target = target;
     job.Type = type;
-    job.Zero = true;
+    job.Corrections.Zero = true;
     job.Store = true;
     return job;
 }
@@ -40,7 +40,7 @@ std::vector<std::pair<const char*, FitJob>> JobsOn(const std::string& file) {
     tail.Segment = 3;
     tail.Bounds = "2,100";
     FitJob charging = JobOn(file, "1.2.1", "1-Exponential");
-    charging.Zero = false;
+    charging.Corrections.Zero = false;
     charging.Bounds = "0,3";
     return {{"Activation of the K current (n^4)", activation},
             {"Tail current after the step", tail},

@@ -40,10 +40,7 @@ Procedure DeclareFit(CLI::App& command) {
     command.add_option("--methods", job->Methods,
                        "Online analysis file; functions marked for the notebook become columns");
     command.add_option("--method", job->Method, "Name of the online method; else the first");
-    command.add_flag("--no-leak", job->NoLeak, "Do not subtract the leak trace");
-    command.add_flag("--zero", job->Zero, "Subtract the zero offset");
-    command.add_option("--filter", job->FilterHz, "Corner of the Gaussian filter, Hz")
-        ->check(CLI::PositiveNumber);
+    job->Corrections.Declare(command);
     command.add_flag("--show", job->Show, "Show the values as they stand, without a fit");
     command.add_flag("--store", job->Store, "Write the results into the analysis file");
     command.add_flag("--overwrite", job->Overwrite, "Replace the last analysis of the series");

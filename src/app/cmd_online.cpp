@@ -1,6 +1,7 @@
 // online: the functions of an online analysis method, computed for each sweep.
 #include "app/command_line.h"
 #include "app/commands.h"
+#include "app/corrections.h"
 #include "app/json.h"
 #include "base/messages.h"
 #include "online/compute.h"
@@ -19,8 +20,8 @@ namespace {
 
 struct Arguments {
     std::string File, Target, Methods, Method;
-    double FilterHz = 0;
-    bool NoLeak = false, Zero = false, List = false, AsJson = false;
+    ::Corrections Corrections;
+    bool List = false, AsJson = false;
 };
 
 struct Row {
@@ -115,9 +116,7 @@ int Online(const Arguments& arguments) {
     if (arguments.List) return PrintListing(*method) ? CommandLine::Done : CommandLine::Failed;
 
     if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
-    Setup::Settings.NoLeakSubtraction = arguments.NoLeak;
-    Setup::Settings.SubtractZero = arguments.Zero;
-    Setup::Settings.TraceFilterFactor.fill(arguments.FilterHz);
+    arguments.Corrections.Apply();
     std::vector<Row> rows;
     if (!ComputeRows(target, *method, rows)) return CommandLine::Failed;
     const bool printed = arguments.AsJson ? PrintJson(*method, rows) : PrintTable(*method, rows);
@@ -132,10 +131,7 @@ Procedure DeclareOnline(CLI::App& command) {
     command.add_option("TARGET", arguments->Target, "group.series or group.series.sweep, from 1")->required();
     command.add_option("--methods", arguments->Methods, "Online analysis file (.onl)")->required();
     command.add_option("--method", arguments->Method, "Name of the method; else the first");
-    command.add_flag("--no-leak", arguments->NoLeak, "Do not subtract the leak trace");
-    command.add_flag("--zero", arguments->Zero, "Subtract the zero offset");
-    command.add_option("--filter", arguments->FilterHz, "Corner of the Gaussian filter, Hz")
-        ->check(CLI::PositiveNumber);
+    arguments->Corrections.Declare(command);
     command.add_flag("--list", arguments->List, "List the functions of the method instead");
     command.add_flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Online(*arguments); };

@@ -1,6 +1,7 @@
 // trace: one corrected trace as CSV, JSON or NumPy file.
 #include "app/command_line.h"
 #include "app/commands.h"
+#include "app/corrections.h"
 #include "app/csv.h"
 #include "app/json.h"
 #include "app/npy.h"
@@ -17,8 +18,8 @@ namespace {
 
 struct Arguments {
     std::string File, Target, Reference, Out;
-    bool NoLeak = false, Zero = false, AsJson = false;
-    double FilterHz = 0;
+    ::Corrections Corrections;
+    bool AsJson = false;
     int First = 0;
     int Points = 0x7fffffff;
 };
@@ -89,9 +90,7 @@ int Trace(const Arguments& arguments) {
     if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
     auto* const trace = static_cast<VennicTrace*>(CommandLine::Find(target));
     if (!trace) return CommandLine::Failed;
-    Setup::Settings.NoLeakSubtraction = arguments.NoLeak;
-    Setup::Settings.SubtractZero = arguments.Zero;
-    Setup::Settings.TraceFilterFactor.fill(arguments.FilterHz);
+    arguments.Corrections.Apply();
     if (!arguments.Reference.empty() && !TakeReference(reference)) return CommandLine::Failed;
 
     DataSession& session = CommandLine::Session();
@@ -109,11 +108,8 @@ Procedure DeclareTrace(CLI::App& command) {
     const auto arguments = std::make_shared<Arguments>();
     command.add_option("FILE", arguments->File, "Data file")->required();
     command.add_option("TARGET", arguments->Target, "group.series.sweep.trace, from 1")->required();
-    command.add_flag("--no-leak", arguments->NoLeak, "Do not subtract the leak trace");
-    command.add_flag("--zero", arguments->Zero, "Subtract the zero offset");
+    arguments->Corrections.Declare(command);
     command.add_option("--reference", arguments->Reference, "Subtract this series (group.series)");
-    command.add_option("--filter", arguments->FilterHz, "Corner of the Gaussian filter, Hz")
-        ->check(CLI::PositiveNumber);
     command.add_option("--first", arguments->First, "First point, from 0")->check(CLI::NonNegativeNumber);
     command.add_option("--points", arguments->Points, "At most so many points")->check(CLI::PositiveNumber);
     command.add_option("--out", arguments->Out, "Write to a file; .npy for NumPy");

@@ -190,9 +190,7 @@ int RunFitJob(const FitJob& job) {
     OnlineAnalysis methods;
     OnlineCompute::Engine online(engine.Session);
     if (!TakeOnline(job, methods, online, engine)) return CommandLine::Failed;
-    Setup::Settings.NoLeakSubtraction = job.NoLeak;
-    Setup::Settings.SubtractZero = job.Zero;
-    Setup::Settings.TraceFilterFactor.fill(job.FilterHz);
+    job.Corrections.Apply();
 
     std::vector<FitRow> rows;
     engine.Finished = [&](const SweepFit::Report& report) {

@@ -1,5 +1,7 @@
 // One run of fits from the command line: what was asked for, and what each sweep gave.
 #pragma once
+#include "app/corrections.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,8 +20,8 @@ struct FitJob {
     int CycleSkip = 2;           // segments
     std::string LeakCorrection;  // "REVERSAL,CONDUCTANCE" or "REVERSAL,auto"
     std::string Methods, Method; // online functions that become columns too
-    double FilterHz = 0;
-    bool NoLeak = false, Zero = false, Store = false, Overwrite = false, Show = false, AsJson = false;
+    ::Corrections Corrections;
+    bool Store = false, Overwrite = false, Show = false, AsJson = false;
 };
 
 // Fits, stores when asked to, and prints a table or a JSON document. Returns the exit status.
