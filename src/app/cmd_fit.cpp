@@ -37,9 +37,9 @@ Procedure DeclareFit(CLI::App& command) {
         ->check(CLI::Range(1, 32767));
     command.add_option("--leak-correction", job->LeakCorrection,
                        "Subtract a linear leak: REVERSAL,CONDUCTANCE (V, S), or auto for the conductance");
-    command.add_option("--methods", job->Methods,
-                       "Online analysis file; functions marked for the notebook become columns");
-    command.add_option("--method", job->Method, "Name of the online method; else the first");
+    CLI::Option* const methods = command.add_option(
+        "--methods", job->Methods, "Online analysis file; functions marked for the notebook become columns");
+    command.add_option("--method", job->Method, "Name of the online method; else the first")->needs(methods);
     command.add_flag("--no-leak", job->NoLeak, "Do not subtract the leak trace");
     command.add_flag("--zero", job->Zero, "Subtract the zero offset");
     command.add_option("--filter", job->FilterHz, "Corner of the Gaussian filter, Hz")

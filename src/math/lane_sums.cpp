@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 
 namespace LaneSums {
@@ -28,6 +29,43 @@ template <class Term>
     for (std::size_t i = whole; i < samples.size(); ++i)
         sums[i - whole] += term(static_cast<double>(y[i]), static_cast<double>(i));
     return ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+}
+
+// Four lanes at a time: what the compiler does not find by itself in three sums side by side.
+using Four = double __attribute__((vector_size(32)));
+using FourSamples = float __attribute__((vector_size(16)));
+struct alignas(32) EightLanes {
+    Four Half[2] = {};
+    [[gnu::always_inline]] double& At(std::size_t lane) { return reinterpret_cast<double*>(Half)[lane]; }
+    [[gnu::always_inline]] double Total() {
+        return ((At(0) + At(4)) + (At(2) + At(6))) + ((At(1) + At(5)) + (At(3) + At(7)));
+    }
+};
+
+[[gnu::always_inline]] inline Moments MomentsOf(std::span<const float> samples) {
+    EightLanes sum, squares, byIndex, index;
+    index.Half[0] = Four{0.0, 1.0, 2.0, 3.0};
+    index.Half[1] = Four{4.0, 5.0, 6.0, 7.0};
+    const std::size_t whole = samples.size() / Lanes * Lanes;
+    for (std::size_t i = 0; i < whole; i += Lanes) {
+#pragma GCC unroll 2
+        for (std::size_t half = 0; half < 2; ++half) {
+            FourSamples raw;
+            std::memcpy(&raw, samples.data() + i + 4 * half, sizeof raw);
+            const Four y = __builtin_convertvector(raw, Four);
+            sum.Half[half] += y;
+            squares.Half[half] += y * y;
+            byIndex.Half[half] += index.Half[half] * y;
+            index.Half[half] += static_cast<double>(Lanes);
+        }
+    }
+    for (std::size_t i = whole; i < samples.size(); ++i) {
+        const double y = samples[i];
+        sum.At(i - whole) += y;
+        squares.At(i - whole) += y * y;
+        byIndex.At(i - whole) += static_cast<double>(i) * y;
+    }
+    return {sum.Total(), squares.Total(), byIndex.Total()};
 }
 
 struct Extreme {
@@ -93,6 +131,9 @@ template <auto& Term>
 double SumPlain(std::span<const float> samples) {
     return SumOf(samples, Term);
 }
+Moments MomentsPlain(std::span<const float> samples) {
+    return MomentsOf(samples);
+}
 Places ExtremesPlain(std::span<const float> samples) {
     return SearchBlocks(samples);
 }
@@ -101,6 +142,9 @@ Places ExtremesPlain(std::span<const float> samples) {
 template <auto& Term>
 [[gnu::target("avx2")]] double SumWide(std::span<const float> samples) {
     return SumOf(samples, Term);
+}
+[[gnu::target("avx2")]] Moments MomentsWide(std::span<const float> samples) {
+    return MomentsOf(samples);
 }
 [[gnu::target("avx2")]] Places ExtremesWide(std::span<const float> samples) {
     return SearchBlocks(samples);
@@ -111,6 +155,7 @@ template <auto& Term>
 double SumWide(std::span<const float> samples) {
     return SumOf(samples, Term);
 }
+constexpr auto MomentsWide = MomentsPlain;
 Places ExtremesWide(std::span<const float> samples) {
     return SearchBlocks(samples);
 }
@@ -142,6 +187,10 @@ double SumBelow(std::span<const float> samples) {
 
 double SumByIndex(std::span<const float> samples) {
     return Run<ByIndex>(samples);
+}
+
+Moments AllMoments(std::span<const float> samples) {
+    return UseWide ? MomentsWide(samples) : MomentsPlain(samples);
 }
 
 std::size_t CountNotZero(std::span<const float> samples) {
