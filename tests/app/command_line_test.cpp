@@ -58,7 +58,7 @@ TEST(CommandLine, UseAndFailureHaveTheirStatus) {
         {"trace plain.dat 1.1.1.1 --out /nowhere/at/all.csv", 1, "Error writing \"/nowhere/at"},
         {"stimulus plain.dat 1.1", 2, "A sweep is named by group.series.sweep, such as 1.2.1."},
         {"stimulus plain.dat 1.1.1 --channel 9", 1, "The stimulus has no channel 9."},
-        {"fit plain.dat 1.1.1 --type Measure", 2, "The type \"Measure\" cannot be fitted."},
+        {"fit plain.dat 1.1.1 --type Guess", 2, "The type \"Guess\" cannot be fitted."},
         {"fit plain.dat 1.1.1 --type polynomial --bounds 90,10", 2, "Bounds are two percentages"},
         {"fit plain.dat 1.1.1 --type polynomial --param Tau1=1", 2, "\"Tau1=1\" sets no"},
         {"fit plain.dat 1.1.9 --type polynomial", 1, "There is no sweep 9"},

@@ -42,7 +42,7 @@ TEST(Params, EveryNameReachesACellOfItsOwn) {
         }
         for (const auto& setting : Fit::Settings(selected)) EXPECT_EQ(setting.Value, 1.0) << setting.Name;
     }
-    EXPECT_EQ(types, 6 + 11);
+    EXPECT_EQ(types, 13 + 11);
 }
 
 TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {

@@ -198,7 +198,8 @@ TEST(Formula, EachTypeReadsAsItsRecordStands) {
          "*1/(1+exp(-(x-NBlVh)/NBlSl))"},
         {"PowerSpectrum", false,
          "S(x) = Sinf+SL01 * 1/(1 + (x/fLc1)^2)+SL02 * 1/(1 + (x/fLc2)^2)+SO0 * 1/(1 + (x/fOc)^1)"},
-        {"Measure", true, "unknown FitType"},
+        {"Measure", true, ""},
+        {"OnlineOnly", true, "unknown FitType"},
     };
     for (const auto& one : cases)
         EXPECT_EQ(Fit::PlainText(Fit::FormulaOf(records.Select(one.Type, one.Sweep))), one.Text) << one.Type;
