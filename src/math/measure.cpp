@@ -23,8 +23,10 @@ struct Cubic {
 
 // The inverse normal matrix of a cubic over count equally spaced points from -1 to 1, of an order as high as
 // the points allow.
+constexpr std::size_t MostWindow = 81;
 struct Normal {
     std::size_t Count = 0;
+    std::array<double, MostWindow> Places{}; // of the points
     int Terms = 0;
     MatrixInverse::Matrix Inverse;
 };
@@ -35,13 +37,14 @@ double Place(std::size_t index, std::size_t count) {
 
 void SetUp(Normal& normal, std::size_t count) {
     normal.Count = count;
+    for (std::size_t i = 0; i < count; ++i) normal.Places[i] = Place(i, count);
     normal.Terms = static_cast<int>(std::min<std::size_t>(count, 4));
     std::array<double, 7> moments{};
     for (std::size_t i = 0; i < count; ++i) {
         double power = 1.0;
         for (double& moment : moments) {
             moment += power;
-            power *= Place(i, count);
+            power *= normal.Places[i];
         }
     }
     MatrixInverse::Matrix matrix;
@@ -51,9 +54,9 @@ void SetUp(Normal& normal, std::size_t count) {
     (void)MatrixInverse::Invert(matrix, normal.Inverse, normal.Terms);
 }
 
-// Windows have at most 81 points, and most searches use the same few sizes.
+// Most searches use the same few sizes.
 const Normal& NormalFor(std::size_t count) {
-    static std::array<Normal, 82> table;
+    static std::array<Normal, MostWindow + 1> table;
     Normal& normal = table[count];
     if (normal.Count != count) SetUp(normal, count);
     return normal;
@@ -63,7 +66,7 @@ Cubic FitCubic(std::span<const float> window) {
     const Normal& normal = NormalFor(window.size());
     std::array<double, 4> right{};
     for (std::size_t i = 0; i < window.size(); ++i) {
-        const double x = Place(i, window.size()), y = window[i];
+        const double x = normal.Places[i], y = window[i];
         right[0] += y;
         right[1] += x * y;
         right[2] += x * x * y;
