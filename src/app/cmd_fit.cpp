@@ -37,9 +37,9 @@ Procedure DeclareFit(CLI::App& command) {
         ->check(CLI::Range(1, 32767));
     command.add_option("--leak-correction", job->LeakCorrection,
                        "Subtract a linear leak: REVERSAL,CONDUCTANCE (V, S), or auto for the conductance");
-    command.add_option("--methods", job->Methods,
-                       "Online analysis file; functions marked for the notebook become columns");
-    command.add_option("--method", job->Method, "Name of the online method; else the first");
+    CLI::Option* const methods = command.add_option(
+        "--methods", job->Methods, "Online analysis file; functions marked for the notebook become columns");
+    command.add_option("--method", job->Method, "Name of the online method; else the first")->needs(methods);
     job->Corrections.Declare(command);
     command.add_flag("--show", job->Show, "Show the values as they stand, without a fit");
     command.add_flag("--store", job->Store, "Write the results into the analysis file");

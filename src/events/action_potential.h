@@ -18,6 +18,9 @@ struct Event {
 
 // Samples are counted from 1, and times take 3 off the count; both crossings are interpolated.
 //
+// Crossings are strict, from below to above: a sample that equals the threshold is neither, and a crossing
+// through it does not count. So a threshold should lie off the grid of digitised samples.
+//
 // An excursion that has begun ahead of the trace is passed over; one that is open at its end is dropped.
 struct Detector {
     Detector(std::span<const float> samples, double threshold, double interval, double firstX);

@@ -15,6 +15,13 @@ namespace LaneSums {
 [[nodiscard]] double SumBelow(std::span<const float> samples);
 // Of index (from 0) times sample.
 [[nodiscard]] double SumByIndex(std::span<const float> samples);
+
+// Sum, SumOfSquares and SumByIndex in one go: the same bits as each alone.
+struct Moments {
+    double Sum = 0.0, Squares = 0.0, ByIndex = 0.0;
+};
+[[nodiscard]] Moments AllMoments(std::span<const float> samples);
+
 // Samples that are not exactly 0.
 [[nodiscard]] std::size_t CountNotZero(std::span<const float> samples);
 

@@ -2,10 +2,12 @@
 
 #include "math/lane_sums.h"
 #include "math/matrix_inverse.h"
+#include "math/scan.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace Measure {
 
@@ -21,8 +23,10 @@ struct Cubic {
 
 // The inverse normal matrix of a cubic over count equally spaced points from -1 to 1, of an order as high as
 // the points allow.
+constexpr std::size_t MostWindow = 81;
 struct Normal {
     std::size_t Count = 0;
+    std::array<double, MostWindow> Places{}; // of the points
     int Terms = 0;
     MatrixInverse::Matrix Inverse;
 };
@@ -33,13 +37,14 @@ double Place(std::size_t index, std::size_t count) {
 
 void SetUp(Normal& normal, std::size_t count) {
     normal.Count = count;
+    for (std::size_t i = 0; i < count; ++i) normal.Places[i] = Place(i, count);
     normal.Terms = static_cast<int>(std::min<std::size_t>(count, 4));
     std::array<double, 7> moments{};
     for (std::size_t i = 0; i < count; ++i) {
         double power = 1.0;
         for (double& moment : moments) {
             moment += power;
-            power *= Place(i, count);
+            power *= normal.Places[i];
         }
     }
     MatrixInverse::Matrix matrix;
@@ -49,9 +54,9 @@ void SetUp(Normal& normal, std::size_t count) {
     (void)MatrixInverse::Invert(matrix, normal.Inverse, normal.Terms);
 }
 
-// Windows have at most 81 points, and most searches use the same few sizes.
+// Most searches use the same few sizes.
 const Normal& NormalFor(std::size_t count) {
-    static std::array<Normal, 82> table;
+    static std::array<Normal, MostWindow + 1> table;
     Normal& normal = table[count];
     if (normal.Count != count) SetUp(normal, count);
     return normal;
@@ -61,7 +66,7 @@ Cubic FitCubic(std::span<const float> window) {
     const Normal& normal = NormalFor(window.size());
     std::array<double, 4> right{};
     for (std::size_t i = 0; i < window.size(); ++i) {
-        const double x = Place(i, window.size()), y = window[i];
+        const double x = normal.Places[i], y = window[i];
         right[0] += y;
         right[1] += x * y;
         right[2] += x * x * y;
@@ -127,18 +132,25 @@ double GatedMean(std::span<const float> samples) {
     return count == 0 ? 0.0 : LaneSums::Sum(samples) / static_cast<double>(count);
 }
 
+double Variance(std::size_t count, const LaneSums::Moments& moments) {
+    if (count < 2) return 0.0;
+    const auto n = static_cast<double>(count);
+    return (moments.Squares - moments.Sum * (moments.Sum / n)) / (n - 1.0);
+}
+
 double Variance(std::span<const float> samples) {
-    if (samples.size() < 2) return 0.0;
-    const double sum = LaneSums::Sum(samples);
-    const auto n = static_cast<double>(samples.size());
-    return (LaneSums::SumOfSquares(samples) - sum * (sum / n)) / (n - 1.0);
+    return Variance(samples.size(), LaneSums::AllMoments(samples));
+}
+
+double SlopePerSample(std::size_t count, const LaneSums::Moments& moments) {
+    if (count < 2) return 0.0;
+    const auto n = static_cast<double>(count);
+    const double meanIndex = (n - 1.0) / 2.0;
+    return (moments.ByIndex - meanIndex * moments.Sum) / (n * (n * n - 1.0) / 12.0);
 }
 
 double SlopePerSample(std::span<const float> samples) {
-    if (samples.size() < 2) return 0.0;
-    const auto n = static_cast<double>(samples.size());
-    const double meanIndex = (n - 1.0) / 2.0;
-    return (LaneSums::SumByIndex(samples) - meanIndex * LaneSums::Sum(samples)) / (n * (n * n - 1.0) / 12.0);
+    return SlopePerSample(samples.size(), LaneSums::AllMoments(samples));
 }
 
 double EndCorrection(std::span<const float> samples) {
@@ -148,7 +160,12 @@ double EndCorrection(std::span<const float> samples) {
 
 Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t right, PeakKind kind,
               bool noFit) {
-    const LaneSums::Places found = LaneSums::Extremes(samples.subspan(left, right - left));
+    return FindPeak(samples, left, right, LaneSums::Extremes(samples.subspan(left, right - left)), kind,
+                    noFit);
+}
+
+Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t right,
+              const LaneSums::Places& found, PeakKind kind, bool noFit) {
     const std::size_t least = left + found.Least, greatest = left + found.Greatest;
     const bool maximum =
         kind == PeakKind::Maximum ||
@@ -162,6 +179,18 @@ Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t righ
     const double span = static_cast<double>(samples[greatest]) - samples[least];
     Refine(samples, first, last, span, maximum, peak);
     return peak;
+}
+
+namespace {
+
+// The first sample behind from on the other side; the number of samples for none.
+std::size_t FirstAcross(std::span<const float> samples, std::size_t from, double threshold, bool above) {
+    if (!above) return Scan::FirstAbove(samples, from, threshold);
+    // At the threshold or below it is below the next real.
+    const float behind = std::nextafter(Scan::NotAbove(threshold), std::numeric_limits<float>::infinity());
+    return Scan::FirstBelow(samples, from, behind);
+}
+
 }
 
 double FindCrossing(std::span<const float> samples, double threshold, std::size_t average) {
@@ -179,6 +208,12 @@ double FindCrossing(std::span<const float> samples, double threshold, std::size_
 
     if (average >= 2 && samples.size() > 10 * average)
         while (at + average <= end && !crossed(MeanAt(samples, at + average, average))) at += average;
+    if (average == 1) {
+        const std::size_t across = FirstAcross(samples, at + 1, threshold, above);
+        if (across >= samples.size()) return none;
+        const double y = samples[across], before = samples[across - 1];
+        return static_cast<double>(across) - (y - threshold) / (y - before);
+    }
     double previous = MeanAt(samples, at, average);
     while (at < end) {
         mean = MeanAt(samples, ++at, average);

@@ -2,6 +2,8 @@
 //
 // Every procedure needs at least one sample. Sums are those of math/lane_sums.h.
 #pragma once
+#include "math/lane_sums.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -15,6 +17,9 @@ namespace Measure {
 [[nodiscard]] double Variance(std::span<const float> samples);
 // Of the regression line over the index; 0 for one sample.
 [[nodiscard]] double SlopePerSample(std::span<const float> samples);
+// The same from sums that are known already, of count samples.
+[[nodiscard]] double Variance(std::size_t count, const LaneSums::Moments& moments);
+[[nodiscard]] double SlopePerSample(std::size_t count, const LaneSums::Moments& moments);
 // Half of the first and the last sample, which turns a sum of rectangles into one of trapezoids; 0 for one
 // sample.
 [[nodiscard]] double EndCorrection(std::span<const float> samples);
@@ -31,6 +36,10 @@ struct Peak {
 // a straight line, its upper or lower end does.
 [[nodiscard]] Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t right,
                             PeakKind kind, bool noFit);
+
+// The same with the places of the extremes, from left on, known already.
+[[nodiscard]] Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t right,
+                            const LaneSums::Places& extremes, PeakKind kind, bool noFit);
 
 // Where the mean of average samples (at least 1) first crosses the threshold: from below once it is above,
 // from above once it is not above any more. A fraction of an index; the number of samples plus 1 when

@@ -125,6 +125,11 @@ void Begin(Engine& engine, const OnlineMethod& method, VennicSweep& sweep) {
     engine.Sweep = &sweep;
     engine.Stimuli.clear();
     engine.Traces.clear();
+    engine.NeedsMoments = false;
+    for (int i = 1; i <= Tree::ChildCount(&method); ++i) {
+        const int kind = Tree::ChildAs<OnlineFunction>(&method, i)->OfKind;
+        if (kind == OnlineKinds::Variance || kind == OnlineKinds::Slope) engine.NeedsMoments = true;
+    }
     const auto functions = static_cast<std::size_t>(Tree::ChildCount(&method));
     engine.Results.assign(functions, Invalid);
     engine.Equations.resize(functions);

@@ -23,10 +23,12 @@
 #include "data/session.h"
 #include "data/sweep_stimulus.h"
 #include "math/equation.h"
+#include "math/lane_sums.h"
 #include "online/results.h"
 #include "trees/online_tree.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,15 @@ struct TraceOfSweep {
     int Count = 0; // TrTraceCount
     VennicTrace* Record = nullptr;
     bool Loaded = false, Tried = false;
+
+    // What has been measured between two samples; functions of the same bounds share it.
+    struct Part {
+        std::int64_t Left = 0, Right = 0;
+        std::optional<double> Sum;
+        std::optional<LaneSums::Moments> Moments;
+        std::optional<LaneSums::Places> Extremes; // from Left on
+    };
+    std::vector<Part> Parts;
 };
 
 struct Engine;
@@ -78,6 +89,7 @@ struct Engine {
     // Of the pass.
     const OnlineMethod* Method = nullptr;
     VennicSweep* Sweep = nullptr;
+    bool NeedsMoments = false; // a function of the method wants more than plain sums
     std::vector<StimulusOfSweep> Stimuli;
     std::vector<TraceOfSweep> Traces;
     std::vector<CompiledEquation> Equations; // by function; of the method that was compiled last

@@ -18,6 +18,27 @@ using OnlineResults::Invalid;
 constexpr std::uint8_t Real32Format = 2;
 constexpr std::int16_t WithEndCorrection = 1;
 
+// What functions of the same bounds share, computed when the first of them asks for it.
+struct Shared {
+    std::span<const float> Samples; // of the part
+    TraceOfSweep::Part& Part;
+    bool NeedsMoments;
+
+    [[nodiscard]] const LaneSums::Moments& Moments() const {
+        if (!Part.Moments) Part.Moments = LaneSums::AllMoments(Samples);
+        return *Part.Moments;
+    }
+    [[nodiscard]] double Sum() const {
+        if (NeedsMoments) return Moments().Sum;
+        if (!Part.Sum) Part.Sum = LaneSums::Sum(Samples);
+        return *Part.Sum;
+    }
+    [[nodiscard]] const LaneSums::Places& Extremes() const {
+        if (!Part.Extremes) Part.Extremes = LaneSums::Extremes(Samples);
+        return *Part.Extremes;
+    }
+};
+
 // The samples of a function's trace, and the part that it measures.
 struct Stretch {
     const VennicTrace* Trace = nullptr;
@@ -92,6 +113,18 @@ double ValueElsewhere(Engine& engine, OnlineFunction& function, double position,
     return Measure::ValueAt(stimulus.Samples, time / stimulus.Records.Stimulation->SsSampleInterval);
 }
 
+Shared SharedOf(Engine& engine, const OnlineFunction& function, const Stretch& stretch) {
+    std::vector<TraceOfSweep::Part>& parts = TraceFor(engine, function.OfTrace).Parts;
+    const auto same = std::ranges::find_if(parts, [&](const TraceOfSweep::Part& part) {
+        return part.Left == stretch.Range.Left && part.Right == stretch.Range.Right;
+    });
+    if (same != parts.end()) return {stretch.Part(), *same, engine.NeedsMoments};
+    TraceOfSweep::Part& part = parts.emplace_back();
+    part.Left = stretch.Range.Left;
+    part.Right = stretch.Range.Right;
+    return {stretch.Part(), part, engine.NeedsMoments};
+}
+
 double PeakValue(Engine& engine, OnlineFunction& function, const Stretch& stretch) {
     const int kind = function.OfKind;
     const Measure::PeakKind search =
@@ -100,7 +133,8 @@ double PeakValue(Engine& engine, OnlineFunction& function, const Stretch& stretc
                                                                        : Measure::PeakKind::Larger;
     const Measure::Peak peak =
         Measure::FindPeak(stretch.Samples, static_cast<std::size_t>(stretch.Range.Left),
-                          static_cast<std::size_t>(stretch.Range.Right), search, function.OfNoPeakFit != 0);
+                          static_cast<std::size_t>(stretch.Range.Right),
+                          SharedOf(engine, function, stretch).Extremes(), search, function.OfNoPeakFit != 0);
     switch (kind) {
     case OnlineKinds::PeakTime:
     case OnlineKinds::MinTime:
@@ -148,13 +182,15 @@ double MeasureTrace(Engine& engine, OnlineFunction& function) {
     const double interval = stretch.Trace->TrXInterval;
     const double correction =
         function.OfArgB == WithEndCorrection ? Measure::EndCorrection(part) * interval : 0.0;
+    const Shared shared = SharedOf(engine, function, stretch);
     switch (function.OfKind) {
     case OnlineKinds::Mean:
     case OnlineKinds::TotMean:
-        return VennicTree::IsVirtual(*stretch.Trace) ? Measure::GatedMean(part) : Measure::Mean(part);
-    case OnlineKinds::Integral: return LaneSums::Sum(part) * interval - correction;
-    case OnlineKinds::Variance: return Measure::Variance(part);
-    case OnlineKinds::Slope: return Measure::SlopePerSample(part) / interval;
+        return VennicTree::IsVirtual(*stretch.Trace) ? Measure::GatedMean(part)
+                                                     : shared.Sum() / static_cast<double>(part.size());
+    case OnlineKinds::Integral: return shared.Sum() * interval - correction;
+    case OnlineKinds::Variance: return Measure::Variance(part.size(), shared.Moments());
+    case OnlineKinds::Slope: return Measure::SlopePerSample(part.size(), shared.Moments()) / interval;
     case OnlineKinds::AnodicQ: return LaneSums::SumAbove(part) * interval - correction;
     case OnlineKinds::CathodicQ: return -LaneSums::SumBelow(part) * interval - correction;
     case OnlineKinds::Reversal:

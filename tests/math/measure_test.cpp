@@ -90,6 +90,29 @@ TEST(Measurements, AverageOfManySamplesFindsTheSameCrossingAsEveryStep) {
     EXPECT_NEAR(Measure::FindCrossing(ramp, 1e6, 3), 4997.0 + 1.0, 1.0);
 }
 
+// The search through single samples is a quick one; it stops where a walk does.
+TEST(Measurements, ACrossingBetweenSingleSamples) {
+    const struct {
+        std::vector<float> Samples;
+        double Threshold, Position;
+    } cases[] = {
+        {{-1, -1, -1, 3, -1}, 0.0, 2.25},
+        {{3, 2, 1, 0, -1}, 0.0, 3.0},  // equal is on the other side for a start above
+        {{-3, -2, 0, 0, 1}, 0.0, 3.0}, // and not for one below
+        {{0, 0, -1, 1}, 0.0, 2.5},     // begins where it first differs
+        {{0, 0, 0}, 0.0, -1.0},
+        {{1, 2, 3}, 0.5, 4.0},
+        {{1, NAN, -1}, 0.5, NAN}, // from a sample that is none
+        {{1, NAN, 2, 0}, 0.5, 2.75},
+        {{-3e38F, 3e38F}, 1e300, 3.0},
+        {{2}, 1.0, 2.0},
+    };
+    for (const auto& one : cases)
+        EXPECT_TRUE(Vectors::Near(Measure::FindCrossing(one.Samples, one.Threshold, 1), one.Position, 1e-12))
+            << one.Samples[0] << " " << one.Threshold << " "
+            << Measure::FindCrossing(one.Samples, one.Threshold, 1);
+}
+
 TEST(Measurements, LanesFindWhatALoopFinds) {
     std::mt19937 random(7);
     std::uniform_int_distribution<int> value(-40, 40);
@@ -114,6 +137,11 @@ TEST(Measurements, LanesFindWhatALoopFinds) {
         EXPECT_EQ(LaneSums::SumBelow(samples), below);
         EXPECT_EQ(LaneSums::SumByIndex(samples), byIndex);
         EXPECT_EQ(LaneSums::CountNotZero(samples), notZero);
+        for (float& y : samples) y *= 1.1F; // sums are rounded, in all of them alike
+        const LaneSums::Moments moments = LaneSums::AllMoments(samples);
+        EXPECT_EQ(moments.Sum, LaneSums::Sum(samples));
+        EXPECT_EQ(moments.Squares, LaneSums::SumOfSquares(samples));
+        EXPECT_EQ(moments.ByIndex, LaneSums::SumByIndex(samples));
         const LaneSums::Places places = LaneSums::Extremes(samples);
         EXPECT_EQ(places.Least, least) << size;
         EXPECT_EQ(places.Greatest, greatest) << size;

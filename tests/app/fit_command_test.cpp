@@ -1,0 +1,159 @@
+// The options of fit beyond a single fit of a model: ranges, cycles, leak correction, online columns, events.
+#include "support/cell_plan.h"
+#include "support/program.h"
+
+#include <cmath>
+
+using Support::Json;
+using Support::Qorvanite;
+using Support::RunJson;
+
+namespace {
+
+Json FitSweeps(const std::string& words) {
+    return RunJson("fit " + words)["Sweeps"];
+}
+double ValueOf(const Json& result, const std::string& name) {
+    for (const Json& parameter : result["Parameters"])
+        if (parameter["Name"] == name) return parameter["Value"];
+    return NAN;
+}
+
+// Its mean is what a polynomial of order 0 gives.
+constexpr const char* MeanOf = "steps.dat 1.1.9 --type Polynomial --param Order=0 ";
+
+}
+
+TEST(FitCommand, UseAndFailureHaveTheirStatus) {
+    const struct {
+        const char* Words;
+        int Status;
+        const char* Errors;
+    } cases[] = {
+        {"1.1.1 --type polynomial --range full", 2, "always takes the range of the cursors."},
+        {"1.1.1 --type histogram --range half", 2, "--range"},
+        {"1.1.1 --type polynomial --cycles 4001", 2, "--cycles"},
+        {"1.1.1 --type polynomial --cycle-skip 0", 2, "--cycle-skip"},
+        {"1.1.1 --type polynomial --leak-correction 5", 2, "A leak correction is"},
+        {"1.1.1 --type polynomial --leak-correction 0,much", 2, "A leak correction is"},
+        {"1.1.1 --type polynomial --method OA-1", 2, "--methods"},
+        {"1.1.1 --type polynomial --methods functions.onl --method OA-7", 1, "There is no method \"OA-7\""},
+        {"1.1.1 --type polynomial --methods none.onl", 1, "Error reading Online Tree"},
+        {"1.1.1 --type OnlineOnly", 1, "The online analysis has no function to store."},
+        {"1.1.1 --type tracecopy --param CopyCompress=0", 2, "\"CopyCompress=0\" sets no parameter"},
+        {"1.1.1 --type Measure --param XValue=5", 1, "A cursor lies outside of the range."},
+        {"1.1.1 --type \"Power Spectrum\" --param SpecNPoint=12", 1, "must be a power of two"},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.Words);
+        const Support::Result result = Qorvanite(std::string("fit steps.dat ") + one.Words);
+        EXPECT_EQ(result.Status, one.Status) << result.Errors;
+        EXPECT_NE(result.Errors.find(one.Errors), std::string::npos) << result.Errors;
+    }
+}
+
+TEST(FitCommand, AMeasurementTakesTheSweepOrTheCursors) {
+    const std::string copy = "steps.dat 1.1.9 --type tracecopy --param CopyCompress=100 ";
+    for (const auto& [options, points, events, first] :
+         {std::tuple{"", 900, 9, 0.00099},
+          {"--range full", 900, 9, 0.00099},
+          {"--range cursors", 600, 6, 0.00299},
+          {"--range cursors --bounds 0,50", 300, 3, 0.00299}}) {
+        const Json sweep = FitSweeps(copy + options)[0];
+        EXPECT_EQ(sweep["RangePoints"], points) << options;
+        ASSERT_EQ(sweep["Events"].size(), static_cast<std::size_t>(events)) << options;
+        EXPECT_NEAR(sweep["Events"][0]["Time"].get<double>(), first, 1e-9) << options;
+        EXPECT_EQ(sweep["Events"][0]["States"], Json({0, 0}));
+    }
+    // As a table the events follow the rows.
+    const std::string table = Qorvanite("fit " + copy).Out;
+    EXPECT_NE(table.find("\nSweep       Event           Time         YValue\n1.1.9           1"),
+              std::string::npos)
+        << table;
+}
+
+TEST(FitCommand, EventsBelongToTheirSweep) {
+    const Support::TempFolder folder;
+    const Support::CellPlan plan{.Segments = {{0.0, 8}},
+                                 .Sweeps = {{{-1, -1, 2, 3, -2, -3, -1, -1}}, {Support::Samples(8, -1.0F)}}};
+    ASSERT_TRUE(Support::WriteCell(folder.At("cell.dat"), plan));
+    const Json sweeps = FitSweeps(folder.At("cell.dat") + " 1.1 --type \"Action Potential\"");
+    ASSERT_EQ(sweeps.size(), 2U);
+    ASSERT_EQ(sweeps[0]["Events"].size(), 1U);
+    EXPECT_EQ(sweeps[0]["Events"][0]["MaxY"], 3.0);
+    EXPECT_TRUE(sweeps[1]["Events"].empty());
+
+    const auto total = [](const Json& sweep) {
+        double sum = 0;
+        for (const Json& event : sweep["Events"]) sum += event["Count"].get<double>();
+        return sum;
+    };
+    const std::string histogram =
+        "steps.dat 1.1 --type ampl.histogram --param HistNBins=4000 --param HistLeft=-2e-8 --param "
+        "HistBinSize=1e-11 ";
+    const Json alone = FitSweeps(histogram), added = FitSweeps(histogram + "--param HistFirstSw=1");
+    double sum = 0;
+    for (std::size_t i = 0; i < alone.size(); ++i) {
+        sum += total(alone[i]);
+        EXPECT_EQ(total(added[i]), sum) << i;
+        EXPECT_GT(total(alone[i]), 0.0);
+    }
+}
+
+TEST(FitCommand, CyclesGoFromSegmentToSegment) {
+    const Json sweep = FitSweeps(MeanOf + std::string("--cycles 0 --cycle-skip 1"))[0];
+    ASSERT_EQ(sweep["Cycles"].size(), 2U); // the relevant segment and the one behind it
+    EXPECT_EQ(sweep["Cycles"][0]["RangePoints"], 600);
+    EXPECT_EQ(sweep["Cycles"][1]["RangePoints"], 200);
+    for (const int segment : {2, 3}) {
+        const Json alone = FitSweeps(MeanOf + ("--segment " + std::to_string(segment)))[0];
+        EXPECT_EQ(ValueOf(sweep["Cycles"][static_cast<std::size_t>(segment - 2)], "Coeff0"),
+                  ValueOf(alone, "Coeff0"));
+    }
+    EXPECT_EQ(FitSweeps(MeanOf + std::string("--cycles 1"))[0]["Cycles"].size(), 1U);
+    EXPECT_TRUE(FitSweeps(MeanOf)[0]["Cycles"].empty());
+}
+
+TEST(FitCommand, ALeakIsTakenOffByItsConductanceOrByTheZeroOffset) {
+    const Json stimulus = RunJson("stimulus steps.dat 1.1.9")["Channels"][0];
+    const double voltage = stimulus["Segments"][1]["Voltage"], holding = stimulus["Holding"];
+    const Json tree = RunJson("info steps.dat --tree vnc")["Trees"]["vnc"]["Root"];
+    const double zero =
+        tree["Children"][0]["Children"][0]["Children"][8]["Children"][0]["TrZeroData"].get<double>();
+    ASSERT_NE(zero, 0.0);
+    const double plain = ValueOf(FitSweeps(MeanOf)[0], "Coeff0");
+    const struct {
+        const char* Option;
+        double Reversal, Conductance;
+    } cases[] = {{"-0.07,2e-9", -0.07, 2e-9},
+                 {"-0.07,auto", -0.07, zero / (holding + 0.07)},
+                 {"auto", 0.0, zero / holding}};
+    for (const auto& one : cases) {
+        const Json sweep = FitSweeps(MeanOf + std::string("--leak-correction=") + one.Option)[0];
+        const double leak = (voltage - one.Reversal) * one.Conductance;
+        EXPECT_NEAR(plain - ValueOf(sweep, "Coeff0"), leak, 1e-5 * std::fabs(leak)) << one.Option;
+    }
+}
+
+TEST(FitCommand, OnlineFunctionsBecomeColumns) {
+    const Json sweeps = FitSweeps("steps.dat 1.1 --type Polynomial --methods functions.onl");
+    const Json online = RunJson("online steps.dat 1.1 --methods functions.onl");
+    ASSERT_EQ(sweeps.size(), online["Sweeps"].size());
+    for (std::size_t i = 0; i < sweeps.size(); ++i) {
+        const Json& columns = sweeps[i]["Online"]; // of five functions the two that are marked
+        ASSERT_EQ(columns.size(), 2U);
+        for (const auto& [column, function] : {std::pair<std::size_t, std::size_t>{0, 1}, {1, 2}}) {
+            EXPECT_EQ(columns[column]["Name"], online["Functions"][function]["Name"]);
+            EXPECT_EQ(columns[column]["Unit"], "A");
+            EXPECT_EQ(columns[column]["Value"], online["Sweeps"][i]["Values"][function]);
+        }
+    }
+    const Support::TempFolder folder;
+    const std::string data = folder.Write("d.dat", Support::ReadWhole(Support::Recording("steps.dat")));
+    EXPECT_EQ(Qorvanite("fit " + data + " 1.1 --type RiseTime --methods functions.onl --store").Status, 0);
+    const Json record =
+        RunJson("info " + data)["Trees"]["ana"]["Root"]["Children"][0]["Children"][0]["Children"][0];
+    EXPECT_EQ(record["OnlineName"], "OA-1");
+    EXPECT_EQ(record["OnlineCount"], 2);
+    EXPECT_EQ(record["Children"].back()["Name"], "Imin");
+}
