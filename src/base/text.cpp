@@ -56,8 +56,7 @@ std::string_view FromField(std::span<const char> field) {
 void ToField(std::span<char> field, std::string_view text) {
     if (field.empty()) return;
     const std::size_t n = std::min(text.size(), field.size() - 1);
-    if (n > 0) std::memcpy(field.data(), text.data(), n); // an empty text may have no address
-    std::fill(field.begin() + static_cast<std::ptrdiff_t>(n), field.end(), '\0');
+    std::fill(std::copy_n(text.begin(), n, field.begin()), field.end(), '\0');
 }
 
 std::string Utf8(std::string_view bytes) {
