@@ -201,7 +201,12 @@ double FindCrossing(std::span<const float> samples, double threshold, std::size_
 
     std::size_t at = 0;
     double mean = MeanAt(samples, 0, average);
-    while (mean == threshold && at < end) mean = MeanAt(samples, ++at, average);
+    while (mean == threshold && at < end) {
+        // Equal samples have equal means: a flat stretch is passed over in one step.
+        const std::size_t change = Scan::FirstOutside(samples, at, samples[at], samples[at]);
+        at = change >= at + average ? std::min(change - average + 1, end) : at + 1;
+        mean = MeanAt(samples, at, average);
+    }
     if (mean == threshold) return -1.0;
     const bool above = mean > threshold;
     const auto crossed = [&](double value) { return above ? value <= threshold : value > threshold; };

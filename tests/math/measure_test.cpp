@@ -113,6 +113,15 @@ TEST(Measurements, ACrossingBetweenSingleSamples) {
             << Measure::FindCrossing(one.Samples, one.Threshold, 1);
 }
 
+TEST(Measurements, AFlatBeginningIsPassedOver) {
+    std::vector<float> samples(3'000'000, 0.0F); // would take minutes, mean by mean
+    EXPECT_EQ(Measure::FindCrossing(samples, 0.0, 32767), -1.0);
+    samples.back() = 1.0F; // the last mean alone differs
+    EXPECT_EQ(Measure::FindCrossing(samples, 0.0, 32767), 3'000'001.0);
+    std::vector<float> step = {0, 0, 0, 0, 0, -1, -1, -1, 1, 1, 1};
+    EXPECT_EQ(Measure::FindCrossing(step, 0.0, 2), 8.0); // the mean is 0 at 7 and 1 at 8: 8 + 1 - 1 / 1
+}
+
 TEST(Measurements, LanesFindWhatALoopFinds) {
     std::mt19937 random(7);
     std::uniform_int_distribution<int> value(-40, 40);
