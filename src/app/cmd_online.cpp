@@ -2,6 +2,7 @@
 #include "app/command_line.h"
 #include "app/commands.h"
 #include "app/corrections.h"
+#include "app/csv.h"
 #include "app/json.h"
 #include "base/messages.h"
 #include "online/compute.h"
@@ -9,8 +10,6 @@
 #include "online/online_file.h"
 #include "setup/settings.h"
 
-#include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -28,14 +27,6 @@ struct Row {
     std::string Target;
     std::vector<double> Values;
 };
-
-std::string Shortest(double value) {
-    if (std::isnan(value)) return "NAN";
-    if (std::isinf(value)) return value < 0 ? "-INF" : "INF";
-    char digits[32];
-    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
-    return {digits, end};
-}
 
 OnlineMethod* FindMethod(const OnlineAnalysis& analysis, const std::string& name) {
     OnlineMethod* const method =
@@ -70,7 +61,10 @@ bool PrintTable(const OnlineMethod& method, const std::vector<Row>& rows) {
     text += "\n";
     for (const Row& row : rows) {
         text += row.Target;
-        for (const double value : row.Values) text += "," + Shortest(value);
+        for (const double value : row.Values) {
+            text += ",";
+            Csv::AppendNumber(text, value);
+        }
         text += "\n";
     }
     text = Texts::Utf8(text);

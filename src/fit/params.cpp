@@ -10,16 +10,8 @@ namespace Fit {
 
 namespace {
 
-char Lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool SameText(std::string_view a, std::string_view b) {
     return a == b;
-}
-
-bool SameLetters(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, Lower, Lower);
 }
 
 std::byte* FieldAt(const Selected& selected, std::size_t at) {
@@ -96,7 +88,7 @@ std::vector<SettingEntry> Settings(const Selected& selected) {
 std::optional<ParamEntry> FindParam(const Selected& selected, std::string_view name) {
     if (name.empty()) return {};
     const std::vector<ParamEntry> entries = Params(selected);
-    for (const auto same : {SameText, SameLetters})
+    for (const auto same : {SameText, Texts::SameFolded})
         for (const auto text : {&ParamEntry::Name, &ParamEntry::Column, &ParamEntry::Symbol})
             for (const ParamEntry& entry : entries)
                 if (same(entry.*text, name)) return entry;
@@ -113,7 +105,7 @@ bool SetByName(const Selected& selected, std::string_view name, double value,
     }
     if (state) return false;
     for (const SettingRow& row : selected.Model->Settings)
-        if (SameLetters(row.Name, name)) return SetSetting(row, value, FieldAt(selected, row.At));
+        if (Texts::SameFolded(row.Name, name)) return SetSetting(row, value, FieldAt(selected, row.At));
     return false;
 }
 
@@ -122,7 +114,7 @@ namespace {
 const SettingRow* FindText(const Selected& selected, std::string_view name) {
     if (!selected) return nullptr;
     for (const SettingRow& row : selected.Model->Settings)
-        if (row.Kind == SettingKind::Text && SameLetters(row.Name, name)) return &row;
+        if (row.Kind == SettingKind::Text && Texts::SameFolded(row.Name, name)) return &row;
     return nullptr;
 }
 
