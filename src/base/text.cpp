@@ -73,6 +73,12 @@ std::string Utf8(std::string_view bytes) {
     return out;
 }
 
+std::string CutUtf8(std::string_view text, std::size_t bytes) {
+    if (text.size() <= bytes) return std::string(text);
+    while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80) --bytes;
+    return std::string(text.substr(0, bytes));
+}
+
 bool SameFolded(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](char x, char y) { return Folded(x) == Folded(y); });

@@ -16,6 +16,9 @@ void ToField(std::span<char> field, std::string_view text);
 // Valid UTF-8 as it is; any other bytes are taken for Latin-1, in which older programs wrote.
 [[nodiscard]] std::string Utf8(std::string_view bytes);
 
+// The front of a text of valid UTF-8, at most so many bytes, with no character cut in two.
+[[nodiscard]] std::string CutUtf8(std::string_view text, std::size_t bytes);
+
 // Equal without regard to case of the letters A to Z.
 [[nodiscard]] bool SameFolded(std::string_view a, std::string_view b);
 
