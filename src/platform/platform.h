@@ -78,6 +78,8 @@ struct Menu {
     bool InBar = true; // false: only reached as SubMenu
 };
 
+enum class EditCommand : std::uint8_t { Undo, Redo, Cut, Copy, Paste, SelectAll };
+
 enum class AlertKind : std::uint8_t { Note, Warning, Question };
 struct AlertSpec {
     AlertKind Kind = AlertKind::Warning;
@@ -121,7 +123,7 @@ struct HookTable {
     std::function<std::string(WindowId window, Point at, Area& place)> TipAt;
     std::function<void()> BreakPressed; // of the status bar
 };
-extern HookTable Hooks;
+extern HookTable Hooks; // of the logic; a backend that is a module gets its address
 
 struct Operations {
     // Brings the backend up: the frame exists, hidden. False with the reason, and nothing is left of it.
@@ -185,6 +187,8 @@ struct Operations {
     void (*ChangeTextBox)(TextBoxId box, const TextBoxSpec& spec); // all but text and focus
     void (*SelectInTextBox)(TextBoxId box, int from, int count);   // characters; takes the focus
     bool (*FindInTextBox)(TextBoxId box, std::string_view text);   // from the cursor on, once around
+    // On the text box that has the focus. False when there is none.
+    bool (*EditTextBox)(EditCommand command);
 
     // Menus
     void (*SetMenus)(std::span<const Menu> menus); // numbers are positions from 1

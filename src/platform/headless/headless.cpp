@@ -256,6 +256,15 @@ bool FindInTextBox(TextBoxId box, std::string_view text) {
     return found != nullptr && found->Spec.Text.find(text) != std::string::npos;
 }
 
+bool EditTextBox(EditCommand command) {
+    if (State.TextBoxes.empty()) return false;
+    TextBox& box = State.TextBoxes.rbegin()->second;
+    if (command == EditCommand::Copy || command == EditCommand::Cut) State.Clipboard = box.Spec.Text;
+    if (command == EditCommand::Cut) box.Spec.Text.clear();
+    if (command == EditCommand::Paste) box.Spec.Text += State.Clipboard;
+    return true;
+}
+
 void SetMenus(std::span<const Menu> menus) {
     State.Menus.assign(menus.begin(), menus.end());
 }
@@ -382,6 +391,7 @@ constexpr Platform::Operations Table = {
     .ChangeTextBox = ChangeTextBox,
     .SelectInTextBox = SelectInTextBox,
     .FindInTextBox = FindInTextBox,
+    .EditTextBox = EditTextBox,
     .SetMenus = SetMenus,
     .SetMenuEntry = SetMenuEntry,
     .PopupMenu = PopupMenu,

@@ -1,0 +1,279 @@
+#include "platform/qt/frame.h"
+
+#include "platform/qt/theme.h"
+
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QHBoxLayout>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPainter>
+#include <QStatusBar>
+#include <QStyle>
+#include <QUrl>
+
+namespace QtDesktop {
+
+namespace {
+
+constexpr int TitleHeight = 30, StatusHeight = 26;
+constexpr int ArrangementVersion = 1;
+
+QToolButton* QuietButton(const QString& sign, const QString& tip, QWidget* parent) {
+    auto* const button = new QToolButton(parent);
+    button->setText(sign);
+    button->setToolTip(tip);
+    button->setAutoRaise(true);
+    button->setFixedSize(24, 24);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setObjectName(QStringLiteral("quiet"));
+    return button;
+}
+
+QLabel* PlainLabel(QWidget* parent, const char* name) {
+    auto* const label = new QLabel(parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setObjectName(QLatin1String(name));
+    return label;
+}
+
+Qt::DockWidgetArea AreaOf(Platform::Dock dock) {
+    switch (dock) {
+    case Platform::Dock::Left: return Qt::LeftDockWidgetArea;
+    case Platform::Dock::Right: return Qt::RightDockWidgetArea;
+    case Platform::Dock::Bottom: return Qt::BottomDockWidgetArea;
+    default: return Qt::TopDockWidgetArea;
+    }
+}
+
+}
+
+TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(10, 0, 4, 1);
+    row->setSpacing(2);
+    Title = PlainLabel(this, "title");
+    Aside = PlainLabel(this, "aside");
+    Aside->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    Aside->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    Float = QuietButton(QStringLiteral("\u2197"), QStringLiteral("Float or dock this panel"), this);
+    Close = QuietButton(QStringLiteral("\u2715"), QStringLiteral("Close this panel; the Windows menu opens it again"),
+                        this);
+    row->addWidget(Title);
+    row->addWidget(Aside, 1);
+    row->addSpacing(4);
+    row->addWidget(Float);
+    row->addWidget(Close);
+    setFixedHeight(TitleHeight);
+    connect(Float, &QToolButton::clicked, dock, [dock] { dock->setFloating(!dock->isFloating()); });
+    connect(Close, &QToolButton::clicked, dock, [dock] { dock->close(); });
+}
+
+void TitleBar::SetTexts(const QString& title, const QString& aside) {
+    Title->setText(title);
+    Aside->setText(aside);
+    Aside->setToolTip(aside);
+}
+
+void TitleBar::SetFront(bool front) {
+    if (Front == front) return;
+    Front = front;
+    update();
+}
+
+void TitleBar::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), Ink(Desktop.Theme.Panel));
+    painter.fillRect(0, height() - 1, width(), 1, Ink(Front ? Desktop.Theme.Accent : Desktop.Theme.Line));
+}
+
+Panel::Panel(Canvas* canvas, QWidget* content, QWidget* parent)
+    : QDockWidget(parent), Content(canvas), Bar(new TitleBar(this)) {
+    setTitleBarWidget(Bar);
+    setWidget(content);
+}
+
+void Panel::closeEvent(QCloseEvent* event) {
+    if (Content->Closing) return;
+    event->ignore();
+    Post(Platform::WindowEvent, Content->Id, Platform::CloseRequested);
+}
+
+void Panel::moveEvent(QMoveEvent* event) {
+    QDockWidget::moveEvent(event);
+    Post(Platform::WindowEvent, Content->Id, Platform::Moved);
+}
+
+Box::Box(Canvas* canvas, QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags), Content(canvas) {}
+
+void Box::closeEvent(QCloseEvent* event) {
+    if (Content->Closing) return;
+    event->ignore();
+    Post(Platform::WindowEvent, Content->Id, Platform::CloseRequested);
+}
+
+void Box::moveEvent(QMoveEvent* event) {
+    QWidget::moveEvent(event);
+    Post(Platform::WindowEvent, Content->Id, Platform::Moved);
+}
+
+void Box::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        Post(Platform::WindowEvent, Content->Id, Platform::Iconized, isMinimized() ? 1 : 0);
+}
+
+Frame::Frame() {
+    setObjectName(QStringLiteral("frame"));
+    setDockNestingEnabled(true);
+    setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    setCorner(Qt::TopLeftCorner, Qt::LeftDockWidgetArea);
+    setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
+    setCorner(Qt::TopRightCorner, Qt::RightDockWidgetArea);
+    setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+    setAcceptDrops(true);
+    Hint = PlainLabel(this, "hint");
+    Hint->setAlignment(Qt::AlignCenter);
+    Hint->setText(QStringLiteral("Open a data file: Ctrl+O"));
+    setCentralWidget(Hint);
+    AsideLabel = PlainLabel(menuBar(), "frameaside");
+    AsideLabel->setContentsMargins(0, 0, 12, 0);
+    menuBar()->setCornerWidget(AsideLabel, Qt::TopRightCorner);
+    menuBar()->setNativeMenuBar(false);
+    MakeStatusBar();
+    resize(1440, 876);
+}
+
+void Frame::MakeStatusBar() {
+    auto* const bar = new QWidget(this);
+    auto* const row = new QHBoxLayout(bar);
+    row->setContentsMargins(12, 0, 12, 0);
+    row->setSpacing(18);
+    StatusWord = PlainLabel(bar, "statusword");
+    StatusLeft = PlainLabel(bar, "status");
+    StatusRight = PlainLabel(bar, "status");
+    StatusProgress = new QProgressBar(bar);
+    StatusProgress->setTextVisible(false);
+    StatusProgress->setRange(0, 1000);
+    StatusProgress->setFixedSize(180, 5);
+    StatusBreak = new QToolButton(bar);
+    StatusBreak->setText(QStringLiteral("Break"));
+    StatusBreak->setToolTip(QStringLiteral("Stop what is running: Escape"));
+    StatusBreak->setFixedHeight(22);
+    row->addWidget(StatusWord);
+    row->addWidget(StatusLeft, 1);
+    row->addWidget(StatusProgress);
+    row->addWidget(StatusBreak);
+    row->addWidget(StatusRight);
+    StatusLeft->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    StatusProgress->hide();
+    StatusBreak->hide();
+    connect(StatusBreak, &QToolButton::clicked, this, [] {
+        if (Desktop.Hooks->BreakPressed) Desktop.Hooks->BreakPressed();
+    });
+    statusBar()->setSizeGripEnabled(false);
+    statusBar()->setFixedHeight(StatusHeight);
+    statusBar()->addWidget(bar, 1);
+    statusBar()->layout()->setContentsMargins(0, 0, 0, 0);
+}
+
+void Frame::SetStatus(const Platform::StatusBar& bar) {
+    StatusWord->setText(Text(bar.Word));
+    StatusLeft->setText(Text(bar.Left));
+    StatusRight->setText(Text(bar.Right));
+    if (bar.Busy != StatusBusy) {
+        StatusBusy = bar.Busy;
+        QPalette palette = StatusWord->palette();
+        palette.setColor(QPalette::WindowText, Ink(bar.Busy ? Desktop.Theme.Warning : Desktop.Theme.Good));
+        StatusWord->setPalette(palette);
+    }
+    StatusProgress->setVisible(bar.Progress >= 0);
+    StatusBreak->setVisible(bar.Progress >= 0);
+    if (bar.Progress >= 0) StatusProgress->setValue(static_cast<int>(bar.Progress * 1000));
+}
+
+void Frame::SetAside(const QString& aside) {
+    AsideLabel->setText(aside);
+    menuBar()->adjustSize();
+    // The corner keeps the width it had when the bar was laid out last.
+    menuBar()->setCornerWidget(AsideLabel, Qt::TopRightCorner);
+    AsideLabel->show();
+}
+
+void Frame::AddPanel(Panel* panel, Platform::Dock dock) {
+    if (dock == Platform::Dock::Float) {
+        addDockWidget(Qt::RightDockWidgetArea, panel);
+        panel->setFloating(true);
+        return;
+    }
+    QList<Panel*>& placed = Placed[dock];
+    addDockWidget(AreaOf(dock), panel, dock == Platform::Dock::Bottom ? Qt::Horizontal : Qt::Vertical);
+    // Several tools of the right share its place; those of the other sides stand below each other.
+    if (dock == Platform::Dock::Right || dock == Platform::Dock::Center)
+        if (!placed.isEmpty()) tabifyDockWidget(placed.last(), panel);
+    placed.append(panel);
+}
+
+void Frame::UpdateHint() {
+    bool filled = false;
+    for (const Panel* const panel : Placed[Platform::Dock::Center])
+        filled = filled || (!panel->isHidden() && !panel->isFloating());
+    Hint->setVisible(!filled);
+}
+
+void Frame::MarkFront() {
+    for (const auto& [id, canvas] : Desktop.Canvases)
+        if (auto* const panel = dynamic_cast<Panel*>(canvas->Shell)) panel->Bar->SetFront(id == Desktop.Front);
+}
+
+std::string Frame::Arrangement() const {
+    return std::to_string(ArrangementVersion) + " " + saveGeometry().toBase64().toStdString() + " " +
+           saveState(ArrangementVersion).toBase64().toStdString();
+}
+
+bool Frame::Arrange(const std::string& arrangement) {
+    const QStringList parts = QString::fromStdString(arrangement).split(QLatin1Char(' '));
+    if (parts.size() != 3 || parts[0].toInt() != ArrangementVersion) return false;
+    if (!restoreGeometry(QByteArray::fromBase64(parts[1].toLatin1()))) return false;
+    const bool done = restoreState(QByteArray::fromBase64(parts[2].toLatin1()), ArrangementVersion);
+    UpdateHint();
+    return done;
+}
+
+void Frame::ApplyTheme() {
+    StatusBusy = !StatusBusy; // colours its word anew
+    for (const auto& [id, canvas] : Desktop.Canvases) canvas->update();
+    QPalette palette = StatusWord->palette();
+    palette.setColor(QPalette::WindowText, Ink(Desktop.Theme.Good));
+    StatusWord->setPalette(palette);
+    StatusBusy = false;
+}
+
+void Frame::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    Post(Platform::WindowEvent, Platform::FrameWindow, Platform::CloseRequested);
+}
+
+void Frame::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        Post(Platform::WindowEvent, Platform::FrameWindow, Platform::Iconized, isMinimized() ? 1 : 0);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && ThemeOfDesktopChanged())
+        Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemTheme);
+}
+
+void Frame::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void Frame::dropEvent(QDropEvent* event) {
+    for (const QUrl& url : event->mimeData()->urls()) {
+        if (!url.isLocalFile()) continue;
+        Desktop.Dropped = url.toLocalFile();
+        Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemFileDropped);
+        event->acceptProposedAction();
+        return;
+    }
+}
+
+}
