@@ -318,6 +318,15 @@ int ReadWhole(const std::string& path, std::int64_t mostBytes, std::string& cont
     return error;
 }
 
+int WriteWhole(const std::string& path, std::string_view content) {
+    Replacement file;
+    int error = file.Begin(path);
+    if (error == 0)
+        error = WriteAt(file.Content, 0, std::as_bytes(std::span(content.data(), content.size())));
+    if (error == 0) error = file.Commit();
+    return error;
+}
+
 int CopyFile(const std::string& from, const std::string& to) {
     File source, target;
     std::int64_t length = 0;

@@ -94,6 +94,8 @@ int Close(File& file);
 [[nodiscard]] int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt);
 // The whole of a file; EFBIG where it is longer than so many bytes. Empty after an error.
 [[nodiscard]] int ReadWhole(const std::string& path, std::int64_t mostBytes, std::string& content);
+// Makes the text the whole content of the file; what was there stays until the new content is on the disk.
+[[nodiscard]] int WriteWhole(const std::string& path, std::string_view content);
 // A flushed copy of a whole file under a new name.
 [[nodiscard]] int CopyFile(const std::string& from, const std::string& to);
 // A new file that takes another one's place gets its permissions, as far as this user may give them.

@@ -13,9 +13,4 @@ namespace Picture {
 // dashes and rounded corners are kept.
 [[nodiscard]] std::string Wmf(Platform::Size size, const Platform::Drawing& drawing);
 
-// Writes the picture beside the file and renames it. False with the reason; without a reason for a format
-// that is not made here.
-[[nodiscard]] bool Save(const std::string& path, Platform::PictureFormat format, Platform::Size size,
-                        const Platform::Drawing& drawing, std::string& reason);
-
 }

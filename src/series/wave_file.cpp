@@ -40,11 +40,6 @@ std::string LabelField(std::span<const char> field) {
     return text;
 }
 
-std::string_view LineEnd() {
-    constexpr std::string_view Ends[] = {"\r", "\r\n", "\n"};
-    return Ends[std::min<std::size_t>(Setup::Settings.Export.LineEndMode, 2)];
-}
-
 class Text {
 public:
     Text& Line(std::string_view line) {
@@ -66,7 +61,7 @@ public:
     std::string Whole;
 
 private:
-    std::string_view End = LineEnd();
+    std::string_view End = Setup::EndOfLine();
 };
 
 std::string_view UseFlag(std::uint8_t skip) {

@@ -3,6 +3,9 @@
 #include "base/bytes.h"
 #include "setup/limits.h"
 
+#include <algorithm>
+#include <array>
+
 namespace Setup {
 
 SettingsRecord Settings;
@@ -19,6 +22,11 @@ PerTrace<Color> ColorSettings::DefaultTraces() {
     for (std::size_t trace = 1; trace < colors.size(); ++trace)
         colors[trace] = Palette[(trace - 1) % std::size(Palette)];
     return colors;
+}
+
+const char* EndOfLine() {
+    constexpr std::array<const char*, 3> Ends = {"\r", "\r\n", "\n"};
+    return Ends[std::min<std::size_t>(Settings.Export.LineEndMode, Ends.size() - 1)];
 }
 
 void SetDefaults() {
@@ -55,7 +63,7 @@ void SettingsLimits(SettingsRecord& s) {
     Limits::Range(s.Online.OnlineResults, 1, 1000);
     Limits::AtLeast<std::int16_t>(s.Online.OnlineMaxSwp, 1);
     Limits::Choice(s.Batch.BatchCommKind, 2, defaults.Batch.BatchCommKind);
-    Limits::Range(s.Program.NotebookLength, 10'000, 100'000'000);
+    Limits::Range(s.Program.NotebookLength, 100, 10'000'000);
     Limits::Range<std::int16_t>(s.Program.NotebookDigits, 1, 15);
     Limits::Range<std::int16_t>(s.Program.TimerDigits, 0, 9);
     Limits::AtLeast(s.Protocol.MinWaitTime, 0.0);

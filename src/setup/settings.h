@@ -203,8 +203,8 @@ struct FileSettings {
 struct ProgramSettings {
     bool StoreOnExit = false, VerifyExit = false, BreakStore = false;
     bool BackgroundEnabled = true, TermIOBuffering = false, TermIOClear = false, TermWasVisible = false;
-    bool ScientUnits = false;                // numbers in scientific form, else with engineering prefixes
-    std::int32_t NotebookLength = 1'000'000; // bytes, 10000 to 100000000
+    bool ScientUnits = false;              // numbers in scientific form, else with engineering prefixes
+    std::int32_t NotebookLength = 100'000; // lines, 100 to 10000000
     std::int16_t NotebookDigits = 6, TimerDigits = 3; // 1 to 15, 0 to 9
     std::uint8_t SoundMode = 0;
 };
@@ -262,6 +262,9 @@ struct SettingsRecord {
 };
 
 extern SettingsRecord Settings;
+
+// How the lines of text files end, by Export.LineEndMode; readers take all three.
+[[nodiscard]] const char* EndOfLine();
 
 // Fills the record with the built-in defaults.
 void SetDefaults();

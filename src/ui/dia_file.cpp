@@ -294,10 +294,8 @@ bool Store(DialogRecord& dialog, const std::string& file) {
     int error = path.empty() ? ENOENT : 0;
     if (error == 0 && file.empty() && Setup::Settings.Files.DiaFilesPath.empty())
         error = Places::EnsureFolder(Places::ConfigFolder());
-    Files::Replacement replacement;
-    if (error == 0) error = replacement.Begin(path);
-    if (error == 0) error = Files::WriteAt(replacement.Content, 0, content);
-    if (error == 0) error = replacement.Commit();
+    if (error == 0)
+        error = Files::WriteWhole(path, {reinterpret_cast<const char*>(content.data()), content.size()});
     if (error == 0) return true;
     Messages::Alert("Error storing '" + path + "':   " + Files::ErrorText(error));
     return false;

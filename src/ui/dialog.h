@@ -167,6 +167,7 @@ struct DialogItem {
     bool Busy = false; // being edited or tracked
     std::int16_t TextLength = 3, Digits = 1, LineHeight = 13;
     bool Password = false, Lines = false, Strict = false;
+    bool LineNumbers = false; // of an EditText with Lines
     bool MacroEnabled = false;
     std::optional<Platform::Color> BackColor{}, HighColor{}; // none: the theme's
     void* ValuePointer = nullptr;

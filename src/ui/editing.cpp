@@ -38,7 +38,8 @@ Platform::TextBoxSpec BoxSpec(const DialogRecord& dialog, int number) {
                 Dialogs::IsNumberItem(item) ? std::size_t{40} : static_cast<std::size_t>(item.TextLength),
             .Lines = item.Lines,
             .ReadOnly = item.Lines && !item.Executable,
-            .Password = item.Password};
+            .Password = item.Password,
+            .LineNumbers = item.LineNumbers};
 }
 
 void CloseEntryBox() {

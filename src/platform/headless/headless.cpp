@@ -1,5 +1,6 @@
 #include "platform/headless/headless.h"
 
+#include "base/files.h"
 #include "platform/picture.h"
 
 #include <algorithm>
@@ -187,9 +188,15 @@ void DropBitmap(BitmapId bitmap) {
 
 bool SavePicture(const std::string& path, PictureFormat format, Size size, const Drawing& drawing,
                  std::string& reason) {
-    if (Picture::Save(path, format, size, drawing, reason)) return true;
-    if (reason.empty()) reason = "This kind of picture needs the desktop.";
-    return false;
+    if (format != PictureFormat::Svg && format != PictureFormat::Wmf) {
+        reason = "This kind of picture needs the desktop.";
+        return false;
+    }
+    const std::string content =
+        format == PictureFormat::Svg ? Picture::Svg(size, drawing) : Picture::Wmf(size, drawing);
+    const int error = Files::WriteWhole(path, content);
+    if (error != 0) reason = Files::ErrorText(error);
+    return error == 0;
 }
 
 bool SaveWindowPicture(WindowId, const std::string&, std::string& reason) {

@@ -46,7 +46,8 @@ bool SaveImage(const QImage& image, const std::string& path, std::string& reason
 }
 
 // The drawing as large as the paper lets it be, in its middle.
-void FitOnPage(QPainter& painter, const QRectF& paper, Platform::Size size, const Platform::Drawing& drawing) {
+void FitOnPage(QPainter& painter, const QRectF& paper, Platform::Size size,
+               const Platform::Drawing& drawing) {
     const double scale = std::min(paper.width() / size.Width, paper.height() / size.Height);
     painter.save();
     painter.translate((paper.width() - size.Width * scale) / 2, 0);
@@ -55,7 +56,8 @@ void FitOnPage(QPainter& painter, const QRectF& paper, Platform::Size size, cons
     painter.restore();
 }
 
-bool SavePdf(const std::string& path, Platform::Size size, const Platform::Drawing& drawing, std::string& reason) {
+bool SavePdf(const std::string& path, Platform::Size size, const Platform::Drawing& drawing,
+             std::string& reason) {
     QSaveFile file(Text(path));
     if (!file.open(QIODevice::WriteOnly)) {
         reason = Utf8(file.errorString());
@@ -113,9 +115,17 @@ bool SavePicture(const std::string& path, Platform::PictureFormat format, Platfo
         reason = "The picture is empty.";
         return false;
     }
-    if (format == Platform::PictureFormat::Png) return SaveImage(ImageOf(size, drawing, PictureScale), path, reason);
+    if (format == Platform::PictureFormat::Png)
+        return SaveImage(ImageOf(size, drawing, PictureScale), path, reason);
     if (format == Platform::PictureFormat::Pdf) return SavePdf(path, size, drawing, reason);
-    return Picture::Save(path, format, size, drawing, reason);
+    const std::string content =
+        format == Platform::PictureFormat::Svg ? Picture::Svg(size, drawing) : Picture::Wmf(size, drawing);
+    QSaveFile file(Text(path));
+    const auto bytes = static_cast<qint64>(content.size());
+    if (file.open(QIODevice::WriteOnly) && file.write(content.data(), bytes) == bytes && file.commit())
+        return true;
+    reason = Utf8(file.errorString());
+    return false;
 }
 
 bool SaveWindowPicture(Platform::WindowId window, const std::string& path, std::string& reason) {

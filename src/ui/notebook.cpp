@@ -1,0 +1,392 @@
+#include "ui/notebook.h"
+
+#include "base/files.h"
+#include "base/messages.h"
+#include "base/number_text.h"
+#include "setup/settings.h"
+#include "ui/dialog.h"
+#include "ui/theme.h"
+
+#include <algorithm>
+
+namespace Notebook {
+
+NotebookState State;
+
+namespace {
+
+using Dialogs::DialogRecord;
+
+enum Items : std::uint8_t { TextItem = 1, ItemTotal = 1 };
+
+constexpr std::int64_t MergeBytesMost = 100'000'000;
+constexpr std::size_t LineBytesMost = 100'000; // of one line: a text without line ends does not grow on
+constexpr double PageWidth = 794, PageHeight = 1123, PageMargin = 57; // A4 in pixels
+
+struct BufferState {
+    DialogRecord Dialog;
+    std::string Text;    // all lines
+    std::string Waiting; // those of them that the window has not got yet
+    std::string Cleared; // what Clear took away
+    int LineCount = 0;
+    bool WindowIsNewer = false; // the user has typed
+};
+BufferState Book;
+
+bool Edited(DialogRecord&, const Events::Event&) {
+    Book.WindowIsNewer = true;
+    State.Modified = true;
+    return true;
+}
+
+// The user types: the text is read when somebody asks for it.
+void TextEdited(DialogRecord& dialog, int) {
+    Edited(dialog, {});
+}
+
+constexpr const char* TextTip = "Messages of the program, and your remarks: click and type.";
+
+const Dialogs::Row Rows[] = {
+    {.Number = TextItem,
+     .Kind = Dialogs::ItemKind::EditText,
+     .Name = "Text",
+     .At = {0, 0, 520, 160},
+     .Proc = TextEdited,
+     .Tip = TextTip,
+     .Anchor = Dialogs::ToLeft | Dialogs::ToRight | Dialogs::ToTop | Dialogs::ToBottom,
+     .Macro = false,
+     .Lines = true,
+     .FontNumber = 1},
+};
+
+void Define(DialogRecord& dialog) {
+    Dialogs::DefineRows(dialog, Rows);
+}
+
+void Configure(DialogRecord& dialog) {
+    Dialogs::ConfigureRows(dialog, Rows);
+    Dialogs::Item(dialog, TextItem).FontSize = State.FontSize;
+    Dialogs::Item(dialog, TextItem).LineNumbers = State.LineNumbers;
+}
+
+int CountLines(std::string_view text) {
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+Platform::TextBoxId Box() {
+    return Book.Dialog.IsOpen ? Dialogs::Item(Book.Dialog, TextItem).TextBox : 0;
+}
+
+void TakeFromWindow() {
+    if (!Book.WindowIsNewer || Box() == 0) return;
+    Book.WindowIsNewer = false;
+    // What waits is in the text already, but not in the window.
+    Book.Text = Platform::Ops().TextBoxText(Box());
+    if (!Book.Text.empty() && !Book.Text.ends_with('\n') && !Book.Waiting.empty()) Book.Text += '\n';
+    Book.Text += Book.Waiting;
+    Book.LineCount = CountLines(Book.Text);
+}
+
+void ShowCount() {
+    Dialogs::SetAside(Book.Dialog,
+                      std::to_string(Book.LineCount) + (Book.LineCount == 1 ? " line" : " lines"));
+}
+
+void PutToWindow() {
+    Book.Waiting.clear();
+    Book.WindowIsNewer = false;
+    if (Box() != 0) Platform::Ops().SetTextBoxText(Box(), Book.Text);
+    ShowCount();
+}
+
+void DropOldest() {
+    const int most = Setup::Settings.Program.NotebookLength;
+    if (Book.LineCount <= most) return;
+    TakeFromWindow();
+    const int drop = Book.LineCount - most + most / 10;
+    std::size_t at = 0;
+    for (int i = 0; i < drop && at != std::string::npos; ++i) {
+        at = Book.Text.find('\n', at);
+        if (at != std::string::npos) ++at;
+    }
+    if (at == std::string::npos) return;
+    Book.Text.erase(0, at);
+    Book.LineCount = CountLines(Book.Text);
+    PutToWindow();
+}
+
+void Put(std::string_view text) {
+    TakeFromWindow();
+    Book.Text += text;
+    Book.LineCount += CountLines(text);
+    Book.Waiting += text;
+    State.Modified = true;
+    DropOldest();
+    if (!Setup::Settings.Program.TermIOBuffering) Flush();
+}
+
+std::string ForFile(std::string_view text) {
+    const std::string end = Setup::EndOfLine();
+    std::string out;
+    out.reserve(text.size() + text.size() / 32);
+    for (const char c : text) {
+        if (c == '\n') {
+            out += end;
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+// All three kinds of line ends become "\n"; other control characters but the tabulator become blanks.
+std::string FromFile(std::string_view bytes) {
+    std::string out;
+    out.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const char c = bytes[i];
+        if (c == '\r') {
+            out += '\n';
+            if (i + 1 < bytes.size() && bytes[i + 1] == '\n') ++i;
+        } else if (static_cast<unsigned char>(c) < 32 && c != '\n' && c != '\t') {
+            out += ' ';
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+std::string BaseName(const std::string& path) {
+    return path.substr(path.find_last_of('/') + 1);
+}
+
+bool AskNumber(const std::string& question, std::int64_t least, std::int64_t most, std::int64_t& number) {
+    std::string text = std::to_string(number);
+    if (!Platform::Ops().Prompt(question, text)) return false;
+    std::int64_t typed = 0;
+    if (!NumberText::ReadInteger(text, typed)) {
+        Messages::Alert("\"" + text + "\" is not a number.");
+        return false;
+    }
+    number = std::clamp(typed, least, most);
+    return true;
+}
+
+// A page of lines in the notebook's font.
+std::vector<Platform::Drawing> Pages(std::string_view text) {
+    const Platform::Font font = Themes::FontOf(1, 9, 0);
+    const double line = font.Size * 1.35;
+    const auto perPage = static_cast<int>((PageHeight - 2 * PageMargin - 30) / line);
+    const Platform::Color black{0, 0, 0, 255};
+    std::vector<Platform::Drawing> pages;
+    int onPage = 0;
+    while (!text.empty()) {
+        if (pages.empty() || onPage == perPage) {
+            pages.emplace_back();
+            onPage = 0;
+        }
+        const std::size_t end = text.find('\n');
+        const std::string_view one = text.substr(0, end);
+        const double top = PageMargin + onPage * line;
+        pages.back().Text({PageMargin, top, PageWidth - 2 * PageMargin, line}, one, font, black);
+        ++onPage;
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    for (std::size_t i = 0; i < pages.size(); ++i)
+        pages[i].Text({PageMargin, PageHeight - PageMargin - 12, PageWidth - 2 * PageMargin, line},
+                      "Notebook   " + std::to_string(i + 1) + " / " + std::to_string(pages.size()), font,
+                      black, Platform::Align::Right);
+    return pages;
+}
+
+bool PrintPages(const std::string& pdfFile) {
+    std::string reason;
+    const std::vector<Platform::Drawing> pages = Pages(Text());
+    if (pages.empty()) {
+        Messages::Alert("The Notebook is empty.");
+        return false;
+    }
+    if (Platform::Ops().Print("Notebook", {PageWidth, PageHeight}, pages, pdfFile, reason)) return true;
+    if (!reason.empty()) Messages::Alert("Printing the Notebook: " + reason);
+    return false;
+}
+
+}
+
+bool Initialise() {
+    static const Dialogs::DialogSpec Spec{.Title = "Notebook",
+                                          .IDName = "Notebook",
+                                          .BufferName = "Notebook",
+                                          .Count = ItemTotal,
+                                          .Place = {-1, -1, 520, 160},
+                                          .Least = {200, 60},
+                                          .Window = Platform::WindowKind::Panel,
+                                          .Dock = Platform::Dock::Bottom,
+                                          .Define = Define,
+                                          .Configure = Configure};
+    if (!Dialogs::SetupDialogBuffer(Book.Dialog, Spec) || !Dialogs::OpenDialog(Book.Dialog)) return false;
+    PutToWindow();
+    return true;
+}
+
+void Show() {
+    Dialogs::ShowDialog(Book.Dialog, true);
+    Dialogs::BringToFront(Book.Dialog);
+}
+
+void WriteString(std::string_view text) {
+    const std::size_t lineStart = Book.Text.find_last_of('\n') + 1;
+    const std::size_t room = LineBytesMost - std::min(LineBytesMost, Book.Text.size() - lineStart);
+    Put(FromFile(text.substr(0, room)));
+}
+
+void WriteLine(std::string_view text) {
+    WriteString(text);
+    WriteLn();
+}
+
+void WriteInt(std::int64_t value, int width) {
+    WriteString(NumberText::Integer(value, width));
+}
+
+void WriteLn() {
+    Put("\n");
+}
+
+void WriteChar(char code) {
+    WriteString({&code, 1});
+}
+
+void Flush() {
+    if (Book.Waiting.empty() || Box() == 0) return;
+    Platform::Ops().AppendToTextBox(Box(), Book.Waiting);
+    Book.Waiting.clear();
+    ShowCount();
+}
+
+std::string Text() {
+    TakeFromWindow();
+    return Book.Text;
+}
+
+int Lines() {
+    TakeFromWindow();
+    return Book.LineCount;
+}
+
+bool Save() {
+    return State.FileName.empty() ? SaveAs() : SaveTo(State.FileName);
+}
+
+bool SaveAs() {
+    std::string path;
+    if (!Platform::Ops().FileDialog({.Use = Platform::FileUse::Save,
+                                     .Title = "SAVE Notebook AS:",
+                                     .Start = State.FileName.empty() ? "Notebook.txt" : State.FileName,
+                                     .Pattern = "*.txt",
+                                     .Kind = "Text file"},
+                                    path) ||
+        path.empty())
+        return false;
+    return SaveTo(Files::ExtensionOf(path).empty() ? Files::WithExtension(path, ".txt") : path);
+}
+
+bool SaveTo(const std::string& file) {
+    const int error = Files::WriteWhole(file, ForFile(Text()));
+    if (error != 0) {
+        Messages::Alert("Saving Failed: \"" + file + "\": " + Files::ErrorText(error));
+        return false;
+    }
+    State.FileName = file;
+    State.Modified = false;
+    if (Setup::Settings.Program.TermIOClear) {
+        Clear();
+        State.Modified = false;
+    }
+    return true;
+}
+
+bool Merge() {
+    std::string path;
+    return Platform::Ops().FileDialog(
+               {.Title = "Merge to Notebook:", .Start = {}, .Pattern = "*", .Kind = "Text file"}, path) &&
+           !path.empty() && MergeFile(path);
+}
+
+bool MergeFile(const std::string& file) {
+    std::string content;
+    const int error = Files::ReadWhole(file, MergeBytesMost, content);
+    if (error != 0) {
+        Messages::Alert("Merge failed: \"" + file + "\": " + Files::ErrorText(error));
+        return false;
+    }
+    std::string text = "Merged file: " + BaseName(file) + "\n" + FromFile(content);
+    if (!text.ends_with('\n')) text += '\n';
+    Put(text);
+    Flush();
+    return true;
+}
+
+bool Print() {
+    return PrintPages({});
+}
+
+bool PrintTo(const std::string& pdfFile) {
+    return PrintPages(pdfFile);
+}
+
+void Clear() {
+    TakeFromWindow();
+    if (!Book.Text.empty()) Book.Cleared = std::move(Book.Text);
+    Book.Text.clear();
+    Book.LineCount = 0;
+    State.Modified = false;
+    PutToWindow();
+}
+
+bool CanUndoClear() {
+    return !Book.Cleared.empty();
+}
+
+void UndoClear() {
+    if (Book.Cleared.empty()) return;
+    TakeFromWindow();
+    Book.Text = std::move(Book.Cleared) + Book.Text;
+    Book.Cleared.clear();
+    Book.LineCount = CountLines(Book.Text);
+    State.Modified = true;
+    PutToWindow();
+}
+
+bool SetLength() {
+    std::int64_t lines = Setup::Settings.Program.NotebookLength;
+    if (!AskNumber("Maximal Lines in Notebook:", 100, 10'000'000, lines)) return false;
+    Setup::Settings.Program.NotebookLength = static_cast<std::int32_t>(lines);
+    DropOldest();
+    return true;
+}
+
+void SetLineNumbers(bool shown) {
+    State.LineNumbers = shown;
+    if (!Book.Dialog.Items) return;
+    Dialogs::Item(Book.Dialog, TextItem).LineNumbers = shown;
+    Dialogs::RedrawItem(Book.Dialog, TextItem);
+}
+
+bool AskFontSize() {
+    std::int64_t size = State.FontSize;
+    if (!AskNumber("Font Size:", FontSizeLeast, FontSizeMost, size)) return false;
+    Zoom(static_cast<int>(size) - State.FontSize);
+    return true;
+}
+
+void Zoom(int points) {
+    State.FontSize =
+        static_cast<std::int16_t>(std::clamp<int>(State.FontSize + points, FontSizeLeast, FontSizeMost));
+    if (!Book.Dialog.Items) return;
+    Dialogs::Item(Book.Dialog, TextItem).FontSize = State.FontSize;
+    Dialogs::RedrawItem(Book.Dialog, TextItem);
+}
+
+}
