@@ -1,8 +1,10 @@
 #include "app/command_line.h"
 
 #include "app/commands.h"
+#include "app/desktop.h"
 #include "app/interrupt.h"
 #include "app/start.h"
+#include "base/files.h"
 #include "base/messages.h"
 #include "data/scratch.h"
 #include "setup/settings_file.h"
@@ -21,7 +23,6 @@ MessageOptions Options;
 
 namespace {
 
-DataSession OpenSession;
 bool StatusShown = false;
 
 void ClearStatus() {
@@ -149,6 +150,22 @@ bool TakeSettings(const std::string& namedFile) {
     if (!Setup::State.ReadFile.empty()) Messages::Log("Startup file: \"" + Setup::State.ReadFile + "\"");
     return true;
 }
+
+// Without a command word, and with nothing but a settings file and a data file, the desktop is meant.
+bool NamesDesktopFiles(const std::vector<std::string>& arguments, Desktop::StartOptions& options) {
+    for (const std::string& argument : arguments) {
+        const std::string extension = Files::ExtensionOf(argument);
+        if (extension == ".set" && options.SettingsFile.empty()) {
+            options.SettingsFile = argument;
+        } else if (extension == ".dat" && options.DataFile.empty()) {
+            options.DataFile = argument;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
 }
 
 bool InstallHooks() {
@@ -167,6 +184,7 @@ bool InstallHooks() {
 }
 
 int Run(const std::vector<std::string>& arguments) {
+    if (Desktop::StartOptions options; NamesDesktopFiles(arguments, options)) return Desktop::Run(options);
     CLI::App app{"Qorvanite analyses electrophysiological recordings.", "qorvanite"};
     app.set_version_flag("--version", Start::VersionName());
     app.require_subcommand(0, 1);
@@ -206,7 +224,7 @@ int Run(const std::vector<std::string>& arguments) {
         if (!command->parsed()) continue;
         if (!TakeSettings(settingsFile)) return Failed;
         int status = procedure();
-        if (!CloseDataFile(OpenSession, true)) status = Failed;
+        if (!CloseDataFile(CurrentSession(), true)) status = Failed;
         ClearStatus();
         return OutputWritten() ? status : Failed;
     }
@@ -215,17 +233,17 @@ int Run(const std::vector<std::string>& arguments) {
 }
 
 DataSession& Session() {
-    return OpenSession;
+    return CurrentSession();
 }
 
 void CloseSession() {
-    OpenSession.AnalysisWritable = false; // this end is not orderly: a recovery copy stays
-    (void)CloseDataFile(OpenSession, false);
+    CurrentSession().AnalysisWritable = false; // this end is not orderly: a recovery copy stays
+    (void)CloseDataFile(CurrentSession(), false);
 }
 
 bool Open(const std::string& path, OpenMode mode) {
     const std::string version = Start::VersionName();
-    return OpenDataFile(OpenSession, path,
+    return OpenDataFile(CurrentSession(), path,
                         {.Mode = Options.Mode.value_or(mode), .MakeRoom = true, .ProgramVersion = version});
 }
 
@@ -263,7 +281,7 @@ bool ParseTarget(const std::string& text, int leastDepth, int mostDepth, Target&
 
 void* Find(const Target& target) {
     static constexpr const char* Names[] = {"group", "series", "sweep", "trace"};
-    void* record = Tree::Root(OpenSession.Vennic.Handle);
+    void* record = Tree::Root(CurrentSession().Vennic.Handle);
     for (std::size_t level = 0; level < target.Positions.size(); ++level) {
         void* const child = Tree::Child(record, target.Positions[level]);
         if (!child) {

@@ -1,6 +1,7 @@
 #include "app/start.h"
 
 #include "app/command_line.h"
+#include "app/desktop.h"
 #include "base/messages.h"
 #include "base/units.h"
 #include "data/scratch.h"
@@ -93,6 +94,7 @@ int Main(const std::vector<std::string>& arguments) {
 void Shutdown() {
     if (ShutdownDone) return;
     ShutdownDone = true;
+    Desktop::ShutDown();
     CommandLine::CloseSession();
     Scratch::Release();
     std::fflush(stdout);

@@ -50,7 +50,9 @@ bool BreakAsked() {
 Progress::Progress(std::string title, std::int64_t total) : Title(std::move(title)), Total(total) {}
 
 Progress::~Progress() {
-    if (ShownPercent >= 0) Status("");
+    if (ShownPercent < 0) return;
+    Status("");
+    if (Hooks.Share) Hooks.Share(-1);
 }
 
 bool Progress::Add(std::int64_t done) {
@@ -59,6 +61,7 @@ bool Progress::Add(std::int64_t done) {
     if (percent != ShownPercent) {
         ShownPercent = percent;
         Status(Title + " " + std::to_string(percent) + " %");
+        if (Hooks.Share) Hooks.Share(static_cast<double>(percent) / 100);
     }
     return !BreakAsked();
 }

@@ -23,6 +23,7 @@ struct HookTable {
     std::function<void(std::string_view line)> Note;   // worth reading: into the notebook
     std::function<void(std::string_view line)> Log;    // routine: into the notebook, for the record
     std::function<void(std::string_view line)> Status; // what is going on right now; empty clears it
+    std::function<void(double share)> Share; // how much of long work is done, 0 to 1; -1 when it has ended
     std::function<bool(std::string_view text, bool defaultAnswer)> AskYesNo; // true for Yes
     // Shows the text with one button a choice and returns the index of the one pressed.
     std::function<int(std::string_view text, const Choice& choice)> AskChoice;

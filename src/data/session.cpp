@@ -24,6 +24,11 @@
 
 std::function<bool()> FilesAreBusy;
 
+DataSession& CurrentSession() {
+    static DataSession session;
+    return session;
+}
+
 namespace {
 
 bool Refuse(const std::string& text) {

@@ -83,6 +83,9 @@ struct DataSession {
     AnalysisValue* CurAValue = nullptr;
 };
 
+// The one data set that is open at a time; closed at the start.
+[[nodiscard]] DataSession& CurrentSession();
+
 // Whether a running protocol, macro or acquisition lets files be opened and closed. A window or a protocol
 // installs it; without it they can.
 extern std::function<bool()> FilesAreBusy;

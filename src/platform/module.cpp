@@ -37,7 +37,8 @@ bool UseDesktop(std::string& reason) {
     void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         const char* const problem = dlerror();
-        reason = "The desktop cannot be loaded, which needs the packages libqt6widgets6 and libqt6printsupport6: " +
+        reason = "The desktop cannot be loaded, which needs the packages libqt6widgets6 and "
+                 "libqt6printsupport6: " +
                  std::string(problem != nullptr ? problem : "");
         return false;
     }

@@ -1,5 +1,5 @@
-// The desktop backend, loaded when a window is wanted: the file qorvanite_desktop.so beside the program, or in
-// lib/qorvanite beside the program's folder.
+// The desktop backend, loaded when a window is wanted: the file qorvanite_desktop.so beside the program, or
+// in lib/qorvanite beside the program's folder.
 #pragma once
 #include "platform/platform.h"
 

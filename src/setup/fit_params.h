@@ -58,8 +58,10 @@ struct FitParams {
     std::int16_t FitResultPoints = 200; // points of a fit curve, 2 to 200
 
     std::array<std::uint8_t, 1168> WaveGraph{}; // of the series window, in this machine's order
-    // Choices of an export: skipped data, errors, error counts, background, fit, marked results, wave names,
-    // kind of the wave errors; and what the clipboard takes.
+    // Choices of an export, a byte each: skipped data, errors, error counts, background, fit, marked results,
+    // wave names (0 Constant, 1 Tree Structure), kind of the wave errors (0 Off, 1 Min / Max, 2 S.D.,
+    // 3 S.E.M., 4 Constant); and what the clipboard takes: equation, titles, and in the last byte the tree
+    // identifiers (bit 0) and the units (bit 1).
     std::array<std::uint8_t, 11> SGExport = {1, 0, 0, 0, 1, 1, 0, 0, 1, 1, 0};
 
     bool MouseShowValues = true, MouseToClipboard = false, MouseToggleSkip = true, MouseShowPoint = true;

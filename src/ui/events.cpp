@@ -177,6 +177,21 @@ bool GetNextEvent(Event& event) {
     return false;
 }
 
+bool TakeBreak() {
+    Platform::Ops().Pump();
+    for (int slot = Ring.Reader; slot != Ring.Writer; slot = Following(slot)) {
+        const EventRecord& record = Ring.Slots[static_cast<std::size_t>(slot)];
+        if (record.What != Platform::KeyDown) continue;
+        const bool escape =
+            record.Char == Platform::SpecialKey + static_cast<std::uint32_t>(Platform::KeyCode::Escape);
+        const bool point = record.Char == '.' && (record.Message & Platform::Control) != 0;
+        if (!escape && !point) continue;
+        Ring.Reader = Following(slot);
+        return true;
+    }
+    return false;
+}
+
 bool StillDown() {
     Platform::Ops().Pump();
     return Platform::Ops().StillDown();

@@ -63,6 +63,10 @@ bool Insert(const Platform::EventRecord& record);
 [[nodiscard]] bool GetNextEvent(Event& event);
 inline constexpr std::uint32_t DoubleClick = 400;
 
+// Whether the user wants running work to stop: Escape, or the control key with a point, waits in the ring.
+// The keys before it are taken out with it.
+[[nodiscard]] bool TakeBreak();
+
 // True while the button that was pressed last is down; takes in what the platform has.
 [[nodiscard]] bool StillDown();
 [[nodiscard]] Platform::Point GetMouse();

@@ -246,6 +246,12 @@ void WriteLine(std::string_view text) {
     WriteLn();
 }
 
+void WriteLog(std::string_view text) {
+    const bool modified = State.Modified;
+    WriteLine(text);
+    State.Modified = modified;
+}
+
 void WriteInt(std::int64_t value, int width) {
     WriteString(NumberText::Integer(value, width));
 }

@@ -28,6 +28,8 @@ void Show();
 
 void WriteString(std::string_view text); // without a line end
 void WriteLine(std::string_view text);
+// A line of routine: it does not make the notebook worth asking about at the end.
+void WriteLog(std::string_view text);
 void WriteInt(std::int64_t value, int width);
 void WriteLn();
 void WriteChar(char code);

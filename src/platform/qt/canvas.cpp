@@ -136,12 +136,14 @@ bool Canvas::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip && Desktop.Hooks->TipAt) {
         const auto* const help = static_cast<QHelpEvent*>(event);
         Platform::Area place;
-        const std::string tip =
-            Desktop.Hooks->TipAt(Id, {static_cast<double>(help->pos().x()), static_cast<double>(help->pos().y())}, place);
+        const std::string tip = Desktop.Hooks->TipAt(
+            Id, {static_cast<double>(help->pos().x()), static_cast<double>(help->pos().y())}, place);
         if (tip.empty()) {
             QToolTip::hideText();
         } else {
-            QToolTip::showText(help->globalPos(), QStringLiteral("<qt>") + Text(tip).toHtmlEscaped() + QStringLiteral("</qt>"), this, Outer(place));
+            QToolTip::showText(help->globalPos(),
+                               QStringLiteral("<qt>") + Text(tip).toHtmlEscaped() + QStringLiteral("</qt>"),
+                               this, Outer(place));
         }
         return true;
     }

@@ -57,8 +57,8 @@ TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     Aside->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     Aside->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     Float = QuietButton(QStringLiteral("\u2197"), QStringLiteral("Float or dock this panel"), this);
-    Close = QuietButton(QStringLiteral("\u2715"), QStringLiteral("Close this panel; the Windows menu opens it again"),
-                        this);
+    Close = QuietButton(QStringLiteral("\u2715"),
+                        QStringLiteral("Close this panel; the Windows menu opens it again"), this);
     row->addWidget(Title);
     row->addWidget(Aside, 1);
     row->addSpacing(4);
@@ -223,7 +223,8 @@ void Frame::UpdateHint() {
 
 void Frame::MarkFront() {
     for (const auto& [id, canvas] : Desktop.Canvases)
-        if (auto* const panel = dynamic_cast<Panel*>(canvas->Shell)) panel->Bar->SetFront(id == Desktop.Front);
+        if (auto* const panel = dynamic_cast<Panel*>(canvas->Shell))
+            panel->Bar->SetFront(id == Desktop.Front);
 }
 
 std::string Frame::Arrangement() const {
@@ -270,7 +271,8 @@ void Frame::dropEvent(QDropEvent* event) {
     for (const QUrl& url : event->mimeData()->urls()) {
         if (!url.isLocalFile()) continue;
         Desktop.Dropped = url.toLocalFile();
-        Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemFileDropped);
+        Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent,
+             Platform::SystemFileDropped);
         event->acceptProposedAction();
         return;
     }

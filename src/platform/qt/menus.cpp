@@ -25,9 +25,10 @@ void Dress(QAction& action, const Platform::MenuEntry& entry) {
     action.setEnabled(entry.Enabled);
     if (entry.Checked) action.setCheckable(true);
     action.setChecked(entry.Checked);
-    action.setShortcut(entry.Shortcut != 0
-                           ? QKeySequence(Qt::CTRL | static_cast<Qt::Key>(static_cast<unsigned char>(entry.Shortcut)))
-                           : QKeySequence());
+    action.setShortcut(
+        entry.Shortcut != 0
+            ? QKeySequence(Qt::CTRL | static_cast<Qt::Key>(static_cast<unsigned char>(entry.Shortcut)))
+            : QKeySequence());
 }
 
 void FillMenu(std::size_t number, const Platform::Menu& menu) {
@@ -104,7 +105,8 @@ int PopupMenu(Platform::WindowId window, Platform::Area place, std::span<const P
     }
     menu.setMinimumWidth(static_cast<int>(place.Width));
     if (marked != nullptr) menu.setActiveAction(marked);
-    const QPoint at = canvas->mapToGlobal(QPoint(static_cast<int>(place.Left), static_cast<int>(place.Bottom()) + 2));
+    const QPoint at =
+        canvas->mapToGlobal(QPoint(static_cast<int>(place.Left), static_cast<int>(place.Bottom()) + 2));
     const QAction* const chosen = menu.exec(at);
     // The click that closed the menu came up in it, not here.
     Desktop.Button = 0;

@@ -20,7 +20,8 @@ namespace {
 
 bool Start(const std::string& programName, std::string& reason) {
     // Without any display Qt ends the process; it is asked only where there is one, or a platform was named.
-    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") ||
+                            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
                             !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
     if (!hasDisplay) {
         reason = "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.";
@@ -37,9 +38,10 @@ bool Start(const std::string& programName, std::string& reason) {
     (void)DesktopIsDark();
     Desktop.Main = std::make_unique<Frame>();
     Desktop.Main->setWindowTitle(Text(programName));
-    QObject::connect(Desktop.App.get(), &QGuiApplication::commitDataRequest, Desktop.App.get(), [](QSessionManager&) {
-        Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemQuit);
-    });
+    QObject::connect(
+        Desktop.App.get(), &QGuiApplication::commitDataRequest, Desktop.App.get(), [](QSessionManager&) {
+            Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemQuit);
+        });
     return true;
 }
 
@@ -177,7 +179,8 @@ constexpr Platform::Operations Table = {
 }
 
 // The hooks are the program's; they must outlive the module's use.
-extern "C" __attribute__((visibility("default"))) const Platform::Operations* QorvaniteDesktop(Platform::HookTable* hooks) {
+extern "C" __attribute__((visibility("default"))) const Platform::Operations*
+QorvaniteDesktop(Platform::HookTable* hooks) {
     QtDesktop::Desktop.Hooks = hooks;
     return &QtDesktop::Table;
 }

@@ -22,7 +22,7 @@ using Platform::DrawKind;
 using Platform::FontFace;
 
 // In the order of preference; figures of equal width are what they have in common.
-constexpr std::array<const char*, 6> InterfaceFamilies = {"Noto Sans",  "Segoe UI",        "Open Sans",
+constexpr std::array<const char*, 6> InterfaceFamilies = {"Noto Sans",   "Segoe UI",        "Open Sans",
                                                           "DejaVu Sans", "Liberation Sans", "Sans Serif"};
 constexpr std::array<const char*, 5> FixedFamilies = {"JetBrains Mono", "Noto Sans Mono", "DejaVu Sans Mono",
                                                       "Liberation Mono", "Monospace"};
@@ -159,7 +159,8 @@ std::vector<std::string> FontNames() {
 }
 
 void Play(QPainter& painter, const Platform::Drawing& drawing) {
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
+                           QPainter::SmoothPixmapTransform);
     int clips = 0;
     for (const DrawCall& call : drawing.Calls) {
         switch (call.Kind) {

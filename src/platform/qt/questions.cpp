@@ -74,9 +74,15 @@ bool FileDialog(const Platform::FileDialogSpec& spec, std::string& path) {
     }
     QString chosen;
     switch (spec.Use) {
-    case Platform::FileUse::Open: chosen = QFileDialog::getOpenFileName(Parent(), Text(spec.Title), start, filter); break;
-    case Platform::FileUse::Save: chosen = QFileDialog::getSaveFileName(Parent(), Text(spec.Title), start, filter); break;
-    case Platform::FileUse::Folder: chosen = QFileDialog::getExistingDirectory(Parent(), Text(spec.Title), start); break;
+    case Platform::FileUse::Open:
+        chosen = QFileDialog::getOpenFileName(Parent(), Text(spec.Title), start, filter);
+        break;
+    case Platform::FileUse::Save:
+        chosen = QFileDialog::getSaveFileName(Parent(), Text(spec.Title), start, filter);
+        break;
+    case Platform::FileUse::Folder:
+        chosen = QFileDialog::getExistingDirectory(Parent(), Text(spec.Title), start);
+        break;
     }
     if (chosen.isEmpty()) return false;
     path = Utf8(chosen);

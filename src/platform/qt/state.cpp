@@ -18,15 +18,24 @@ struct KeyRow {
     KeyCode Code;
 };
 constexpr KeyRow Keys[] = {
-    {Qt::Key_Right, KeyCode::CursorRight},  {Qt::Key_Left, KeyCode::CursorLeft},
-    {Qt::Key_Down, KeyCode::CursorDown},    {Qt::Key_Up, KeyCode::CursorUp},
-    {Qt::Key_Enter, KeyCode::Enter},        {Qt::Key_Return, KeyCode::Return},
-    {Qt::Key_Escape, KeyCode::Escape},      {Qt::Key_Tab, KeyCode::Tab},
-    {Qt::Key_Backtab, KeyCode::Backtab},    {Qt::Key_Home, KeyCode::Home},
-    {Qt::Key_End, KeyCode::End},            {Qt::Key_PageUp, KeyCode::PageUp},
-    {Qt::Key_PageDown, KeyCode::PageDown},  {Qt::Key_Help, KeyCode::Help},
-    {Qt::Key_Insert, KeyCode::Insert},      {Qt::Key_Backspace, KeyCode::DeleteLeft},
-    {Qt::Key_Delete, KeyCode::DeleteRight}, {Qt::Key_Clear, KeyCode::NumericClear},
+    {Qt::Key_Right, KeyCode::CursorRight},
+    {Qt::Key_Left, KeyCode::CursorLeft},
+    {Qt::Key_Down, KeyCode::CursorDown},
+    {Qt::Key_Up, KeyCode::CursorUp},
+    {Qt::Key_Enter, KeyCode::Enter},
+    {Qt::Key_Return, KeyCode::Return},
+    {Qt::Key_Escape, KeyCode::Escape},
+    {Qt::Key_Tab, KeyCode::Tab},
+    {Qt::Key_Backtab, KeyCode::Backtab},
+    {Qt::Key_Home, KeyCode::Home},
+    {Qt::Key_End, KeyCode::End},
+    {Qt::Key_PageUp, KeyCode::PageUp},
+    {Qt::Key_PageDown, KeyCode::PageDown},
+    {Qt::Key_Help, KeyCode::Help},
+    {Qt::Key_Insert, KeyCode::Insert},
+    {Qt::Key_Backspace, KeyCode::DeleteLeft},
+    {Qt::Key_Delete, KeyCode::DeleteRight},
+    {Qt::Key_Clear, KeyCode::NumericClear},
 };
 constexpr KeyRow PadKeys[] = {
     {Qt::Key_Asterisk, KeyCode::NumericTimes}, {Qt::Key_Slash, KeyCode::NumericDivide},

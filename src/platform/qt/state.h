@@ -1,6 +1,6 @@
 // What the parts of the Qt backend share: its windows and text boxes by number, its fonts and colours.
-// Only this folder includes Qt, and nothing here includes the logic: the module that it becomes gets the hooks
-// by their address.
+// Only this folder includes Qt, and nothing here includes the logic: the module that it becomes gets the
+// hooks by their address.
 #pragma once
 #include "platform/platform.h"
 

@@ -59,7 +59,8 @@ private:
 
 class LinesBox final : public QPlainTextEdit {
 public:
-    LinesBox(Canvas* canvas, TextBoxId id) : QPlainTextEdit(canvas), Window(canvas->Id), Gutter(new NumberGutter(this)) {
+    LinesBox(Canvas* canvas, TextBoxId id)
+        : QPlainTextEdit(canvas), Window(canvas->Id), Gutter(new NumberGutter(this)) {
         setObjectName(QStringLiteral("entry"));
         setFrameShape(QFrame::NoFrame);
         setTabChangesFocus(false);
@@ -158,12 +159,14 @@ LinesBox* AsLines(QWidget* widget) {
 
 void Dress(QWidget& widget, const TextBoxSpec& spec) {
     widget.setGeometry(QRectF(spec.Place.Left, spec.Place.Top, spec.Place.Width, spec.Place.Height).toRect());
-    // A style sheet of the program rules over palette and font of a widget, but for those in a sheet of its own.
+    // A style sheet of the program rules over palette and font of a widget, but for those in a sheet of its
+    // own.
     const QFont font = FontOf(spec.Font);
     const QString size = font.pixelSize() > 0 ? QString::number(font.pixelSize()) + QStringLiteral("px")
                                               : QString::number(font.pointSizeF()) + QStringLiteral("pt");
-    const QString sheet = QStringLiteral("QWidget { background: %1; color: %2; font-family: \"%3\"; font-size: %4; }")
-                              .arg(Ink(spec.Paper).name(), Ink(spec.Ink).name(), font.family(), size);
+    const QString sheet =
+        QStringLiteral("QWidget { background: %1; color: %2; font-family: \"%3\"; font-size: %4; }")
+            .arg(Ink(spec.Paper).name(), Ink(spec.Ink).name(), font.family(), size);
     if (widget.styleSheet() != sheet) {
         widget.setFont(font);
         widget.setStyleSheet(sheet);
@@ -191,7 +194,8 @@ TextBoxId OpenTextBox(Platform::WindowId window, const TextBoxSpec& spec) {
     Canvas* const canvas = FindCanvas(window);
     if (canvas == nullptr) return 0;
     const TextBoxId id = ++Desktop.LastNumber;
-    QWidget* const widget = spec.Lines ? static_cast<QWidget*>(new LinesBox(canvas, id)) : new LineBox(canvas, id);
+    QWidget* const widget =
+        spec.Lines ? static_cast<QWidget*>(new LinesBox(canvas, id)) : new LineBox(canvas, id);
     Desktop.TextBoxes[id] = widget;
     Change(*widget, spec);
     SetTextBoxText(id, spec.Text);

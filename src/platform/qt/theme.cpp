@@ -44,7 +44,9 @@ bool AskDesktop() {
 
 QPalette PaletteOf(const Platform::Theme& theme) {
     QPalette palette;
-    const auto set = [&palette](QPalette::ColorRole role, Platform::Color color) { palette.setColor(role, Ink(color)); };
+    const auto set = [&palette](QPalette::ColorRole role, Platform::Color color) {
+        palette.setColor(role, Ink(color));
+    };
     set(QPalette::Window, theme.Panel);
     set(QPalette::WindowText, theme.Text);
     set(QPalette::Base, theme.Panel);
@@ -120,7 +122,7 @@ QString SheetOf(const Platform::Theme& t) {
         "QTabBar::tab:selected { background: %panel; color: %text; border-bottom: 2px solid %accent; }");
     // The longer name first: one begins with the other.
     const std::pair<const char*, Platform::Color> names[] = {
-        {"%window", t.Window}, {"%panel", t.Panel},   {"%soft", t.Soft}, {"%line", t.Line},
+        {"%window", t.Window}, {"%panel", t.Panel},      {"%soft", t.Soft},     {"%line", t.Line},
         {"%text", t.Text},     {"%second", t.Secondary}, {"%accent", t.Accent}, {"%onaccent", t.OnAccent}};
     for (const auto& [name, color] : names) sheet.replace(QLatin1String(name), Name(color));
     QColor faint = Ink(t.Text);

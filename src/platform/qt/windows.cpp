@@ -32,7 +32,8 @@ void OpenPanel(Canvas* canvas, const Platform::WindowSpec& spec) {
     panel->setObjectName(Text(spec.Name));
     panel->setWindowTitle(Text(spec.Title)); // of its tab, and while it floats
     panel->Bar->SetTexts(Text(spec.Title), {});
-    QDockWidget::DockWidgetFeatures features = QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable;
+    QDockWidget::DockWidgetFeatures features =
+        QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable;
     if (spec.CloseBox) features |= QDockWidget::DockWidgetClosable;
     panel->setFeatures(features);
     const bool sideways = spec.Dock == Platform::Dock::Left || spec.Dock == Platform::Dock::Right;
@@ -109,7 +110,9 @@ void CloseWindow(Platform::WindowId window) {
     if (canvas == nullptr) return;
     canvas->Closing = true;
     Desktop.Canvases.erase(window);
-    std::erase_if(Desktop.TextBoxes, [canvas](const auto& box) { return box.second.isNull() || canvas->isAncestorOf(box.second); });
+    std::erase_if(Desktop.TextBoxes, [canvas](const auto& box) {
+        return box.second.isNull() || canvas->isAncestorOf(box.second);
+    });
     QWidget* const shell = canvas->Shell;
     shell->hide();
     shell->deleteLater();

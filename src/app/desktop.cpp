@@ -1,0 +1,342 @@
+#include "app/desktop.h"
+
+#include "app/frame_file.h"
+#include "app/start.h"
+#include "app/tell_tale.h"
+#include "app/tools.h"
+#include "base/files.h"
+#include "base/messages.h"
+#include "data/file_info.h"
+#include "data/recovery_copy.h"
+#include "platform/headless/headless.h"
+#include "platform/module.h"
+#include "setup/settings_file.h"
+#include "ui/dialog.h"
+#include "ui/dialog_events.h"
+#include "ui/editing.h"
+#include "ui/help.h"
+#include "ui/menus.h"
+#include "ui/notebook.h"
+#include "ui/theme.h"
+#include "windows/control_window.h"
+#include "windows/data_files.h"
+#include "windows/open_files.h"
+#include "windows/start_window.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Desktop {
+
+bool QuitFlag = false;
+
+namespace {
+
+constexpr int TickTime = 1000;            // ms between two looks at timers while nothing happens
+constexpr std::uint32_t BreakPeriod = 30; // ms between two looks for a Break in running work
+
+struct RunState {
+    bool Started = false, Down = false, NormalMode = false;
+    bool BreakPressed = false;
+    std::uint32_t BreakLookedAt = 0;
+    std::string StatusLine; // of running work; empty at rest
+    double Share = -1;
+    std::string ShownBar;
+};
+RunState State;
+
+// -- messages ----------------------------------------------------------------------------------------------
+
+void ShowAlert(std::string_view text) {
+    Notebook::Flush();
+    (void)Platform::Ops().Alert({.Text = std::string(text)});
+}
+
+bool AskYesNo(std::string_view text, bool defaultAnswer) {
+    return Platform::Ops().Alert({.Kind = Platform::AlertKind::Question,
+                                  .Text = std::string(text),
+                                  .Buttons = {"Yes", "No"},
+                                  .Default = defaultAnswer ? 0 : 1,
+                                  .Escape = defaultAnswer ? 0 : 1}) == 0;
+}
+
+int AskChoice(std::string_view text, const Messages::Choice& choice) {
+    Platform::AlertSpec spec{.Kind = Platform::AlertKind::Question,
+                             .Text = std::string(text),
+                             .Buttons = {},
+                             .Default = choice.Default,
+                             .Escape = choice.No};
+    // A third button stays out of it altogether: that is what Escape means.
+    for (const char* const button : choice.Buttons) spec.Buttons.emplace_back(button);
+    if (spec.Buttons.size() > 2) spec.Escape = static_cast<int>(spec.Buttons.size()) - 1;
+    return Platform::Ops().Alert(spec);
+}
+
+void ShowBar() {
+    const std::string word = State.Share >= 0 ? "busy" : "idle";
+    Platform::StatusBar bar{.Word = word,
+                            .Busy = State.Share >= 0,
+                            .Left = State.StatusLine,
+                            .Right = "MaxSamplePoints " + std::to_string(Setup::Settings.MaxSamplePoints),
+                            .Progress = State.Share};
+    if (State.StatusLine.empty()) bar.Left = NumberText::Trimmed(FileInfoLine(CurrentSession()));
+    const std::string shown = bar.Word + bar.Left + bar.Right + std::to_string(bar.Progress);
+    if (shown == State.ShownBar) return;
+    State.ShownBar = shown;
+    Platform::Ops().SetStatusBar(bar);
+}
+
+void ShowStatus(std::string_view line) {
+    if (!State.NormalMode) {
+        if (!line.empty()) StartWindow::SetLine(line);
+        return;
+    }
+    State.StatusLine = line;
+    ShowBar();
+    Platform::Ops().Pump();
+}
+
+void ShowShare(double share) {
+    if (State.Share < 0) State.BreakPressed = false;
+    State.Share = share;
+    if (State.NormalMode) ShowBar();
+}
+
+bool BreakWanted() {
+    const std::uint32_t now = Platform::Ops().Milliseconds();
+    if (!State.BreakPressed && now - State.BreakLookedAt >= BreakPeriod) {
+        State.BreakLookedAt = now;
+        State.BreakPressed = Events::TakeBreak();
+    }
+    return State.BreakPressed;
+}
+
+void InstallMessages() {
+    Messages::HookTable hooks;
+    hooks.Alert = ShowAlert;
+    hooks.Note = Notebook::WriteLine;
+    hooks.Log = Notebook::WriteLog;
+    hooks.Status = ShowStatus;
+    hooks.Share = ShowShare;
+    hooks.AskYesNo = AskYesNo;
+    hooks.AskChoice = AskChoice;
+    hooks.Break = BreakWanted;
+    Messages::Install(std::move(hooks));
+}
+
+// -- start -------------------------------------------------------------------------------------------------
+
+bool StartPlatform(const StartOptions& options) {
+    std::string reason;
+    if (options.Visible && !Platform::UseDesktop(reason)) {
+        Messages::Alert(reason);
+        return false;
+    }
+    if (!options.Visible) Platform::Use(Headless::Operations());
+    if (!Platform::Ops().Start(Start::Program().ProgramName, reason)) {
+        Messages::Alert(reason);
+        Platform::Use(Headless::Operations());
+        return false;
+    }
+    Platform::Hooks.TipAt = Dialogs::TipAt;
+    Platform::Hooks.CursorAt = Dialogs::CursorAt;
+    Platform::Hooks.BreakPressed = [] { State.BreakPressed = true; };
+    return Events::Initialise();
+}
+
+bool LoadConfiguration(const StartOptions& options) {
+    Messages::Status("Loading Configuration ...");
+    Setup::Hooks.FindFile = [](std::string_view kind, std::string_view extension) {
+        std::string path;
+        const bool found = Platform::Ops().FileDialog({.Title = std::string(kind),
+                                                       .Start = {},
+                                                       .Pattern = "*" + std::string(extension),
+                                                       .Kind = std::string(kind)},
+                                                      path);
+        return found ? path : std::string();
+    };
+    return Setup::LoadSettings({.NamedFile = options.SettingsFile, .Ask = options.Visible}) &&
+           Setup::State.State < Setup::SettingsState::Ended;
+}
+
+bool InitTools() {
+    for (const Tools::Tool& tool : Tools::StartOrder()) {
+        if (tool.StatusLine != nullptr) Messages::Status(tool.StatusLine);
+        if (!tool.Initialise()) return false;
+    }
+    return true;
+}
+
+void ShowTitle() {
+    const std::string name = Start::Program().ProgramName;
+    if (!DataFiles::IsOpen()) {
+        Platform::Ops().SetTitle(Platform::FrameWindow, name, "no data file");
+        return;
+    }
+    Platform::Ops().SetTitle(Platform::FrameWindow, DataFiles::BaseName() + " - " + name,
+                             DataFiles::BaseName() + "  \u00b7  " + DataFiles::ModeWords());
+}
+
+void DataFileChanged() {
+    ShowTitle();
+    State.ShownBar.clear();
+    ShowBar();
+}
+
+// -- events ------------------------------------------------------------------------------------------------
+
+void HandleFrame(const Events::Event& event) {
+    if (event.Kind == Events::KeyKind::KeyWindowClose) (void)Quit();
+    if (event.Kind != Events::KeyKind::KeyOSEvent) return;
+    switch (event.Parameter1) {
+    case Platform::SystemTheme:
+        if (Themes::Chosen() != Themes::Choice::Desktop) return;
+        Themes::Apply(Themes::Choice::Desktop);
+        for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
+             dialog = dialog->NextDialog)
+            Dialogs::UpdateDialog(*dialog);
+        return;
+    case Platform::SystemFileDropped: {
+        const std::string path = Platform::Ops().DroppedFile();
+        if (Files::ExtensionOf(path) == ".dat") {
+            (void)DataFiles::Open(path, OpenMode::Analysis);
+        } else {
+            Messages::Alert("\"" + path + "\" is not a data file (.dat).");
+        }
+        return;
+    }
+    case Platform::SystemQuit: (void)Quit(); return;
+    default: return;
+    }
+}
+
+void Dispatch(const Events::Event& event) {
+    if (Menus::HandleEvent(event)) return;
+    if (event.Kind == Events::KeyKind::KeyCharacter && event.KeyClass == Events::KeyClass::Special &&
+        (event.Char == static_cast<std::uint32_t>(Platform::KeyCode::Help) ||
+         event.Char == static_cast<std::uint32_t>(Platform::KeyCode::F1))) {
+        Help::ShowForFront();
+        return;
+    }
+    if (event.Window == Platform::FrameWindow) {
+        HandleFrame(event);
+        return;
+    }
+    (void)Dialogs::HandleEvent(event);
+}
+
+bool ModifiedTextIsSettled() {
+    if (!Notebook::State.Modified) return true;
+    const int answer = Platform::Ops().Alert(
+        {.Kind = Platform::AlertKind::Question,
+         .Text = "Quitting " + Start::Program().ProgramName + " \n\nSave Modified Text ?",
+         .Buttons = {"Yes", "No", "Cancel"},
+         .Default = 0,
+         .Escape = 2});
+    if (answer == 2) return false;
+    if (answer == 1 || Notebook::Save()) return true;
+    Platform::Ops().Wait(20);
+    return AskYesNo("An error occurred while saving files. QUIT anyway ?", false);
+}
+
+}
+
+bool StartUp(const StartOptions& options) {
+    State = {};
+    QuitFlag = false;
+    if (!StartPlatform(options)) return false;
+    State.Started = true;
+    FrameFile::RestoreTheme();
+    StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);
+    InstallMessages();
+    Dialogs::EventStep = [] { (void)EventStep(); };
+    Messages::Status("Initializing Qorvanite ...");
+    if (!LoadConfiguration(options)) return false;
+    Themes::Apply(Themes::Chosen()); // with the colours of the settings
+    ControlWindow::ShowMemory = TellTale::Check("ShowMemory.On");
+    if (!InitTools()) return false;
+    Messages::Status("Updating Windows ...");
+    DataFiles::OnChange(DataFileChanged);
+    ControlWindow::Update();
+    Platform::Ops().ShowWindow(Platform::FrameWindow, true);
+    StartWindow::Close();
+    State.NormalMode = true;
+    DataFileChanged();
+    Messages::Log("Welcome to " + Start::Program().ProgramName + ", " + Start::Program().ProgramVersion);
+    if (!Setup::State.ReadFile.empty()) Messages::Log("Startup file: \"" + Setup::State.ReadFile + "\"");
+    return true;
+}
+
+void OpenFirstFile(const StartOptions& options) {
+    std::string told;
+    if (TellTale::Read("ReadDataFile.On", told) && !told.empty()) {
+        if (told.find('/') == std::string::npos) told = Setup::Settings.Files.CommonPath + told;
+        if (DataFiles::Open(told, OpenMode::Analysis)) return;
+    } else if (!options.DataFile.empty()) {
+        if (DataFiles::Open(options.DataFile, OpenMode::Analysis)) return;
+    } else if (!Setup::Settings.Files.AskForData) {
+        return;
+    }
+    (void)OpenFiles::Show();
+}
+
+bool EventStep() {
+    Events::Event event;
+    const bool had = Events::GetNextEvent(event);
+    if (had) Dispatch(event);
+    IdleStep(had);
+    if (!had && !QuitFlag && Events::Waiting() == 0) Platform::Ops().Wait(IdleTime());
+    return had;
+}
+
+void RunEventLoop() {
+    Events::WriteKeys = TellTale::Check("WriteKey.On");
+    while (!QuitFlag) EventStep();
+}
+
+void IdleStep(bool) {
+    Notebook::Flush();
+    ControlWindow::SetStatus(State.Share >= 0 ? "busy" : "idle", State.Share >= 0);
+    if (DataFiles::IsOpen()) RecoveryCopy::Keep(CurrentSession());
+    Menus::Refresh();
+}
+
+int IdleTime() {
+    return TickTime;
+}
+
+bool Quit() {
+    Editing::LeaveAny();
+    if (Setup::Settings.Program.VerifyExit && !AskYesNo("Quit " + Start::Program().ProgramName + " ?", true))
+        return false;
+    if (Setup::Settings.Program.StoreOnExit && !Setup::SaveConfiguration(false) &&
+        !AskYesNo("The configuration was not saved. QUIT anyway ?", false))
+        return false;
+    if (!DataFiles::Close() || !ModifiedTextIsSettled()) return false;
+    QuitFlag = true;
+    return true;
+}
+
+void ShutDown() {
+    if (!State.Started || State.Down) return;
+    State.Down = true;
+    FrameFile::Store();
+    StartWindow::Close();
+    Dialogs::DisposeAll();
+    Menus::Clear();
+    Platform::Ops().End();
+    Platform::Hooks = {};
+    Platform::Use(Headless::Operations());
+}
+
+int Run(const StartOptions& options) {
+    const bool started = StartUp(options);
+    if (started) {
+        OpenFirstFile(options);
+        RunEventLoop();
+    }
+    ShutDown();
+    return started ? 0 : 1;
+}
+
+}

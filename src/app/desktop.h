@@ -1,0 +1,40 @@
+// The desktop program: start, event loop, end.
+//
+// StartUp makes the tools in their order, with a line for each on the start window; then the loop takes
+// events until the user quits. The same steps run without a display on the headless platform, for runs that
+// play macros.
+#pragma once
+#include <string>
+
+namespace Desktop {
+
+struct StartOptions {
+    std::string SettingsFile; // of the command line; may be empty
+    std::string DataFile;     // opened for analysis; may be empty
+    bool Visible = true;      // with a display; else in memory
+};
+
+// The whole run. The exit status.
+[[nodiscard]] int Run(const StartOptions& options);
+
+// Its parts, for runs without the loop and for tests.
+// Platform, settings, tools. False after the reason was said.
+[[nodiscard]] bool StartUp(const StartOptions& options);
+// Opens the data file that was named, or brings up the dialog where the settings ask for it.
+void OpenFirstFile(const StartOptions& options);
+// One event, if there is one, and the idle step. True when there was an event.
+bool EventStep();
+void RunEventLoop();
+// Gives all windows back; also of the exit hook. The second call does nothing.
+void ShutDown();
+
+extern bool QuitFlag;
+// The command: asks where something is not stored, closes the data file. False when the user stays.
+bool Quit();
+
+// Status words and timers, the recovery copy, macros, menus: what is done when nothing else is.
+void IdleStep(bool hadEvent);
+// Milliseconds until the idle step has to run again; negative: not before an event.
+[[nodiscard]] int IdleTime();
+
+}

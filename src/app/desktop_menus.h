@@ -1,0 +1,8 @@
+// The menus of the desktop.
+#pragma once
+
+namespace DesktopMenus {
+
+void Make();
+
+}

@@ -1,0 +1,65 @@
+#include "app/tools.h"
+
+#include "app/desktop_menus.h"
+#include "app/frame_file.h"
+#include "app/start.h"
+#include "base/messages.h"
+#include "ui/help.h"
+#include "ui/notebook.h"
+#include "windows/configuration.h"
+#include "windows/control_window.h"
+
+namespace Tools {
+
+namespace {
+
+bool LoadHelp() {
+    const std::string file = Help::FindFile(Start::Program().ProgramName);
+    if (file.empty()) {
+        Messages::Log("There is no help file.");
+    } else if (Help::Load(file)) {
+        Help::ApplyTips();
+    }
+    return true; // the program works without
+}
+
+bool MakeMenus() {
+    DesktopMenus::Make();
+    return true;
+}
+
+bool RestorePlaces() {
+    FrameFile::Restore();
+    return true;
+}
+
+void ShowConfiguration() {
+    (void)Configuration::Show();
+}
+
+constexpr Tool Order[] = {
+    {"Initializing Notebook ...", Notebook::Initialise},
+    {"Initializing Configuration ...", Configuration::Initialise},
+    {"Initializing Control Window ...", ControlWindow::Initialise},
+    {"Loading help file ...", LoadHelp},
+    {"Initializing Menus ...", MakeMenus},
+    {nullptr, RestorePlaces},
+};
+
+constexpr WindowRow Windows[] = {
+    {"Control Window", ControlWindow::Show},
+    {"Configuration", ShowConfiguration},
+    {"Notebook", Notebook::Show},
+};
+
+}
+
+std::span<const Tool> StartOrder() {
+    return Order;
+}
+
+std::span<const WindowRow> MenuOrder() {
+    return Windows;
+}
+
+}

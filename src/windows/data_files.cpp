@@ -1,0 +1,126 @@
+#include "windows/data_files.h"
+
+#include "base/messages.h"
+#include "data/analysis_file.h"
+#include "data/file_info.h"
+#include "data/merge.h"
+#include "data/recovery_copy.h"
+#include "fit/logbook.h"
+#include "platform/platform.h"
+#include "setup/settings.h"
+#include "setup/settings_file.h"
+
+#include <vector>
+
+namespace DataFiles {
+
+namespace {
+
+std::vector<void (*)()> Listeners;
+
+void Changed() {
+    for (void (*const proc)() : Listeners) proc();
+}
+
+enum Answer { Store, Drop, Keep };
+
+Answer AskAboutAnalysis() {
+    static constexpr const char* Buttons[] = {"Store", "Don't store", "Cancel"};
+    return static_cast<Answer>(
+        Messages::AskChoice("The analysis of \"" + BaseName() +
+                                "\" has results that are not stored.\n\nStore the analysis file ?",
+                            {.Buttons = Buttons, .Default = Store, .Yes = Store, .No = Drop}));
+}
+
+}
+
+bool Open(const std::string& path, OpenMode mode) {
+    if (IsOpen() && !Close()) return false;
+    const OpenOptions options{.Mode = mode, .MakeRoom = false, .ProgramVersion = "Qorvanite"};
+    const bool opened = OpenDataFile(CurrentSession(), path, options);
+    if (opened) {
+        Setup::Settings.Files.DataFile = CurrentSession().FileName;
+        (void)Logbook::LogOpen(CurrentSession().FileName);
+        CheckFreeDisk(CurrentSession());
+    }
+    Changed();
+    return opened;
+}
+
+bool AskFile(const std::string& title, std::string& path) {
+    const std::string start = Setup::Settings.Files.DataFile.empty() ? Setup::Settings.Files.CommonPath
+                                                                     : Setup::Settings.Files.DataFile;
+    path = start;
+    return Platform::Ops().FileDialog(
+               {.Title = title, .Start = start, .Pattern = "*.dat", .Kind = "Data file"}, path) &&
+           !path.empty();
+}
+
+bool AskAndOpen(OpenMode mode) {
+    std::string path;
+    return AskFile("Open Data File", path) && Open(path, mode);
+}
+
+bool Close() {
+    if (!IsOpen()) return true;
+    if (!CanAccessFiles()) return false;
+    if (HasUnsavedAnalysis()) {
+        const Answer answer = AskAboutAnalysis();
+        if (answer == Keep) return false;
+        if (answer == Store && !SaveAnalysis()) return false;
+    }
+    (void)Logbook::LogClose();
+    (void)CloseDataFile(CurrentSession(), true);
+    Changed();
+    return true;
+}
+
+bool Update() {
+    const bool done = IsOpen() && UpdateDataFile(CurrentSession());
+    Changed();
+    return done;
+}
+
+bool Merge() {
+    std::string path;
+    if (!CanModify() || !AskFile("Data file to merge", path)) return false;
+    const bool done = MergeDataFile(CurrentSession(), path);
+    Changed();
+    return done;
+}
+
+bool SaveAnalysis() {
+    return IsOpen() && AnalysisFile::SaveAnalysis(CurrentSession());
+}
+
+bool IsOpen() {
+    return !CurrentSession().FileName.empty();
+}
+
+bool CanModify() {
+    return IsOpen() && CurrentSession().Modify;
+}
+
+bool HasUnsavedAnalysis() {
+    const DataSession& session = CurrentSession();
+    return IsOpen() && session.AnalysisWritable && session.AnalysisRevision != session.AnalysisSavedRevision;
+}
+
+std::string BaseName() {
+    const std::string& path = CurrentSession().FileName;
+    return path.substr(path.find_last_of('/') + 1);
+}
+
+const char* ModeWords() {
+    return CurrentSession().Modify             ? "open for changes"
+           : CurrentSession().AnalysisWritable ? "analysis only"
+                                               : "read-only";
+}
+
+void OnChange(void (*proc)()) {
+    for (void (*const each)() : Listeners)
+        if (each == proc) return;
+    Listeners.push_back(proc);
+}
+
+}
