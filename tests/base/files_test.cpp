@@ -57,11 +57,9 @@ TEST(CopyFile, NoFaultLeavesPartOfACopy) {
             [&] { return Files::CopyFile(folder.At("cell.dat"), folder.At("copy.dat")); },
             [&](const Support::FaultRun& run) {
                 EXPECT_EQ(Support::ReadWhole(folder.At("cell.dat")), content);
-                if (run.Kind == Support::Fault::Unplugged || !run.Returned) return;
+                if (run.Kind == Support::Fault::Unplugged || run.Ended) return;
                 EXPECT_EQ(Files::Exists(folder.At("copy.dat")), run.Result == 0);
-                if (run.Result == 0 && !Support::FaultyDisk::CutsPower(run.Kind))
-                    EXPECT_TRUE(Support::ReadWhole(folder.At("copy.dat")) == content);
-                EXPECT_TRUE(run.Kind != Support::Fault::DiskFull || run.Result == ENOSPC);
+                EXPECT_TRUE(run.Result != 0 || Support::ReadWhole(folder.At("copy.dat")) == content);
             });
     }
     Support::FaultyDisk::SystemCopy = Files::Native().Copy;

@@ -160,7 +160,7 @@ inline std::int64_t Copy(int from, std::int64_t fromAt, std::size_t bytes, int t
     if (error != 0) return -error;
     const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
     const bool stopsShort = half && Now.Count == Now.At;
-    const std::int64_t done = Files::Native().Copy(from, fromAt, stopsShort ? bytes / 2 : bytes, to, toAt);
+    const std::int64_t done = SystemCopy(from, fromAt, stopsShort ? bytes / 2 : bytes, to, toAt);
     if (stopsShort && Now.Kind == Fault::KillInWrite) ::_exit(StruckCode);
     return done;
 }
