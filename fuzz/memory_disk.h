@@ -128,6 +128,14 @@ inline std::int64_t WriteAt(int handle, const void* data, std::size_t bytes, std
     return static_cast<std::int64_t>(bytes);
 }
 
+// In pieces, so that a copy can also stop short.
+inline std::int64_t Copy(int from, std::int64_t fromAt, std::size_t bytes, int to, std::int64_t toAt) {
+    constexpr std::size_t Most = 4096;
+    std::byte piece[Most];
+    const std::int64_t got = ReadAt(from, piece, std::min(bytes, Most), fromAt);
+    return got <= 0 ? got : WriteAt(to, piece, static_cast<std::size_t>(got), toAt);
+}
+
 inline std::int64_t Length(int handle) {
     return Now.Pulled ? -EIO : Of(handle).File->Length;
 }
@@ -208,6 +216,7 @@ inline void PlugIn() {
         .Open = Open,
         .ReadAt = ReadAt,
         .WriteAt = WriteAt,
+        .Copy = Copy,
         .Length = Length,
         .SetLength = SetLength,
         .Flush = Flush,

@@ -60,12 +60,14 @@ std::int64_t NativeReadAt(int handle, void* data, std::size_t bytes, std::int64_
     return static_cast<std::int64_t>(done);
 }
 
+// As much as is copied between two hints of StartWriting.
+constexpr std::int64_t Stretch = std::int64_t{8} << 20;
+
 // Lets the disk begin with what a long file already has, so that its flush at the end is not left with all of
 // it. Only a hint: nothing depends on it.
 void StartWriting([[maybe_unused]] int handle, [[maybe_unused]] std::int64_t from,
                   [[maybe_unused]] std::int64_t end) {
 #if defined(__linux__)
-    constexpr std::int64_t Stretch = std::int64_t{8} << 20;
     if (end / Stretch == from / Stretch) return;
     const std::int64_t first = from / Stretch * Stretch;
     (void)::sync_file_range(handle, first, end / Stretch * Stretch - first, SYNC_FILE_RANGE_WRITE);
@@ -84,6 +86,26 @@ std::int64_t NativeWriteAt(int handle, const void* data, std::size_t bytes, std:
     StartWriting(handle, position, position + static_cast<std::int64_t>(done));
     return static_cast<std::int64_t>(done);
 }
+
+#if defined(__linux__)
+std::int64_t NativeCopy(int from, std::int64_t fromAt, std::size_t bytes, int to, std::int64_t toAt) {
+    const auto wanted = static_cast<std::int64_t>(bytes);
+    std::int64_t done = 0;
+    while (done < wanted) {
+        off_t readAt = fromAt + done, writeAt = toAt + done;
+        const auto piece = static_cast<std::size_t>(std::min(wanted - done, Stretch));
+        const ssize_t n = ::copy_file_range(from, &readAt, to, &writeAt, piece, 0);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && done == 0) return Failure();
+        if (n <= 0) break;
+        StartWriting(to, toAt + done, toAt + done + n);
+        done += n;
+    }
+    return done;
+}
+#else
+constexpr std::int64_t (*NativeCopy)(int, std::int64_t, std::size_t, int, std::int64_t) = nullptr;
+#endif
 
 std::int64_t NativeLength(int handle) {
     struct stat status {};
@@ -170,6 +192,7 @@ constexpr Platform NativePlatform = {
     .Open = NativeOpen,
     .ReadAt = NativeReadAt,
     .WriteAt = NativeWriteAt,
+    .Copy = NativeCopy,
     .Length = NativeLength,
     .SetLength = NativeSetLength,
     .Flush = NativeFlush,
@@ -289,9 +312,17 @@ int FreeSpace(const std::string& path, std::int64_t& bytes) {
     return n < 0 ? static_cast<int>(-n) : 0;
 }
 
+std::int64_t CopyBySystem(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt) {
+    if (!Current.Copy || fromAt < 0 || toAt < 0 || bytes <= 0) return 0;
+    const auto wanted = static_cast<std::size_t>(bytes);
+    return std::max<std::int64_t>(Current.Copy(from.Handle, fromAt, wanted, to.Handle, toAt), 0);
+}
+
 int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt) {
+    std::int64_t done = CopyBySystem(from, fromAt, bytes, to, toAt);
+    if (done >= bytes) return 0;
     std::vector<std::byte> block(BlockSize);
-    for (std::int64_t done = 0; done < bytes;) {
+    while (done < bytes) {
         const auto most = static_cast<std::size_t>(std::min<std::int64_t>(bytes - done, BlockSize));
         std::size_t got = 0;
         int error = ReadAt(from, fromAt + done, std::span(block).first(most), got);

@@ -40,6 +40,9 @@ struct Platform {
     int (*Open)(const char* path, Mode mode);
     std::int64_t (*ReadAt)(int handle, void* data, std::size_t bytes, std::int64_t position);
     std::int64_t (*WriteAt)(int handle, const void* data, std::size_t bytes, std::int64_t position);
+    // The system's own copy, past this program's memory: how many bytes it has copied, fewer where it stops
+    // for whatever reason. None (null) where the platform has no such thing.
+    std::int64_t (*Copy)(int from, std::int64_t fromAt, std::size_t bytes, int to, std::int64_t toAt);
     std::int64_t (*Length)(int handle);
     int (*SetLength)(int handle, std::int64_t length);
     int (*Flush)(int handle); // returns when the content is on the disk
@@ -90,7 +93,14 @@ int Close(File& file);
 [[nodiscard]] int Lock(File& file, LockKind kind);
 [[nodiscard]] bool LockedByAnother(int error);
 [[nodiscard]] int FreeSpace(const std::string& path, std::int64_t& bytes);
-// Copies a stretch of one file into another, through a block of memory. EIO when the source ends early.
+// Lets the system copy a stretch of one file into another: how many bytes it has copied from its front. Not
+// every system, pair of disks or stretch can be copied so, and nothing is said about why it stopped: whoever
+// reads and writes the rest learns it. What comes behind the copied bytes in the target may have been
+// overwritten.
+[[nodiscard]] std::int64_t CopyBySystem(File& from, std::int64_t fromAt, std::int64_t bytes, File& to,
+                                        std::int64_t toAt);
+// Copies a stretch of one file into another, by the system as far as that goes, and through a block of
+// memory. EIO when the source ends early.
 [[nodiscard]] int CopyBytes(File& from, std::int64_t fromAt, std::int64_t bytes, File& to, std::int64_t toAt);
 // The whole of a file; EFBIG where it is longer than so many bytes. Empty after an error.
 [[nodiscard]] int ReadWhole(const std::string& path, std::int64_t mostBytes, std::string& content);

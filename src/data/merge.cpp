@@ -5,7 +5,6 @@
 #include "data/analysis_file.h"
 #include "data/make_bundle.h"
 #include "data/raw_data.h"
-#include "data/raw_write.h"
 #include "data/rebuild.h"
 #include "data/set_store.h"
 #include "data/set_trees.h"

@@ -8,12 +8,9 @@
 #include "data/sample_format.h"
 #include "setup/settings.h"
 
-#include <limits>
 #include <vector>
 
 namespace {
-
-constexpr std::int64_t DataMax = std::numeric_limits<std::int32_t>::max();
 
 bool Refuse(const std::string& text) {
     Messages::Alert(text);
@@ -59,7 +56,7 @@ bool BeginDataSet(NewDataSet& set, const std::string& path, std::string_view ver
 
 bool AppendSamples(NewDataSet& set, VennicTrace& trace, std::span<const float> samples) {
     const std::size_t bytes = RawData::SampleSize(trace.TrDataFormat) * samples.size();
-    if (set.Position + static_cast<std::int64_t>(bytes) > DataMax)
+    if (set.Position + static_cast<std::int64_t>(bytes) > RawData::DataMax)
         return Refuse("File length is limited to 2 Gbyte of data !");
     std::vector<std::byte> raw(bytes);
     if (!SampleFormat::ConvertFormat(DataFormat::Real32, static_cast<DataFormat>(trace.TrDataFormat),

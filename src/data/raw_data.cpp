@@ -32,6 +32,44 @@ void PickWhole(std::span<const std::byte> stretch, std::int64_t skip, std::span<
         std::memcpy(target.data() + at, from, Block);
 }
 
+// Eight samples in one register of the processor.
+using Eight = std::uint16_t __attribute__((vector_size(16)));
+
+Eight LowInTurn(Eight a, Eight b) {
+    return __builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11);
+}
+Eight HighInTurn(Eight a, Eight b) {
+    return __builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15);
+}
+
+// A sample's place among 8 * Players of them, in binary, is its round in the upper three digits and its
+// player in the lower ones. Each step puts the uppermost digit behind the others, so that three of them leave
+// the player above the round: the samples of a player in one register.
+template <std::size_t Players>
+void DealRounds(const std::byte* from, std::span<std::byte* const> targets, std::size_t rounds) {
+    std::size_t round = 0;
+    // Written out in full, the registers need no memory.
+    for (; round + 8 <= rounds; round += 8) {
+        Eight now[Players], next[Players];
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < Players; ++i, from += sizeof(Eight)) now[i] = Bytes::Load<Eight>(from);
+#pragma GCC unroll 3
+        for (int step = 0; step < 3; ++step) {
+#pragma GCC unroll 4
+            for (std::size_t i = 0; i < Players / 2; ++i) {
+                next[2 * i] = LowInTurn(now[i], now[i + Players / 2]);
+                next[2 * i + 1] = HighInTurn(now[i], now[i + Players / 2]);
+            }
+#pragma GCC unroll 8
+            for (std::size_t i = 0; i < Players; ++i) now[i] = next[i];
+        }
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < Players; ++i) Bytes::Store(targets[i] + 2 * round, now[i]);
+    }
+    for (; round < rounds; ++round)
+        for (std::size_t i = 0; i < Players; ++i, from += 2) std::memcpy(targets[i] + 2 * round, from, 2);
+}
+
 // Blocks that lie close together are read in one go and picked apart; distant ones are read one by one.
 bool ReadInterleaved(const VennicTrace& trace, Files::File& file, std::int64_t position,
                      std::span<std::byte> target, bool alert) {
@@ -87,6 +125,16 @@ void PickBlocks(std::span<const std::byte> stretch, std::int64_t block, std::int
         target = target.subspan(piece);
         rest = 0;
     }
+}
+
+bool DealSamples(std::span<const std::byte> stretch, std::span<std::byte* const> targets) {
+    const std::size_t players = targets.size();
+    if (players != 2 && players != 4 && players != 8) return false;
+    const std::size_t rounds = stretch.size() / 2 / players;
+    if (players == 2) DealRounds<2>(stretch.data(), targets, rounds);
+    if (players == 4) DealRounds<4>(stretch.data(), targets, rounds);
+    if (players == 8) DealRounds<8>(stretch.data(), targets, rounds);
+    return true;
 }
 
 std::size_t SampleSize(int format) {

@@ -5,21 +5,19 @@
 #include "data/sample_format.h"
 #include "data/scratch.h"
 #include "data/set_store.h"
+#include "data/trace_copier.h"
 #include "setup/settings.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <limits>
-#include <utility>
 #include <vector>
 
 namespace RawData {
 
 namespace {
 
-constexpr std::int64_t DataMax = std::numeric_limits<std::int32_t>::max();
 // Pieces that stay in the processor's cache between read and write.
 constexpr std::size_t PieceBytes = std::size_t{1} << 20;
 
@@ -143,154 +141,6 @@ bool WriteTrace(DataSession& session, VennicTrace& trace, std::int64_t& position
     }
     if (!Append(file, trace, image, position, alert)) return false;
     WarnOfLength(position);
-    return true;
-}
-
-bool TraceCopier::Put(std::int64_t position, std::span<const std::byte> bytes) {
-    if (position + static_cast<std::int64_t>(bytes.size()) > DataMax)
-        return Refuse("File length is limited to 2 Gbyte of data !");
-    if (const int error = Files::WriteAt(Target, position, bytes); error != 0) {
-        LastError = error;
-        return RefuseFile("Copy - Error writing data", error);
-    }
-    return !Shown || Shown->Add(static_cast<std::int64_t>(bytes.size()));
-}
-
-bool TraceCopier::CopyInterleaved(const VennicTrace& trace, bool swap) {
-    const std::size_t size = SampleSize(trace.TrDataFormat);
-    const std::span<std::byte> scratch = Scratch::Vector();
-    const std::size_t most = std::min(scratch.size(), PieceBytes) / size;
-    if (most == 0) return Refuse("Copy trace: no memory.");
-    const auto total = static_cast<std::size_t>(trace.TrDataPoints);
-    for (std::size_t done = 0; done < total;) {
-        const std::size_t piece = std::min(most, total - done);
-        const std::int64_t from = trace.TrFileOffset + static_cast<std::int64_t>(done * size);
-        if (!ReadSamples(trace, Source, from, scratch, piece, size, swap, true)) return false;
-        if (!Put(End, scratch.first(piece * size))) return false;
-        End += static_cast<std::int64_t>(piece * size);
-        done += piece;
-    }
-    return true;
-}
-
-// Traces of one sweep usually alternate in one stretch: it is read once for all of them.
-bool TraceCopier::AddToWeave(const VennicTrace& trace, bool swap) {
-    const auto size = static_cast<std::int64_t>(SampleSize(trace.TrDataFormat));
-    const Weave one{.From = trace.TrFileOffset,
-                    .Block = trace.TrInterleaveSize,
-                    .Skip = trace.TrInterleaveSkip,
-                    .Bytes = size * trace.TrDataPoints,
-                    .Strands = {}};
-    // What lies far apart, and what cannot be, is left to the reading of single traces.
-    if (one.From < 0 || one.Skip < one.Block || one.Skip > CloseTogether || one.Block % size != 0)
-        return Finish() && CopyInterleaved(trace, swap);
-    const std::int64_t at = one.From - PendingWeave.From;
-    const bool joins = !PendingWeave.Strands.empty() && one.Block == PendingWeave.Block &&
-                       one.Skip == PendingWeave.Skip && one.Bytes == PendingWeave.Bytes && at >= 0 &&
-                       at <= one.Skip - one.Block;
-    if (!joins) {
-        if (!Finish()) return false;
-        PendingWeave = one;
-    }
-    PendingWeave.Strands.push_back({.At = one.From - PendingWeave.From,
-                                    .To = End,
-                                    .SwapSize = swap ? static_cast<std::size_t>(size) : 0});
-    End += one.Bytes;
-    return true;
-}
-
-bool TraceCopier::FinishWeave() {
-    const Weave weave = std::exchange(PendingWeave, Weave{});
-    if (weave.Strands.empty()) return true;
-    const std::span<std::byte> gather = Scratch::Deinterleave(), scratch = Scratch::Vector();
-    const auto room = static_cast<std::int64_t>(std::min({gather.size(), scratch.size(), PieceBytes}));
-    if (room < CloseTogether) return Refuse("Load Trace: De-interleave buffer could not be allocated.");
-    std::int64_t lastStrand = 0;
-    for (const Weave::Strand& strand : weave.Strands) lastStrand = std::max(lastStrand, strand.At);
-    const std::int64_t bytesAtOnce = room / weave.Skip * weave.Block; // of a strand
-    for (std::int64_t done = 0; done < weave.Bytes; done += bytesAtOnce) {
-        const std::int64_t bytes = std::min(bytesAtOnce, weave.Bytes - done);
-        const std::int64_t lastBlock = (bytes - 1) / weave.Block;
-        const std::int64_t length = lastBlock * weave.Skip + lastStrand + bytes - lastBlock * weave.Block;
-        const std::span<std::byte> stretch = gather.first(static_cast<std::size_t>(length));
-        std::size_t got = 0;
-        const int error = Files::ReadAt(Source, weave.From + done / weave.Block * weave.Skip, stretch, got);
-        if (error != 0) return RefuseFile("Read - Error reading data", error);
-        if (got < stretch.size()) return Refuse("Error: loading beyond Trace end");
-        const std::span<std::byte> piece = scratch.first(static_cast<std::size_t>(bytes));
-        for (const Weave::Strand& strand : weave.Strands) {
-            PickBlocks(stretch.subspan(static_cast<std::size_t>(strand.At)), weave.Block, weave.Skip, 0,
-                       piece);
-            if (strand.SwapSize > 0) Bytes::ReverseElements(piece, strand.SwapSize);
-            if (!Put(strand.To + done, piece)) return false;
-        }
-    }
-    return true;
-}
-
-bool TraceCopier::Finish() {
-    return FinishRun() && FinishWeave();
-}
-
-bool TraceCopier::FinishRun() {
-    const Run run = std::exchange(Pending, Run{});
-    if (run.Bytes == 0) return true;
-    const std::span<std::byte> scratch = Scratch::Vector();
-    const auto most = static_cast<std::int64_t>(std::min(scratch.size(), PieceBytes));
-    if (most < 8) return Refuse("Copy trace: no memory.");
-    for (std::int64_t done = 0; done < run.Bytes;) {
-        const std::int64_t wanted = std::min(most, run.Bytes - done);
-        const std::span<std::byte> piece = scratch.first(static_cast<std::size_t>(wanted));
-        std::size_t got = 0;
-        const int error = Files::ReadAt(Source, run.From + done, piece, got);
-        if (error != 0 || got < piece.size()) return RefuseFile("Read - Error reading data", error);
-        if (run.SwapSize > 0) Bytes::ReverseElements(piece, run.SwapSize);
-        if (!Put(run.To + done, piece)) return false;
-        done += wanted;
-    }
-    return true;
-}
-
-bool TraceCopier::Add(const VennicTrace& trace, std::int64_t& position) {
-    const bool swap = ((trace.TrDataKind & DataKind::LittleEndian) != 0) != ToLittle;
-    const std::size_t size = SampleSize(trace.TrDataFormat);
-    position = End;
-    if (IsInterleaved(trace)) return FinishRun() && AddToWeave(trace, swap);
-    if (!FinishWeave()) return false;
-    const std::int64_t bytes = std::int64_t{trace.TrDataPoints} * static_cast<std::int64_t>(size);
-    const std::size_t swapSize = swap ? size : 0;
-    const bool goesOn = Pending.Bytes > 0 && Pending.From + Pending.Bytes == trace.TrFileOffset &&
-                        Pending.SwapSize == swapSize;
-    if (!goesOn) {
-        if (!Finish()) return false;
-        Pending = {.From = trace.TrFileOffset, .To = End, .Bytes = 0, .SwapSize = swapSize};
-    }
-    Pending.Bytes += bytes;
-    End += bytes;
-    return true;
-}
-
-void DescribeCopied(VennicTrace& trace, bool little) {
-    const int others = trace.TrDataKind & ~DataKind::LittleEndian;
-    trace.TrDataKind = static_cast<std::int16_t>(others | (little ? DataKind::LittleEndian : 0));
-    trace.TrInterleaveSize = trace.TrInterleaveSkip = 0;
-}
-
-bool CopyTrace(VennicTrace& trace, bool toLittle, std::int64_t& position, Files::File& source,
-               Files::File& target) {
-    const bool inPlace = &source == &target && position == trace.TrFileOffset;
-    const bool swap = ((trace.TrDataKind & DataKind::LittleEndian) != 0) != toLittle;
-    if (inPlace && IsInterleaved(trace))
-        return Refuse("Copy trace: interleaved traces must be de-interleaved beforehand.");
-    if (inPlace && !swap) {
-        position = EndOf(trace);
-        return true;
-    }
-    TraceCopier copier(source, target, toLittle, position);
-    std::int64_t place = 0;
-    if (!copier.Add(trace, place) || !copier.Finish()) return false;
-    position = copier.End;
-    DescribeCopied(trace, toLittle);
     return true;
 }
 

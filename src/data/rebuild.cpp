@@ -2,8 +2,8 @@
 
 #include "base/messages.h"
 #include "data/raw_data.h"
-#include "data/raw_write.h"
 #include "data/set_store.h"
+#include "data/trace_copier.h"
 
 #include <algorithm>
 #include <cerrno>

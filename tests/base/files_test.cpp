@@ -38,6 +38,33 @@ TEST(Replacement, NoFaultLeavesLessThanTheOldOrTheNewContent) {
         });
 }
 
+// The file is longer than what a copy takes at once, by whatever way.
+TEST(CopyFile, NoFaultLeavesPartOfACopy) {
+    const Support::TempFolder folder{Support::Memory()};
+    std::string content(600'001, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 31 + i / 997);
+    using CopyOperation = decltype(Files::Platform::Copy);
+    const CopyOperation refuse = [](int, std::int64_t, std::size_t, int, std::int64_t) {
+        return std::int64_t{-EXDEV};
+    };
+    for (const CopyOperation copy : {Files::Native().Copy, refuse}) {
+        Support::FaultyDisk::SystemCopy = copy;
+        Support::ForEveryFault(
+            folder,
+            [&] {
+                folder.Put({{"cell.dat", content}});
+            },
+            [&] { return Files::CopyFile(folder.At("cell.dat"), folder.At("copy.dat")); },
+            [&](const Support::FaultRun& run) {
+                EXPECT_EQ(Support::ReadWhole(folder.At("cell.dat")), content);
+                if (run.Kind == Support::Fault::Unplugged || run.Ended) return;
+                EXPECT_EQ(Files::Exists(folder.At("copy.dat")), run.Result == 0);
+                EXPECT_TRUE(run.Result != 0 || Support::ReadWhole(folder.At("copy.dat")) == content);
+            });
+    }
+    Support::FaultyDisk::SystemCopy = Files::Native().Copy;
+}
+
 TEST(Replacement, KeepsLinksAndRightsAndTakesNoPlaceOfAFolderOrADevice) {
     const Support::TempFolder folder;
     const std::string target = folder.Write("real.ana", "old");

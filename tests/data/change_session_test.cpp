@@ -219,6 +219,7 @@ TEST(SafetyNet, IsGivenUpForAStoreOnAFullDisk) {
             Support::TheDisk.Room -= wanted;
             return native.WriteAt(handle, bytes, count, position);
         };
+        freeing.Copy = nullptr;
         freeing.Remove = [](const char* path) {
             if (std::string_view(path).ends_with("SafetyNet")) Support::TheDisk.Room += SafetyNet::Bytes;
             return native.Remove(path);

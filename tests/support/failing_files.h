@@ -46,6 +46,7 @@ public:
             }
             return native.WriteAt(handle, data, bytes, position);
         };
+        disk.Copy = nullptr; // every byte passes by the counts above
         disk.Length = [](int handle) {
             return TheDisk.LengthError ? -TheDisk.LengthError : native.Length(handle);
         };

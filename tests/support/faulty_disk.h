@@ -29,9 +29,9 @@ enum class Fault : std::uint8_t {
     DiskFull,      // from there on nothing can be written or made
     IoError,       // once
     Unplugged,     // from there on every operation fails
-    ShortWrite,    // half of the bytes, once
+    ShortWrite,    // half of the bytes written or copied, once
     Kill,          // the program ends before the operation
-    KillInWrite,   // it ends with half of the bytes written
+    KillInWrite,   // it ends with half of the bytes written or copied
     PowerCut,      // it ends, and what was not flushed is lost
     PowerCutZeros, // it ends, names and lengths stand, and bytes that were not flushed are lost
     PowerCutNames, // it ends, bytes stand, and names that were not flushed are lost
@@ -50,13 +50,15 @@ namespace FaultyDisk {
 struct State {
     Fault Kind = Fault::None;
     int At = 0, Count = 0;
-    std::vector<bool> Writes; // of each operation so far: it writes bytes
+    std::vector<bool> Writes; // of each operation so far: it writes or copies bytes
     std::string Folder;
     std::map<ino_t, std::string> Content; // flushed
     std::map<std::string, ino_t> Names;   // flushed
     std::map<ino_t, int> Held;            // each file there has been, open for reading
 };
 inline State Now;
+// What copies where no fault strikes; a test may give another one.
+inline auto SystemCopy = Files::Native().Copy;
 
 constexpr int StruckCode = 250;
 
@@ -153,6 +155,16 @@ inline std::int64_t WriteAt(int handle, const void* data, std::size_t bytes, std
     return -ENOSPC;
 }
 
+inline std::int64_t Copy(int from, std::int64_t fromAt, std::size_t bytes, int to, std::int64_t toAt) {
+    const int error = Strike(true, true);
+    if (error != 0) return -error;
+    const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
+    const bool stopsShort = half && Now.Count == Now.At;
+    const std::int64_t done = SystemCopy(from, fromAt, stopsShort ? bytes / 2 : bytes, to, toAt);
+    if (stopsShort && Now.Kind == Fault::KillInWrite) ::_exit(StruckCode);
+    return done;
+}
+
 inline int SetLength(int handle, std::int64_t length) {
     const int error = Strike(false, length > Files::Native().Length(handle));
     return error != 0 ? -error : Files::Native().SetLength(handle, length);
@@ -189,6 +201,7 @@ inline int Run(const std::function<int()>& work) {
     Files::Platform disk = Files::Native();
     disk.Open = Open;
     disk.WriteAt = WriteAt;
+    if (SystemCopy) disk.Copy = Copy;
     disk.SetLength = SetLength;
     disk.Flush = Flush;
     disk.Rename = Rename;
