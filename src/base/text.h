@@ -16,6 +16,12 @@ void ToField(std::span<char> field, std::string_view text);
 // Valid UTF-8 as it is; any other bytes are taken for Latin-1, in which older programs wrote.
 [[nodiscard]] std::string Utf8(std::string_view bytes);
 
+// A letter a to z as A to Z, anything else as it is.
+[[nodiscard]] constexpr char Upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+[[nodiscard]] std::string UpperCase(std::string_view text);
+
 // Equal without regard to case of the letters A to Z.
 [[nodiscard]] bool SameFolded(std::string_view a, std::string_view b);
 
