@@ -69,6 +69,12 @@ std::string Utf8(std::string_view bytes) {
     return out;
 }
 
+std::string UpperCase(std::string_view text) {
+    std::string upper(text);
+    std::ranges::transform(upper, upper.begin(), Upper);
+    return upper;
+}
+
 bool SameFolded(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](char x, char y) { return Upper(x) == Upper(y); });

@@ -1,10 +1,10 @@
-// The means of so many neighbouring samples at each place, compared with a threshold while the place moves
-// on.
+// The means of so many neighbouring samples at each place, compared with a threshold on the way along.
 //
 // The mean at a place is the sum of its samples from left to right, in 64 bits, divided by their number. To
 // sum each anew takes as many steps as samples are in it; here the sum of the place before is carried on. It
-// is the same sum where all are exact, as those of samples on a grid (of a converter, say) are. Elsewhere its
-// distance from the mean is bounded, and a mean that lies within it of the threshold is summed anew.
+// is the same sum where all sums are exact: the samples are multiples of a number that is not too small, as
+// those of a 16-bit converter are for averages up to 16 000. Elsewhere its distance from the mean is bounded,
+// and a mean that lies within it of the threshold is summed anew.
 #pragma once
 #include <cstddef>
 #include <span>
