@@ -1,5 +1,7 @@
 #include "base/number_text.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -114,7 +116,7 @@ std::string Integer(std::int64_t value, int columns) {
 std::string Hexadecimal(std::uint64_t value, int columns) {
     char text[20];
     const auto [end, error] = std::to_chars(text, text + sizeof text, value, 16);
-    std::transform(text, end, text, [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+    std::transform(text, end, text, Texts::Upper);
     return RightAligned(std::string(text, end), columns);
 }
 

@@ -6,10 +6,6 @@ namespace Texts {
 
 namespace {
 
-char Folded(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
 // Length of the well-formed sequence at the start, 0 when there is none (RFC 3629, table of section 4).
 std::size_t SequenceLength(std::string_view s) {
     const auto byte = [&](std::size_t i) { return i < s.size() ? static_cast<unsigned char>(s[i]) : 0u; };
@@ -79,9 +75,15 @@ std::string CutUtf8(std::string_view text, std::size_t bytes) {
     return std::string(text.substr(0, bytes));
 }
 
+std::string UpperCase(std::string_view text) {
+    std::string upper(text);
+    std::ranges::transform(upper, upper.begin(), Upper);
+    return upper;
+}
+
 bool SameFolded(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return Folded(x) == Folded(y); });
+                      [](char x, char y) { return Upper(x) == Upper(y); });
 }
 
 std::string Hex(std::span<const std::byte> bytes) {

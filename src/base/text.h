@@ -19,6 +19,12 @@ void ToField(std::span<char> field, std::string_view text);
 // The front of a text of valid UTF-8, at most so many bytes, with no character cut in two.
 [[nodiscard]] std::string CutUtf8(std::string_view text, std::size_t bytes);
 
+// A letter a to z as A to Z, anything else as it is.
+[[nodiscard]] constexpr char Upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+[[nodiscard]] std::string UpperCase(std::string_view text);
+
 // Equal without regard to case of the letters A to Z.
 [[nodiscard]] bool SameFolded(std::string_view a, std::string_view b);
 

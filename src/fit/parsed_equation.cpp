@@ -3,7 +3,7 @@
 #include "base/text.h"
 #include "fit/models.h"
 #include "fit/params.h"
-#include "math/equation_words.h"
+#include "online/equation_words.h"
 #include "trees/fit_types.h"
 
 #include <algorithm>
@@ -92,12 +92,12 @@ CoefficientPlaces PlacesOf(const ParsedRecord& record) {
 Equation::Tokens FitTokens(const CoefficientPlaces& coefficients) {
     Equation::Tokens tokens;
     tokens.Find = [coefficients](const Equation::Word& word) -> const double* {
-        if (word.Name != "C") return Equation::FindShared(word);
+        if (word.Name != "C") return EquationWords::Find(word);
         const int index = word.Index(ParsedCoeffs);
         return index > 0 ? coefficients[static_cast<std::size_t>(index - 1)] : nullptr;
     };
     tokens.Read = [](const Equation::Word& word, double& value, std::string_view& message) {
-        if (word.Name != "C") return Equation::ReadShared(word, value, message);
+        if (word.Name != "C") return EquationWords::Read(word, value, message);
         message = BadCoefficient;
         return false;
     };

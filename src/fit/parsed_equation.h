@@ -1,7 +1,7 @@
 // The text of a parsed fit: the words it may use, and what is checked when it changes.
 //
 // An equation (math/ranged_equation.h) may name X, the coefficients C[1] to C[9] with their present values,
-// and the words that all equations share (math/equation_words.h).
+// and the words that all equations share (online/equation_words.h).
 #pragma once
 #include "fit/records.h"
 #include "math/ranged_equation.h"

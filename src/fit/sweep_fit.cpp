@@ -1,12 +1,9 @@
 #include "fit/sweep_fit.h"
 
 #include "base/messages.h"
-#include "base/text.h"
-#include "base/time_scale.h"
-#include "data/analysis_file.h"
 #include "data/sweep_stimulus.h"
+#include "fit/analysis_table.h"
 #include "fit/fit_range.h"
-#include "online/kinds.h"
 #include "setup/settings.h"
 
 #include <algorithm>
@@ -23,166 +20,8 @@ bool Refuse(std::string_view text) {
     return false;
 }
 
-bool IsStored(const Fit::ParamEntry& entry) {
-    return !entry.Column.empty() && entry.Param->Store != 0;
-}
-
-int StoredCount(const std::vector<Fit::ParamEntry>& params) {
-    return static_cast<int>(std::count_if(params.begin(), params.end(), IsStored));
-}
-
 Fit::Selected SelectedFit(Engine& engine) {
     return Fit::Select(engine.Records, engine.Params.FitType);
-}
-
-void TakePosition(Engine& engine, int index) {
-    const int count = Tree::ChildCount(engine.Session.CurASeries);
-    engine.AnalysisIndex = std::clamp(index, std::min(count, 1), count);
-    engine.Session.CurARecord =
-        Tree::ChildAs<AnalysisRecord>(engine.Session.CurASeries, engine.AnalysisIndex);
-}
-
-// A column of a record: a row for each sweep of the series, a sub-row for each cycle, all empty.
-bool AppendEntry(Engine& engine, AnalysisRecord& record, std::string_view name, std::string_view unit,
-                 int cycles) {
-    Tree::Handle* const tree = engine.Session.Analysis.Handle;
-    auto* const entry = static_cast<AnalysisEntry*>(Tree::Append(tree, &record));
-    if (!entry) return false;
-    Texts::ToField(entry->Name, name);
-    Texts::ToField(entry->Unit, unit);
-    for (int i = Tree::ChildCount(engine.Session.CurSeries); i > 0; --i) {
-        auto* const value = static_cast<AnalysisValue*>(Tree::Append(tree, entry));
-        if (!value) return false;
-        value->State = FitParamState::Off;
-        for (int cycle = 0; cycle < cycles; ++cycle) {
-            auto* const below = static_cast<AnalysisCycleValue*>(Tree::Append(tree, value));
-            if (!below) return false;
-            below->State = FitParamState::Off;
-        }
-    }
-    return true;
-}
-
-// The table of a record: a column for each stored result, then one for each online function that is stored.
-bool AppendEntries(Engine& engine, AnalysisRecord& record, const std::vector<Fit::ParamEntry>& params) {
-    const int cycles = engine.Params.FitCyclic ? engine.CycleCount : 0;
-    for (const Fit::ParamEntry& param : params) {
-        if (!IsStored(param)) continue;
-        if (!AppendEntry(engine, record, param.Column,
-                         Fit::UnitText(param, engine.Work.XUnit, engine.Work.YUnit), cycles > 1 ? cycles : 0))
-            return false;
-        ++record.EntryCount;
-    }
-    if (engine.Online.Method)
-        Texts::ToField(record.OnlineName, Texts::FromField(engine.Online.Method->OmName));
-    for (const int position : engine.Online.Stored()) {
-        const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, position);
-        if (!AppendEntry(engine, record, OnlineKinds::NameOf(function), Texts::FromField(function.OfUnit),
-                         cycles))
-            return false;
-        ++record.OnlineCount;
-    }
-    return true;
-}
-
-bool NewRecord(Engine& engine, const std::vector<Fit::ParamEntry>& params) {
-    DataSession& session = engine.Session;
-    Tree::Handle* const tree = session.Analysis.Handle;
-    if (session.CurARecord && engine.Params.NewAnalysisMode == AnalysisMode::Overwrite) {
-        void* former = session.CurARecord;
-        Tree::Delete(tree, former);
-    }
-    void* appended = Tree::Append(tree, session.CurASeries);
-    if (!appended) return Refuse(Tree::LastError());
-    auto& record = *static_cast<AnalysisRecord*>(appended);
-    const Bounds bounds = EffectiveBounds(engine);
-    record.Time = TimeScale::Now();
-    record.FitType = static_cast<std::int16_t>(engine.Params.FitType);
-    record.Trace = static_cast<std::int16_t>(engine.Params.FitTrace);
-    record.SegOffset = static_cast<std::int16_t>(engine.Params.FitSegOffset & 0xFFFF);
-    record.LeftBound = bounds.Left;
-    record.RightBound = bounds.Right;
-    record.Cyclic = engine.Params.FitCyclic ? 1 : 0;
-    record.Cycles = static_cast<std::int16_t>(engine.Params.FitCyclic ? engine.CycleCount : 0);
-    record.CycleSegSkip = static_cast<std::int16_t>(engine.Params.FitCyclicSegSkip);
-    if (engine.Params.FitType == SweepFitType::ParsedEquation)
-        Texts::ToField(record.Text, Texts::FromField(engine.Records.Parsed.Equation));
-    if (!AppendEntries(engine, record, params)) {
-        Tree::Delete(tree, appended);
-        return Refuse(Tree::LastError());
-    }
-    session.FitNewSetup = false;
-    TakePosition(engine, Tree::ChildCount(session.CurASeries));
-    return true;
-}
-
-// An online column that is missing, or another method; the first name that differs ends the comparison.
-bool OnlineDiffers(const Engine& engine, const AnalysisRecord& record) {
-    const std::vector<int> stored = engine.Online.Stored();
-    if (!engine.Online.Method) return false;
-    if (record.OnlineCount != static_cast<std::int16_t>(stored.size()) ||
-        Texts::FromField(record.OnlineName) != Texts::FromField(engine.Online.Method->OmName))
-        return true;
-    for (std::size_t i = 0; i < stored.size(); ++i) {
-        const auto* const entry =
-            Tree::ChildAs<AnalysisEntry>(&record, record.EntryCount + static_cast<int>(i) + 1);
-        if (!entry) return true;
-        const auto& function = *Tree::ChildAs<OnlineFunction>(engine.Online.Method, stored[i]);
-        if (Texts::FromField(entry->Name) != OnlineKinds::NameOf(function)) break;
-    }
-    return false;
-}
-
-bool NeedsNewRecord(const Engine& engine, int storedCount) {
-    const AnalysisRecord* const current = engine.Session.CurARecord;
-    if (engine.Session.FitNewSetup || !current) return true;
-    if (current->FitType != static_cast<std::int16_t>(engine.Params.FitType) ||
-        current->EntryCount != storedCount)
-        return true;
-    if (engine.Params.FitCyclic)
-        return current->Cycles != engine.CycleCount ||
-               current->CycleSegSkip != engine.Params.FitCyclicSegSkip;
-    return OnlineDiffers(engine, *current);
-}
-
-// Runs a procedure over the cells of the sweep's row, one for each stored result in order.
-template <class PerCell>
-bool ForRow(const Engine& engine, const std::vector<Fit::ParamEntry>& params, PerCell perCell) {
-    int column = 0;
-    for (const Fit::ParamEntry& param : params) {
-        if (!IsStored(param)) continue;
-        const void* const entry = Tree::Child(engine.Session.CurARecord, ++column);
-        auto* const value = Tree::ChildAs<AnalysisValue>(entry, Tree::IndexOf(engine.Session.CurSweep));
-        if (!value) return false;
-        perCell(*param.Param, *value);
-    }
-    return true;
-}
-
-bool StoreRow(const Engine& engine, const std::vector<Fit::ParamEntry>& params) {
-    return ForRow(engine, params, [](const FitParam& param, AnalysisValue& value) {
-        value.Value = param.Value;
-        value.State = param.State;
-        value.Store = param.Store;
-    });
-}
-
-bool EmptyRow(const Engine& engine, const std::vector<Fit::ParamEntry>& params) {
-    return ForRow(engine, params,
-                  [](const FitParam&, AnalysisValue& value) { value.State = FitParamState::Off; });
-}
-
-// The row of the sweep becomes the sub-row of the cycle.
-void CopyToCycle(const Engine& engine, int cycle) {
-    const AnalysisRecord* const record = engine.Session.CurARecord;
-    const int sweep = Tree::IndexOf(engine.Session.CurSweep);
-    for (int i = 1; i <= Tree::ChildCount(record); ++i) {
-        const auto* const value = Tree::ChildAs<AnalysisValue>(Tree::Child(record, i), sweep);
-        auto* const below = Tree::ChildAs<AnalysisCycleValue>(value, cycle);
-        if (!below) continue;
-        below->Value = value->Value;
-        below->State = value->State;
-    }
 }
 
 // Computes the online method for the sweep, once for a pass: the units of its results name new columns.
@@ -191,18 +30,6 @@ void RunOnline(Engine& engine) {
     engine.Online.Engine->SegmentOffset = engine.CycleSegOffset;
     OnlineCompute::Pass(*engine.Online.Engine, *engine.Online.Method, *engine.Session.CurSweep);
     engine.Online.Engine->SegmentOffset = 0;
-}
-
-void StoreOnline(const Engine& engine) {
-    const AnalysisRecord* const record = engine.Session.CurARecord;
-    int column = record->EntryCount;
-    for (const int position : engine.Online.Stored()) {
-        auto* const value = Tree::ChildAs<AnalysisValue>(Tree::Child(record, ++column),
-                                                         Tree::IndexOf(engine.Session.CurSweep));
-        if (!value || !engine.Online.Engine) continue;
-        value->Value = engine.Online.Engine->Results[static_cast<std::size_t>(position - 1)];
-        value->State = FitParamState::Fit;
-    }
 }
 
 void TakeRequests(Engine& engine) {
@@ -268,8 +95,8 @@ bool RunPass(Engine& engine, Pass pass, int cycle) {
         engine.Params.FitCyclic = false;
         if (pass == Pass::Show) pass = Pass::ShowAndStore;
     }
-    if (!FitToAnalysisPosition(engine)) return false;
-    TakePosition(engine, Tree::ChildCount(session.CurASeries));
+    if (!AnalysisTable::FitToAnalysisPosition(engine)) return false;
+    AnalysisTable::GotoAnalysis(engine, Tree::ChildCount(session.CurASeries));
 
     // The columns of a new record bear the units of the trace, so the trace comes first.
     const auto* const trace = Tree::ChildAs<VennicTrace>(session.CurSweep, engine.Params.FitTrace);
@@ -281,13 +108,13 @@ bool RunPass(Engine& engine, Pass pass, int cycle) {
     if (MeasurementOf(engine).Prepare) MeasurementOf(engine).Prepare(engine);
     const std::vector<Fit::ParamEntry> params = Fit::Params(selected);
     if (pass != Pass::Show) ++session.AnalysisRevision;
-    if (NeedsNewRecord(engine, StoredCount(params))) {
-        if (!NewRecord(engine, params)) return false;
+    if (AnalysisTable::NeedsNewRecord(engine, params)) {
+        if (!AnalysisTable::NewRecord(engine, params)) return false;
         if (pass == Pass::Show) pass = Pass::ShowAndStore;
     }
     if (pass == Pass::Skip) {
-        if (!EmptyRow(engine, params)) return false;
-        if (engine.Params.FitCyclic) CopyToCycle(engine, cycle);
+        if (!AnalysisTable::EmptyRow(engine, params)) return false;
+        if (engine.Params.FitCyclic) AnalysisTable::CopyToCycle(engine, cycle);
         return true;
     }
 
@@ -298,10 +125,10 @@ bool RunPass(Engine& engine, Pass pass, int cycle) {
     // What was only shown did not end in any way.
     if (pass != Pass::Run) report.Outcome.FitTermination = Fit::FitTermination::None;
     if (pass != Pass::Show) {
-        report.Stored = StoresItself(engine.Params.FitType) || StoreRow(engine, params);
+        report.Stored = StoresItself(engine.Params.FitType) || AnalysisTable::StoreRow(engine, params);
         if (!report.Stored) return Refuse("The analysis table has no row for this sweep.");
-        StoreOnline(engine);
-        if (engine.Params.FitCyclic) CopyToCycle(engine, cycle);
+        AnalysisTable::StoreOnline(engine);
+        if (engine.Params.FitCyclic) AnalysisTable::CopyToCycle(engine, cycle);
     }
     if (engine.Finished) engine.Finished(report);
     return true;
@@ -458,48 +285,6 @@ bool ShowFitCommand(Engine& engine) {
     control.StopMaxIteration = obeyed;
     control.FitTermination = Fit::FitTermination::None;
     return shown;
-}
-
-bool FitToAnalysisPosition(Engine& engine) {
-    DataSession& session = engine.Session;
-    session.CurARecord = nullptr;
-    const int group = Tree::IndexOf(session.CurGroup), series = Tree::IndexOf(session.CurSeries);
-    session.CurAGroup = Tree::ChildAs<AnalysisGroup>(Tree::Root(session.Analysis.Handle), group);
-    session.CurASeries = Tree::ChildAs<AnalysisSeries>(session.CurAGroup, series);
-    if (group < 1 || series < 1 || !session.CurASeries) {
-        engine.AnalysisIndex = 0;
-        return false;
-    }
-    TakePosition(engine, engine.AnalysisIndex);
-    return true;
-}
-
-void NextAnalysis(Engine& engine) {
-    GotoAnalysis(engine, engine.AnalysisIndex + 1);
-}
-
-void BackAnalysis(Engine& engine) {
-    GotoAnalysis(engine, engine.AnalysisIndex - 1);
-}
-
-void GotoAnalysis(Engine& engine, int index) {
-    TakePosition(engine, index);
-}
-
-void DeleteCurrentAnalysis(Engine& engine) {
-    void* record = engine.Session.CurARecord;
-    if (!record) return;
-    Tree::Delete(engine.Session.Analysis.Handle, record);
-    engine.Session.FitNewSetup = true;
-    (void)FitToAnalysisPosition(engine);
-}
-
-std::string AnalysisName(const Engine& engine) {
-    const AnalysisRecord* const record = engine.Session.CurARecord;
-    if (!record) return "no analysis";
-    return std::to_string(engine.AnalysisIndex) + " of " +
-           std::to_string(Tree::ChildCount(engine.Session.CurASeries)) + ": " +
-           std::string(NameOf(static_cast<SweepFitType>(record->FitType)).Short);
 }
 
 }

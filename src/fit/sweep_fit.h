@@ -2,8 +2,8 @@
 //
 // A pass finds the range of the trace within its stimulus segment, prepares the arrays, decides whether the
 // results belong to the current analysis record or to a new one, runs the model of the selected type, and
-// copies the parameters into the sweep's row. The parameter records last: the result of a fit is the start of
-// the next.
+// copies the parameters into the sweep's row (fit/analysis_table.h). The parameter records last: the result
+// of a fit is the start of the next.
 //
 // Times are in the x unit of the trace, bounds are fractions of the segment's length.
 #pragma once
@@ -124,7 +124,7 @@ struct Engine {
 
     bool Break = false, Stop = false; // the flags of the two buttons
     bool FitStarted = false, AutoFitRunning = false;
-    int AnalysisIndex = 0; // position of the current analysis record, 0 for none
+    int AnalysisIndex = 0; // position of the current analysis record (fit/analysis_table.h), 0 for none
 
     int CycleCount = 0;      // of the sweep, known from the fit command on
     int CycleSegOffset = 0;  // of the cycle that runs, segments
@@ -154,14 +154,5 @@ struct Bounds {
     double Left = 0.0, Right = 1.0;
 };
 [[nodiscard]] Bounds EffectiveBounds(const Engine& engine);
-
-// Aims the current analysis records at the selected group and series. False without a selection.
-[[nodiscard]] bool FitToAnalysisPosition(Engine& engine);
-void NextAnalysis(Engine& engine);
-void BackAnalysis(Engine& engine);
-void GotoAnalysis(Engine& engine, int index);
-void DeleteCurrentAnalysis(Engine& engine);
-// "2 of 3: Exponential", or "no analysis".
-[[nodiscard]] std::string AnalysisName(const Engine& engine);
 
 }

@@ -1,4 +1,5 @@
 // One pass over the text, as a computing reader would go over it; it hands its operations to the builder.
+#include "base/text.h"
 #include "math/equation.h"
 #include "math/equation_code.h"
 
@@ -42,10 +43,6 @@ constexpr int PriorityOf(Op op) {
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
-}
-
-char Upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
 bool Closes(char c) {
@@ -169,7 +166,7 @@ struct Scanner {
         for (; At < Text.size() && WordEnds.find(Text[At]) == std::string_view::npos; ++At) {
             if (Closes(Text[At])) return Fail(ErrorBrackets);
             if (name.size() == MaxWord) return Fail(UnknownToken);
-            name += Upper(Text[At]);
+            name += Texts::Upper(Text[At]);
         }
         return At < Text.size() || !Cut || Fail(UnknownToken);
     }
@@ -277,7 +274,7 @@ std::size_t ScanNumber(std::string_view text, double& value, bool& good) {
         skipDigits();
     }
     good = true;
-    if (end < text.size() && Upper(text[end]) == 'E') {
+    if (end < text.size() && Texts::Upper(text[end]) == 'E') {
         ++end;
         if (end < text.size() && (text[end] == '+' || text[end] == '-')) ++end;
         good = skipDigits();

@@ -1,5 +1,7 @@
 #include "math/lane_sums.h"
 
+#include "math/scan.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -9,63 +11,108 @@ namespace LaneSums {
 
 namespace {
 
-constexpr std::size_t Lanes = 8;
-constexpr std::size_t BlockSize = 512; // of the search for extremes
+constexpr std::size_t Lanes = 16;       // so many that no addition waits for the one before it
+constexpr std::size_t BlockSize = 1024; // of the search for extremes
 
-// term(sample, index) for each sample, summed.
+using LaneValues = std::array<double, Lanes>;
+
+// Pairwise: 16 lanes become 8, these 4, and so on.
+[[gnu::always_inline]] inline double Total(LaneValues lanes) {
+    for (std::size_t left = Lanes / 2; left > 0; left /= 2)
+        for (std::size_t lane = 0; lane < left; ++lane) lanes[lane] += lanes[lane + left];
+    return lanes[0];
+}
+
+// term(sample) for each sample, summed.
 template <class Term>
 [[gnu::always_inline]] inline double SumOf(std::span<const float> samples, const Term& term) {
-    std::array<double, Lanes> sums{}, index{};
-    for (std::size_t lane = 0; lane < Lanes; ++lane) index[lane] = static_cast<double>(lane);
+    LaneValues sums{};
     const std::size_t whole = samples.size() / Lanes * Lanes;
     const float* const y = samples.data();
     for (std::size_t i = 0; i < whole; i += Lanes) {
-#pragma GCC unroll 8
-        for (std::size_t lane = 0; lane < Lanes; ++lane) {
-            sums[lane] += term(static_cast<double>(y[i + lane]), index[lane]);
-            index[lane] += static_cast<double>(Lanes);
-        }
+#pragma GCC unroll 16
+        for (std::size_t lane = 0; lane < Lanes; ++lane) sums[lane] += term(static_cast<double>(y[i + lane]));
     }
-    for (std::size_t i = whole; i < samples.size(); ++i)
-        sums[i - whole] += term(static_cast<double>(y[i]), static_cast<double>(i));
-    return ((sums[0] + sums[4]) + (sums[2] + sums[6])) + ((sums[1] + sums[5]) + (sums[3] + sums[7]));
+    for (std::size_t i = whole; i < samples.size(); ++i) sums[i - whole] += term(static_cast<double>(y[i]));
+    return Total(sums);
 }
 
-// Four lanes at a time: what the compiler does not find by itself in three sums side by side.
+// Vectors of the inner loops, and what they do with them. The compiler takes the operations of a vector apart
+// where a loop is compiled for machines without such instructions, and leaves them so when the loop is put
+// into a procedure for other machines: steps that have an instruction of their own are asked for by it there.
 using Four = double __attribute__((vector_size(32)));
+using Eight = float __attribute__((vector_size(32)));
 using FourSamples = float __attribute__((vector_size(16)));
-struct alignas(32) EightLanes {
-    Four Half[2] = {};
-    [[gnu::always_inline]] double& At(std::size_t lane) { return reinterpret_cast<double*>(Half)[lane]; }
-    [[gnu::always_inline]] double Total() {
-        return ((At(0) + At(4)) + (At(2) + At(6))) + ((At(1) + At(5)) + (At(3) + At(7)));
+
+struct PlainSteps {
+    static void Widen(const FourSamples& samples, Four& wide) {
+        wide = __builtin_convertvector(samples, Four);
     }
+    static void AddProduct(const Four& a, const Four& b, Four& sum) { sum += a * b; }
+    static void TakeLess(const Eight& y, Eight& least) { least = y < least ? y : least; }
+    static void TakeGreater(const Eight& y, Eight& greatest) { greatest = y > greatest ? y : greatest; }
 };
 
+#if defined(__x86_64__)
+struct WideSteps {
+    [[gnu::target("avx2,fma")]] static inline void Widen(const FourSamples& samples, Four& wide) {
+        wide = __builtin_ia32_cvtps2pd256(samples);
+    }
+    // The product is not rounded, which changes nothing where it is exact: that of two samples always is,
+    // that of a sample and a row up to MostExactRows.
+    [[gnu::target("avx2,fma")]] static inline void AddProduct(const Four& a, const Four& b, Four& sum) {
+        sum = __builtin_ia32_vfmaddpd256(a, b, sum);
+    }
+    [[gnu::target("avx2,fma")]] static inline void TakeLess(const Eight& y, Eight& least) {
+        least = __builtin_ia32_minps256(y, least);
+    }
+    [[gnu::target("avx2,fma")]] static inline void TakeGreater(const Eight& y, Eight& greatest) {
+        greatest = __builtin_ia32_maxps256(y, greatest);
+    }
+};
+// A sample has 24 significant bits, a product has room for 53.
+constexpr std::size_t MostExactRows = std::size_t{1} << 29;
+#endif
+
+constexpr std::size_t Quads = Lanes / 4;
+using LaneQuads = std::array<Four, Quads>;
+
+[[gnu::always_inline]] inline LaneValues Apart(const LaneQuads& quads) {
+    LaneValues lanes;
+    std::memcpy(lanes.data(), quads.data(), sizeof lanes);
+    return lanes;
+}
+
+// Four lanes at a time: what the compiler does not find by itself in three sums side by side. Samples are
+// multiplied by the number of their row of lanes; what a lane adds to its index is put in at the end.
+template <class Steps>
 [[gnu::always_inline]] inline Moments MomentsOf(std::span<const float> samples) {
-    EightLanes sum, squares, byIndex, index;
-    index.Half[0] = Four{0.0, 1.0, 2.0, 3.0};
-    index.Half[1] = Four{4.0, 5.0, 6.0, 7.0};
+    LaneQuads sumQuads{}, squareQuads{}, byRowQuads{};
+    Four row{};
     const std::size_t whole = samples.size() / Lanes * Lanes;
     for (std::size_t i = 0; i < whole; i += Lanes) {
-#pragma GCC unroll 2
-        for (std::size_t half = 0; half < 2; ++half) {
+#pragma GCC unroll 4
+        for (std::size_t quad = 0; quad < Quads; ++quad) {
             FourSamples raw;
-            std::memcpy(&raw, samples.data() + i + 4 * half, sizeof raw);
-            const Four y = __builtin_convertvector(raw, Four);
-            sum.Half[half] += y;
-            squares.Half[half] += y * y;
-            byIndex.Half[half] += index.Half[half] * y;
-            index.Half[half] += static_cast<double>(Lanes);
+            std::memcpy(&raw, samples.data() + i + 4 * quad, sizeof raw);
+            Four y;
+            Steps::Widen(raw, y);
+            sumQuads[quad] += y;
+            Steps::AddProduct(y, y, squareQuads[quad]);
+            Steps::AddProduct(row, y, byRowQuads[quad]);
         }
+        row += 1.0;
     }
+    LaneValues sum = Apart(sumQuads), squares = Apart(squareQuads), byRow = Apart(byRowQuads), byIndex;
     for (std::size_t i = whole; i < samples.size(); ++i) {
         const double y = samples[i];
-        sum.At(i - whole) += y;
-        squares.At(i - whole) += y * y;
-        byIndex.At(i - whole) += static_cast<double>(i) * y;
+        sum[i - whole] += y;
+        squares[i - whole] += y * y;
+        byRow[i - whole] += static_cast<double>(whole / Lanes) * y;
     }
-    return {sum.Total(), squares.Total(), byIndex.Total()};
+    for (std::size_t lane = 0; lane < Lanes; ++lane)
+        byIndex[lane] = static_cast<double>(Lanes) * byRow[lane] + static_cast<double>(lane) * sum[lane];
+    return {Total(sum), Total(squares), Total(byIndex)};
 }
 
 struct Extreme {
@@ -74,8 +121,8 @@ struct Extreme {
 };
 
 // One that is not a number compares as neither, and is passed over.
+template <class Steps>
 [[gnu::always_inline]] inline Extreme ExtremeOf(std::span<const float> block) {
-    using Eight = float __attribute__((vector_size(32)));
     constexpr std::size_t Width = 8, Step = 4 * Width;
     Extreme result;
     struct alignas(32) {
@@ -91,15 +138,18 @@ struct Extreme {
         for (std::size_t n = 0; n < 4; ++n) {
             Eight y;
             std::memcpy(&y, block.data() + i + n * Width, sizeof y);
-            lanes.Least[n] = y < lanes.Least[n] ? y : lanes.Least[n];
-            lanes.Greatest[n] = y > lanes.Greatest[n] ? y : lanes.Greatest[n];
+            Steps::TakeLess(y, lanes.Least[n]);
+            Steps::TakeGreater(y, lanes.Greatest[n]);
         }
     }
-    for (std::size_t n = 0; n < 4; ++n)
-        for (std::size_t lane = 0; lane < Width; ++lane) {
-            result.Least = std::min(result.Least, lanes.Least[n][lane]);
-            result.Greatest = std::max(result.Greatest, lanes.Greatest[n][lane]);
-        }
+    for (std::size_t n = 1; n < 4; ++n) {
+        Steps::TakeLess(lanes.Least[n], lanes.Least[0]);
+        Steps::TakeGreater(lanes.Greatest[n], lanes.Greatest[0]);
+    }
+    for (std::size_t lane = 0; lane < Width; ++lane) {
+        result.Least = std::min(result.Least, lanes.Least[0][lane]);
+        result.Greatest = std::max(result.Greatest, lanes.Greatest[0][lane]);
+    }
     for (std::size_t i = whole; i < block.size(); ++i) {
         result.Least = block[i] < result.Least ? block[i] : result.Least;
         result.Greatest = block[i] > result.Greatest ? block[i] : result.Greatest;
@@ -107,10 +157,9 @@ struct Extreme {
     return result;
 }
 
-std::size_t PlaceIn(std::span<const float> samples, std::size_t first, float value) {
-    const auto block = samples.subspan(first, std::min(BlockSize, samples.size() - first));
-    const auto found = std::find(block.begin(), block.end(), value);
-    return found == block.end() ? 0 : first + static_cast<std::size_t>(found - block.begin());
+std::size_t PlaceOf(std::span<const float> samples, std::size_t from, float value) {
+    const std::size_t place = Scan::FirstEqual(samples, from, value);
+    return place < samples.size() ? place : 0;
 }
 
 // The extremes, and the first samples of the blocks that hold them.
@@ -119,10 +168,12 @@ struct Blocks {
     std::size_t Least = 0, Greatest = 0;
 };
 
+template <class Steps>
 [[gnu::always_inline]] inline Blocks SearchBlocks(std::span<const float> samples) {
     Blocks blocks;
     for (std::size_t first = 0; first < samples.size(); first += BlockSize) {
-        const Extreme here = ExtremeOf(samples.subspan(first, std::min(BlockSize, samples.size() - first)));
+        const Extreme here =
+            ExtremeOf<Steps>(samples.subspan(first, std::min(BlockSize, samples.size() - first)));
         if (here.Least < blocks.All.Least) {
             blocks.All.Least = here.Least;
             blocks.Least = first;
@@ -135,24 +186,20 @@ struct Blocks {
     return blocks;
 }
 
-constexpr auto Itself = [](double y, double) { return y; };
-constexpr auto Square = [](double y, double) { return y * y; };
-constexpr auto Above = [](double y, double) { return y > 0.0 ? y : 0.0; };
-constexpr auto Below = [](double y, double) { return y < 0.0 ? y : 0.0; };
-constexpr auto ByIndex = [](double y, double index) { return index * y; };
-constexpr auto NotZero = [](double y, double) { return y != 0.0 ? 1.0 : 0.0; };
-
-using SumProcedure = double (*)(std::span<const float>);
+constexpr auto Itself = [](double y) { return y; };
+constexpr auto Above = [](double y) { return y > 0.0 ? y : 0.0; };
+constexpr auto Below = [](double y) { return y < 0.0 ? y : 0.0; };
+constexpr auto NotZero = [](double y) { return y != 0.0 ? 1.0 : 0.0; };
 
 template <auto& Term>
 double SumPlain(std::span<const float> samples) {
     return SumOf(samples, Term);
 }
 Moments MomentsPlain(std::span<const float> samples) {
-    return MomentsOf(samples);
+    return MomentsOf<PlainSteps>(samples);
 }
 Blocks BlocksPlain(std::span<const float> samples) {
-    return SearchBlocks(samples);
+    return SearchBlocks<PlainSteps>(samples);
 }
 
 #if defined(__x86_64__)
@@ -160,16 +207,17 @@ template <auto& Term>
 [[gnu::target("avx2")]] double SumWide(std::span<const float> samples) {
     return SumOf(samples, Term);
 }
-[[gnu::target("avx2")]] Moments MomentsWide(std::span<const float> samples) {
-    return MomentsOf(samples);
+[[gnu::target("avx2,fma")]] Moments MomentsWide(std::span<const float> samples) {
+    if (samples.size() / Lanes > MostExactRows) return MomentsPlain(samples);
+    return MomentsOf<WideSteps>(samples);
 }
-[[gnu::target("avx2")]] Blocks BlocksWide(std::span<const float> samples) {
-    const Blocks blocks = SearchBlocks(samples);
+[[gnu::target("avx2,fma")]] Blocks BlocksWide(std::span<const float> samples) {
+    const Blocks blocks = SearchBlocks<WideSteps>(samples);
     // The compiler forgets it here; what comes behind runs at a fraction of its speed without it.
     __builtin_ia32_vzeroupper();
     return blocks;
 }
-const bool UseWide = __builtin_cpu_supports("avx2") != 0;
+const bool UseWide = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
 #else
 template <auto& Term>
 double SumWide(std::span<const float> samples) {
@@ -191,20 +239,12 @@ double Sum(std::span<const float> samples) {
     return Run<Itself>(samples);
 }
 
-double SumOfSquares(std::span<const float> samples) {
-    return Run<Square>(samples);
-}
-
 double SumAbove(std::span<const float> samples) {
     return Run<Above>(samples);
 }
 
 double SumBelow(std::span<const float> samples) {
     return Run<Below>(samples);
-}
-
-double SumByIndex(std::span<const float> samples) {
-    return Run<ByIndex>(samples);
 }
 
 Moments AllMoments(std::span<const float> samples) {
@@ -218,8 +258,8 @@ std::size_t CountNotZero(std::span<const float> samples) {
 Places Extremes(std::span<const float> samples) {
     if (samples.empty()) return {};
     const Blocks blocks = UseWide ? BlocksWide(samples) : BlocksPlain(samples);
-    return {PlaceIn(samples, blocks.Least, blocks.All.Least),
-            PlaceIn(samples, blocks.Greatest, blocks.All.Greatest)};
+    return {PlaceOf(samples, blocks.Least, blocks.All.Least),
+            PlaceOf(samples, blocks.Greatest, blocks.All.Greatest)};
 }
 
 }

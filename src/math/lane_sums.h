@@ -1,6 +1,6 @@
 // Sums and extremes of long stretches of samples, by the widest instructions of the machine.
 //
-// Sums are of 64-bit values in eight interleaved lanes that are added pairwise at the end: the same bits on
+// Sums are of 64-bit values in sixteen interleaved lanes that are added pairwise at the end: the same bits on
 // every machine.
 #pragma once
 #include <cstddef>
@@ -9,14 +9,12 @@
 namespace LaneSums {
 
 [[nodiscard]] double Sum(std::span<const float> samples);
-[[nodiscard]] double SumOfSquares(std::span<const float> samples);
 // Of the samples above 0, and of those below.
 [[nodiscard]] double SumAbove(std::span<const float> samples);
 [[nodiscard]] double SumBelow(std::span<const float> samples);
-// Of index (from 0) times sample.
-[[nodiscard]] double SumByIndex(std::span<const float> samples);
 
-// Sum, SumOfSquares and SumByIndex in one go: the same bits as each alone.
+// Three sums in one go: of the samples (the same bits as Sum), of their squares, and of index (from 0) times
+// sample.
 struct Moments {
     double Sum = 0.0, Squares = 0.0, ByIndex = 0.0;
 };

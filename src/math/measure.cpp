@@ -3,6 +3,7 @@
 #include "math/lane_sums.h"
 #include "math/matrix_inverse.h"
 #include "math/scan.h"
+#include "math/sliding_mean.h"
 
 #include <algorithm>
 #include <array>
@@ -26,7 +27,7 @@ struct Cubic {
 constexpr std::size_t MostWindow = 81;
 struct Normal {
     std::size_t Count = 0;
-    std::array<double, MostWindow> Places{}; // of the points
+    std::array<std::array<double, 4>, MostWindow> Powers{}; // x^0 to x^3 of each point
     int Terms = 0;
     MatrixInverse::Matrix Inverse;
 };
@@ -37,14 +38,17 @@ double Place(std::size_t index, std::size_t count) {
 
 void SetUp(Normal& normal, std::size_t count) {
     normal.Count = count;
-    for (std::size_t i = 0; i < count; ++i) normal.Places[i] = Place(i, count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double x = Place(i, count);
+        normal.Powers[i] = {1.0, x, x * x, x * x * x};
+    }
     normal.Terms = static_cast<int>(std::min<std::size_t>(count, 4));
     std::array<double, 7> moments{};
     for (std::size_t i = 0; i < count; ++i) {
         double power = 1.0;
         for (double& moment : moments) {
             moment += power;
-            power *= normal.Places[i];
+            power *= normal.Powers[i][1];
         }
     }
     MatrixInverse::Matrix matrix;
@@ -66,11 +70,9 @@ Cubic FitCubic(std::span<const float> window) {
     const Normal& normal = NormalFor(window.size());
     std::array<double, 4> right{};
     for (std::size_t i = 0; i < window.size(); ++i) {
-        const double x = normal.Places[i], y = window[i];
-        right[0] += y;
-        right[1] += x * y;
-        right[2] += x * x * y;
-        right[3] += x * x * x * y;
+        const double y = window[i];
+        for (std::size_t power = 0; power < right.size(); ++power)
+            right[power] += normal.Powers[i][power] * y;
     }
     Cubic cubic;
     for (int row = 0; row < normal.Terms; ++row)
@@ -113,12 +115,6 @@ void Refine(std::span<const float> samples, std::size_t first, std::size_t last,
     if (!(x >= -1.0 && x <= 1.0)) return;
     peak.Value = cubic.At(x);
     peak.Position = static_cast<double>(first) + (x + 1.0) / 2.0 * static_cast<double>(count - 1);
-}
-
-double MeanAt(std::span<const float> samples, std::size_t at, std::size_t average) {
-    double sum = 0.0;
-    for (std::size_t i = at; i < at + average; ++i) sum += samples[i];
-    return sum / static_cast<double>(average);
 }
 
 }
@@ -164,12 +160,15 @@ Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t righ
                     noFit);
 }
 
+PeakKind KindOf(float least, float greatest, PeakKind kind) {
+    if (kind != PeakKind::Larger) return kind;
+    return std::fabs(greatest) >= std::fabs(least) ? PeakKind::Maximum : PeakKind::Minimum;
+}
+
 Peak FindPeak(std::span<const float> samples, std::size_t left, std::size_t right,
               const LaneSums::Places& found, PeakKind kind, bool noFit) {
     const std::size_t least = left + found.Least, greatest = left + found.Greatest;
-    const bool maximum =
-        kind == PeakKind::Maximum ||
-        (kind == PeakKind::Larger && std::fabs(samples[greatest]) >= std::fabs(samples[least]));
+    const bool maximum = KindOf(samples[least], samples[greatest], kind) == PeakKind::Maximum;
     const std::size_t candidate = maximum ? greatest : least;
     Peak peak{samples[candidate], static_cast<double>(candidate)};
     if (noFit || right - left < 2) return peak;
@@ -193,39 +192,40 @@ std::size_t FirstAcross(std::span<const float> samples, std::size_t from, double
 
 }
 
-double FindCrossing(std::span<const float> samples, double threshold, std::size_t average) {
+double FindCrossing(std::span<const float> samples, double threshold, std::size_t average,
+                    const LaneSums::Places* extremes) {
     average = std::max<std::size_t>(average, 1);
     const double none = static_cast<double>(samples.size()) + 1.0;
     if (average > samples.size()) return -1.0;
+    if (std::isnan(threshold)) return none;
     const std::size_t end = samples.size() - average; // the last mean stands here
 
+    SlidingMean means(samples, average, threshold);
     std::size_t at = 0;
-    double mean = MeanAt(samples, 0, average);
+    double mean = means.At(0);
     while (mean == threshold && at < end) {
         // Equal samples have equal means: a flat stretch is passed over in one step.
         const std::size_t change = Scan::FirstOutside(samples, at, samples[at], samples[at]);
         at = change >= at + average ? std::min(change - average + 1, end) : at + 1;
-        mean = MeanAt(samples, at, average);
+        mean = means.At(at);
     }
     if (mean == threshold) return -1.0;
     const bool above = mean > threshold;
     const auto crossed = [&](double value) { return above ? value <= threshold : value > threshold; };
-
-    if (average >= 2 && samples.size() > 10 * average)
-        while (at + average <= end && !crossed(MeanAt(samples, at + average, average))) at += average;
     if (average == 1) {
+        if (extremes && !crossed(samples[above ? extremes->Least : extremes->Greatest])) return none;
         const std::size_t across = FirstAcross(samples, at + 1, threshold, above);
         if (across >= samples.size()) return none;
         const double y = samples[across], before = samples[across - 1];
         return static_cast<double>(across) - (y - threshold) / (y - before);
     }
-    double previous = MeanAt(samples, at, average);
+    if (samples.size() > 10 * average)
+        while (at + average <= end && !crossed(MeanAt(samples, at + average, average))) at += average;
     while (at < end) {
-        mean = MeanAt(samples, ++at, average);
-        if (crossed(mean))
-            return static_cast<double>(at) + static_cast<double>(average / 2) -
-                   (mean - threshold) / (mean - previous);
-        previous = mean;
+        if (!crossed(means.At(++at))) continue;
+        mean = MeanAt(samples, at, average);
+        return static_cast<double>(at) + static_cast<double>(average / 2) -
+               (mean - threshold) / (mean - MeanAt(samples, at - 1, average));
     }
     return none;
 }

@@ -25,6 +25,8 @@ namespace Measure {
 [[nodiscard]] double EndCorrection(std::span<const float> samples);
 
 enum class PeakKind : std::uint8_t { Maximum, Minimum, Larger }; // Larger: by absolute value
+// Which of the two is searched for among samples of these extremes; the maximum when they are as large.
+[[nodiscard]] PeakKind KindOf(float least, float greatest, PeakKind kind);
 
 struct Peak {
     double Value = 0.0;
@@ -43,8 +45,10 @@ struct Peak {
 
 // Where the mean of average samples (at least 1) first crosses the threshold: from below once it is above,
 // from above once it is not above any more. A fraction of an index; the number of samples plus 1 when
-// there is no crossing, -1 when no mean differs from the threshold.
-[[nodiscard]] double FindCrossing(std::span<const float> samples, double threshold, std::size_t average);
+// there is no crossing, -1 when no mean differs from the threshold. Extremes that are known spare a search
+// that would find none.
+[[nodiscard]] double FindCrossing(std::span<const float> samples, double threshold, std::size_t average,
+                                  const LaneSums::Places* extremes = nullptr);
 
 // The value between two samples; that of the nearest one outside of them. Needs one sample.
 [[nodiscard]] double ValueAt(std::span<const float> samples, double position);

@@ -39,6 +39,11 @@ template <class Test>
     return First(samples, from, [=](float y) { return !(y >= least) | !(y <= greatest); });
 }
 
+[[gnu::always_inline]] inline std::size_t Equal(std::span<const float> samples, std::size_t from,
+                                                float value) {
+    return First(samples, from, [value](float y) { return y == value; });
+}
+
 #if defined(__x86_64__)
 [[gnu::target("avx2")]] std::size_t AboveWide(std::span<const float> samples, std::size_t from, float bound) {
     return Above(samples, from, bound);
@@ -50,11 +55,15 @@ template <class Test>
                                                 float greatest) {
     return Outside(samples, from, least, greatest);
 }
+[[gnu::target("avx2")]] std::size_t EqualWide(std::span<const float> samples, std::size_t from, float value) {
+    return Equal(samples, from, value);
+}
 const bool UseWide = __builtin_cpu_supports("avx2") != 0;
 #else
 constexpr auto AboveWide = Above;
 constexpr auto BelowWide = Below;
 constexpr auto OutsideWide = Outside;
+constexpr auto EqualWide = Equal;
 constexpr bool UseWide = false;
 #endif
 
@@ -82,6 +91,10 @@ std::size_t FirstBelow(std::span<const float> samples, std::size_t from, double 
 
 std::size_t FirstOutside(std::span<const float> samples, std::size_t from, float least, float greatest) {
     return UseWide ? OutsideWide(samples, from, least, greatest) : Outside(samples, from, least, greatest);
+}
+
+std::size_t FirstEqual(std::span<const float> samples, std::size_t from, float value) {
+    return UseWide ? EqualWide(samples, from, value) : Equal(samples, from, value);
 }
 
 }

@@ -15,6 +15,9 @@ namespace Scan {
 [[nodiscard]] std::size_t FirstOutside(std::span<const float> samples, std::size_t from, float least,
                                        float greatest);
 
+// The first sample that equals the value.
+[[nodiscard]] std::size_t FirstEqual(std::span<const float> samples, std::size_t from, float value);
+
 // The greatest 32-bit real that is not above the value, and the least one that is not below it.
 [[nodiscard]] float NotAbove(double value);
 [[nodiscard]] float NotBelow(double value);

@@ -7,6 +7,7 @@
 #include "online/notebook_lines.h"
 #include "trees/solution_tree.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace OnlineCompute {
@@ -178,6 +179,11 @@ StimulusOfSweep& StimulusFor(Engine& engine, int channel) {
     if (stimulus.Found)
         stimulus.Table = StimGen::SegmentTable(stimulus.Records.SweepNumber, stimulus.Records.Source());
     return stimulus;
+}
+
+std::size_t SegmentIndex(const StimulusOfSweep& stimulus, std::int64_t number) {
+    const auto last = static_cast<std::int64_t>(stimulus.Table.size());
+    return static_cast<std::size_t>(std::clamp<std::int64_t>(number, 1, last) - 1);
 }
 
 int ChannelOf(Engine& engine, int traceCount) {

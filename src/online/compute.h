@@ -23,12 +23,11 @@
 #include "data/session.h"
 #include "data/sweep_stimulus.h"
 #include "math/equation.h"
-#include "math/lane_sums.h"
 #include "online/results.h"
+#include "online/stretch.h"
 #include "trees/online_tree.h"
 
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,18 +46,8 @@ struct TraceOfSweep {
     int Count = 0; // TrTraceCount
     VennicTrace* Record = nullptr;
     bool Loaded = false, Tried = false;
-
-    // What has been measured between two samples; functions of the same bounds share it.
-    struct Part {
-        std::int64_t Left = 0, Right = 0;
-        std::optional<double> Sum;
-        std::optional<LaneSums::Moments> Moments;
-        std::optional<LaneSums::Places> Extremes; // from Left on
-    };
-    std::vector<Part> Parts;
+    std::vector<Stretch> Stretches; // those that functions have asked for
 };
-
-struct Engine;
 
 // It reads results where they lay when it was compiled.
 struct CompiledEquation {
@@ -104,6 +93,8 @@ void Pass(Engine& engine, OnlineMethod& method, VennicSweep& sweep);
 // The parts of a pass.
 [[nodiscard]] TraceOfSweep& TraceFor(Engine& engine, int count);
 [[nodiscard]] StimulusOfSweep& StimulusFor(Engine& engine, int channel);
+// The row of a segment in its table, which has one. number, from 1, is kept within those that there are.
+[[nodiscard]] std::size_t SegmentIndex(const StimulusOfSweep& stimulus, std::int64_t number);
 // The channel that belongs to a trace of this count; the first one where there is no such trace.
 [[nodiscard]] int ChannelOf(Engine& engine, int traceCount);
 // Loaded with all corrections, for as long as the pass lasts.

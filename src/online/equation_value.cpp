@@ -1,8 +1,8 @@
 // Online functions of the kind "Equation".
 #include "base/messages.h"
 #include "base/text.h"
-#include "math/equation_words.h"
 #include "online/compute.h"
+#include "online/equation_words.h"
 
 #include <algorithm>
 
@@ -12,20 +12,20 @@ namespace {
 
 constexpr int LastParameter = 31; // of P[]
 
-// What lies in memory: results, the amplitude, the user's variables.
+// What lies in memory: results, the amplitude, the values of the settings.
 const double* FindValue(const Engine& engine, const Equation::Word& word) {
     if (word.Name == "F") {
         const int index = word.Index(static_cast<int>(engine.Results.size()));
         return index > 0 ? &engine.Results[static_cast<std::size_t>(index - 1)] : nullptr;
     }
     if (word.Name == "AMPL" && engine.UseAmplitude && word.Bracket.empty()) return &engine.Amplitude;
-    return Equation::FindShared(word);
+    return EquationWords::Find(word);
 }
 
 bool ReadValue(const Engine& engine, const Equation::Word& word, double& value, std::string_view& message) {
     const bool isOwn = word.Name == "F" || word.Name == "P" || (word.Name == "AMPL" && engine.UseAmplitude);
-    if (!isOwn) return Equation::ReadShared(word, value, message);
-    message = Equation::IncorrectIndex;
+    if (!isOwn) return EquationWords::Read(word, value, message);
+    message = EquationWords::IncorrectIndex;
     if (word.Name != "P" || word.Index(LastParameter) == 0) return false;
     value = 0.0; // of a protocol that does not run
     return !engine.ProtocolValue || engine.ProtocolValue(word.Index(LastParameter), value);

@@ -1,5 +1,4 @@
 // Online functions that measure in the samples of a trace, and those that read its stimulus.
-#include "base/messages.h"
 #include "base/text.h"
 #include "data/traces.h"
 #include "math/lane_sums.h"
@@ -15,82 +14,7 @@ namespace OnlineCompute {
 namespace {
 
 using OnlineResults::Invalid;
-constexpr std::uint8_t Real32Format = 2;
 constexpr std::int16_t WithEndCorrection = 1;
-
-// What functions of the same bounds share, computed when the first of them asks for it.
-struct Shared {
-    std::span<const float> Samples; // of the part
-    TraceOfSweep::Part& Part;
-    bool NeedsMoments;
-
-    [[nodiscard]] const LaneSums::Moments& Moments() const {
-        if (!Part.Moments) Part.Moments = LaneSums::AllMoments(Samples);
-        return *Part.Moments;
-    }
-    [[nodiscard]] double Sum() const {
-        if (NeedsMoments) return Moments().Sum;
-        if (!Part.Sum) Part.Sum = LaneSums::Sum(Samples);
-        return *Part.Sum;
-    }
-    [[nodiscard]] const LaneSums::Places& Extremes() const {
-        if (!Part.Extremes) Part.Extremes = LaneSums::Extremes(Samples);
-        return *Part.Extremes;
-    }
-};
-
-// The samples of a function's trace, and the part that it measures.
-struct Stretch {
-    const VennicTrace* Trace = nullptr;
-    std::span<const float> Samples;
-    std::int64_t SegmentStart = 0;
-    Measure::Range Range;
-    double StimulusInterval = 0.0; // of the stimulus, s; the trace's own where there is none
-
-    [[nodiscard]] std::span<const float> Part() const {
-        return Samples.subspan(static_cast<std::size_t>(Range.Left), static_cast<std::size_t>(Range.Count()));
-    }
-};
-
-std::int64_t Within(std::int64_t segment, std::size_t count) {
-    return std::clamp<std::int64_t>(segment, 1, static_cast<std::int64_t>(count));
-}
-
-// Where the segment lies in the trace. False when it is not there, or not stored.
-bool FindSegment(Engine& engine, const OnlineFunction& function, Stretch& stretch, double& duration) {
-    const StimulusOfSweep& stimulus = StimulusFor(engine, ChannelOf(engine, function.OfTrace));
-    if (!stimulus.Found || stimulus.Table.empty()) return false;
-    const std::int64_t wanted =
-        std::int64_t{stimulus.Records.Channel->ChRelX} + function.OfXSegOffset + engine.SegmentOffset;
-    const StimGen::SegmentRow& row =
-        stimulus.Table[static_cast<std::size_t>(Within(wanted, stimulus.Table.size()) - 1)];
-    TraceSegment segment;
-    if (!PlaceInTrace(stimulus.Records, row, *stretch.Trace, segment)) return false;
-    stretch.SegmentStart = segment.FirstPoint;
-    stretch.StimulusInterval = stimulus.Records.Stimulation->SsSampleInterval;
-    duration = row.Duration;
-    return true;
-}
-
-bool FindStretch(Engine& engine, const OnlineFunction& function, Stretch& stretch) {
-    TraceOfSweep& trace = TraceFor(engine, function.OfTrace);
-    if (!Load(engine, trace)) return false;
-    if (trace.Record->RamFormat != Real32Format) {
-        Messages::Note("Online-Error: unsupported RAM data-format.");
-        return false;
-    }
-    stretch.Trace = trace.Record;
-    stretch.Samples = Traces::Loaded(*trace.Record);
-    const double interval = trace.Record->TrXInterval;
-    const auto points = static_cast<std::int64_t>(stretch.Samples.size());
-    double duration = static_cast<double>(points) * interval;
-    stretch.StimulusInterval = interval;
-    if (function.OfKind != OnlineKinds::TotMean && !FindSegment(engine, function, stretch, duration))
-        return false;
-    stretch.Range = Measure::FindRange(stretch.SegmentStart, duration, function.OfLeftBound,
-                                       function.OfRightBound, interval, points);
-    return stretch.Range.Count() > 0;
-}
 
 // The stimulus or trace whose value is asked for at a place of another trace.
 double ValueElsewhere(Engine& engine, OnlineFunction& function, double position, const VennicTrace& trace) {
@@ -113,28 +37,13 @@ double ValueElsewhere(Engine& engine, OnlineFunction& function, double position,
     return Measure::ValueAt(stimulus.Samples, time / stimulus.Records.Stimulation->SsSampleInterval);
 }
 
-Shared SharedOf(Engine& engine, const OnlineFunction& function, const Stretch& stretch) {
-    std::vector<TraceOfSweep::Part>& parts = TraceFor(engine, function.OfTrace).Parts;
-    const auto same = std::ranges::find_if(parts, [&](const TraceOfSweep::Part& part) {
-        return part.Left == stretch.Range.Left && part.Right == stretch.Range.Right;
-    });
-    if (same != parts.end()) return {stretch.Part(), *same, engine.NeedsMoments};
-    TraceOfSweep::Part& part = parts.emplace_back();
-    part.Left = stretch.Range.Left;
-    part.Right = stretch.Range.Right;
-    return {stretch.Part(), part, engine.NeedsMoments};
-}
-
-double PeakValue(Engine& engine, OnlineFunction& function, const Stretch& stretch) {
+double PeakValue(Engine& engine, OnlineFunction& function, Stretch& stretch) {
     const int kind = function.OfKind;
     const Measure::PeakKind search =
         kind == OnlineKinds::Maximum || kind == OnlineKinds::MaxTime   ? Measure::PeakKind::Maximum
         : kind == OnlineKinds::Minimum || kind == OnlineKinds::MinTime ? Measure::PeakKind::Minimum
                                                                        : Measure::PeakKind::Larger;
-    const Measure::Peak peak =
-        Measure::FindPeak(stretch.Samples, static_cast<std::size_t>(stretch.Range.Left),
-                          static_cast<std::size_t>(stretch.Range.Right),
-                          SharedOf(engine, function, stretch).Extremes(), search, function.OfNoPeakFit != 0);
+    const Measure::Peak& peak = stretch.Peak(search, function.OfNoPeakFit != 0);
     switch (kind) {
     case OnlineKinds::PeakTime:
     case OnlineKinds::MinTime:
@@ -145,11 +54,12 @@ double PeakValue(Engine& engine, OnlineFunction& function, const Stretch& stretc
     }
 }
 
-double CrossingValue(Engine& engine, OnlineFunction& function, const Stretch& stretch) {
+double CrossingValue(Engine& engine, OnlineFunction& function, Stretch& stretch) {
     const bool isTime = function.OfKind == OnlineKinds::ThreshTime;
-    const double position =
-        Measure::FindCrossing(stretch.Part(), isTime ? function.OfConstant : 0.0,
-                              static_cast<std::size_t>(std::max<int>(function.OfArgA, 1)));
+    // Where the extremes are not known, the search alone is quicker.
+    const double position = Measure::FindCrossing(stretch.Part(), isTime ? function.OfConstant : 0.0,
+                                                  static_cast<std::size_t>(std::max<int>(function.OfArgA, 1)),
+                                                  stretch.KnownExtremes ? &*stretch.KnownExtremes : nullptr);
     if (!(position >= 0.0 && position <= static_cast<double>(stretch.Range.Count()))) return Invalid;
     const auto left = static_cast<double>(stretch.Range.Left);
     if (!isTime) return ValueElsewhere(engine, function, left + position, *stretch.Trace);
@@ -175,22 +85,22 @@ void TakeUnit(OnlineFunction& function, const VennicTrace& trace) {
 }
 
 double MeasureTrace(Engine& engine, OnlineFunction& function) {
-    Stretch stretch;
-    if (!FindStretch(engine, function, stretch)) return Invalid;
+    Stretch* const found = StretchFor(engine, function);
+    if (!found) return Invalid;
+    Stretch& stretch = *found;
     TakeUnit(function, *stretch.Trace);
     const std::span<const float> part = stretch.Part();
     const double interval = stretch.Trace->TrXInterval;
     const double correction =
         function.OfArgB == WithEndCorrection ? Measure::EndCorrection(part) * interval : 0.0;
-    const Shared shared = SharedOf(engine, function, stretch);
     switch (function.OfKind) {
     case OnlineKinds::Mean:
     case OnlineKinds::TotMean:
         return VennicTree::IsVirtual(*stretch.Trace) ? Measure::GatedMean(part)
-                                                     : shared.Sum() / static_cast<double>(part.size());
-    case OnlineKinds::Integral: return shared.Sum() * interval - correction;
-    case OnlineKinds::Variance: return Measure::Variance(part.size(), shared.Moments());
-    case OnlineKinds::Slope: return Measure::SlopePerSample(part.size(), shared.Moments()) / interval;
+                                                     : stretch.Sum() / static_cast<double>(part.size());
+    case OnlineKinds::Integral: return stretch.Sum() * interval - correction;
+    case OnlineKinds::Variance: return Measure::Variance(part.size(), stretch.Moments());
+    case OnlineKinds::Slope: return Measure::SlopePerSample(part.size(), stretch.Moments()) / interval;
     case OnlineKinds::AnodicQ: return LaneSums::SumAbove(part) * interval - correction;
     case OnlineKinds::CathodicQ: return -LaneSums::SumBelow(part) * interval - correction;
     case OnlineKinds::Reversal:
@@ -209,7 +119,7 @@ double StimulusValue(Engine& engine, OnlineFunction& function) {
     }
     if (stimulus.Table.empty()) return Invalid;
     const std::int64_t wanted = std::int64_t{channel.ChRelY} + function.OfYSegOffset + engine.SegmentOffset;
-    const auto index = static_cast<std::size_t>(Within(wanted, stimulus.Table.size()) - 1);
+    const auto index = SegmentIndex(stimulus, wanted);
     const StimGen::SegmentRow& row = stimulus.Table[index];
     const std::string unit(Texts::FromField(channel.ChDacUnit));
     const double start = static_cast<double>(row.FirstPoint) * stimulus.Records.Stimulation->SsSampleInterval;

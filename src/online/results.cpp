@@ -1,7 +1,6 @@
 #include "online/results.h"
 
 #include "base/messages.h"
-#include "math/equation_words.h"
 #include "setup/settings.h"
 
 #include <algorithm>
@@ -55,8 +54,7 @@ void BeginRow(Table& table, std::int64_t sweepIndex) {
 }
 
 void StoreResult(Table& table, double value, int valueIndex) {
-    if (valueIndex >= 1 && valueIndex <= Equation::StoredVariables)
-        Equation::Shared.Variables[static_cast<std::size_t>(valueIndex - 1)] = value;
+    if (double* const shared = Setup::ValueOf(valueIndex)) *shared = value;
     if (table.Row >= 0 && table.Column <= table.Columns)
         table.Cells[CellAt(table, table.Row, table.Column - 1)] = value;
     ++table.Column;

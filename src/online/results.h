@@ -1,6 +1,6 @@
 // What the passes of an online analysis left behind: a table of one row a sweep. A function may also put its
-// result into one of the user's variables (math/equation_words.h), which protocols and equations read. A
-// result that could not be computed is Invalid.
+// result into one of the values of the settings (Setup::ValueOf), which protocols, equations and waves read.
+// A result that could not be computed is Invalid.
 #pragma once
 #include <cstdint>
 #include <limits>
@@ -30,7 +30,7 @@ struct Table {
 // A pass begins: its row is emptied.
 void BeginRow(Table& table, std::int64_t sweepIndex);
 
-// Puts a result into variable valueIndex (1 to 32; others: none) and into the next column. One beyond the
+// Puts a result into value valueIndex (1 to 32; others: none) and into the next column. One beyond the
 // table is dropped.
 void StoreResult(Table& table, double value, int valueIndex);
 

@@ -1,6 +1,7 @@
 #include "series/skip_points.h"
 
 #include "base/number_text.h"
+#include "base/text.h"
 #include "series/wave_text.h"
 
 #include <algorithm>
@@ -9,13 +10,6 @@
 namespace SGFit {
 
 namespace {
-
-std::string UpperCase(std::string_view text) {
-    std::string upper(text.substr(0, SkipTextMax));
-    for (char& c : upper)
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-    return upper;
-}
 
 void Toggle(const Wave& wave, int i) {
     wave.Skip[i] = wave.Skip[i] == 0 ? 1 : 0;
@@ -92,7 +86,7 @@ void ApplyList(const Wave& wave, std::string_view text) {
 }
 
 void SelectPoints(const Wave& wave, std::string_view typed) {
-    std::string text = UpperCase(typed);
+    std::string text = Texts::UpperCase(typed.substr(0, SkipTextMax));
     const bool on = text.find("ON") != std::string::npos;
     if (on || text.find("OFF") != std::string::npos) {
         std::fill_n(wave.Skip, wave.Points, static_cast<std::uint8_t>(on ? 0 : 1));

@@ -34,6 +34,11 @@ void SetDefaults() {
     Settings.Header.IsLittleEndian = Bytes::MachineIsLittle;
 }
 
+double* ValueOf(int number) {
+    return number >= 1 && number <= Values ? &Settings.Protocol.Values[static_cast<std::size_t>(number - 1)]
+                                           : nullptr;
+}
+
 void SettingsLimits(SettingsRecord& s) {
     const SettingsRecord defaults;
     Limits::Range(s.NextMaxSamplePoints, MaxSamplePointsLowest, MaxSamplePointsHighest);

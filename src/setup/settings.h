@@ -28,7 +28,7 @@ inline constexpr std::size_t FontNameMax = 31;
 
 inline constexpr int FlagGroups = 4;               // of the Parameters window
 inline constexpr std::size_t FlagsBlockSize = 256; // rows of a flag group, at most
-inline constexpr int Values = 32;                  // numbers that protocols and batches share, from 0
+inline constexpr int Values = 32;                  // entries of Protocol.Values
 inline constexpr int Probes = 8;
 inline constexpr int FavouriteSolutions = 8;
 
@@ -187,8 +187,10 @@ struct ProtocolSettings {
     std::string StartProtocol;
     std::array<bool, Setup::Values> Value{};            // shown; Value0 ...
     std::array<std::string, Setup::Values> ValueName{}; // ValueName0 ...
-    std::array<double, Setup::Values> Values{};         // Value-0 ...
-    double MinWaitTime = 0.0;                           // s
+    // The one table of numbers that protocols, batches, results of online functions, equations and waves
+    // share.
+    std::array<double, Setup::Values> Values{}; // Value-0 ...
+    double MinWaitTime = 0.0;                   // s
 };
 
 struct FileSettings {
@@ -268,6 +270,10 @@ extern SettingsRecord Settings;
 
 // Fills the record with the built-in defaults.
 void SetDefaults();
+
+// The place of a value of Settings.Protocol.Values by its number from 1, as online functions and equations
+// count them: number 1 is the entry 0. nullptr for a number beyond the table.
+[[nodiscard]] double* ValueOf(int number);
 
 // All keys of the record in the order of the file, from CONFIGURATION to GLPParams, in either direction.
 // programVersion is the text that a writing pass puts into the file; a reading pass skips it.

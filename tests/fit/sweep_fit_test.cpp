@@ -1,3 +1,4 @@
+#include "fit/analysis_table.h"
 #include "fit/sweep_fit.h"
 
 #include "base/messages.h"
@@ -149,11 +150,11 @@ TEST_F(SweepFitting, ANewSetupOpensANewRecordAndOverwriteTakesTheLastOne) {
     Engine.Params.FitType = SweepFitType::Polynomial;
     Engine.Params.NewAnalysisMode = SweepFit::AnalysisMode::Overwrite;
     ASSERT_TRUE(SweepFit::FitCommand(Engine));
-    EXPECT_EQ(SweepFit::AnalysisName(Engine), "2 of 2: Polynomial");
-    for (int i = 0; i < 2; ++i) SweepFit::BackAnalysis(Engine);
-    EXPECT_EQ(SweepFit::AnalysisName(Engine), "1 of 2: Exponential");
-    SweepFit::DeleteCurrentAnalysis(Engine);
-    EXPECT_EQ(SweepFit::AnalysisName(Engine), "1 of 1: Polynomial");
+    EXPECT_EQ(AnalysisTable::AnalysisName(Engine), "2 of 2: Polynomial");
+    for (int i = 0; i < 2; ++i) AnalysisTable::BackAnalysis(Engine);
+    EXPECT_EQ(AnalysisTable::AnalysisName(Engine), "1 of 2: Exponential");
+    AnalysisTable::DeleteCurrentAnalysis(Engine);
+    EXPECT_EQ(AnalysisTable::AnalysisName(Engine), "1 of 1: Polynomial");
     EXPECT_TRUE(Session.FitNewSetup);
 }
 

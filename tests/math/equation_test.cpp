@@ -1,5 +1,4 @@
 #include "math/equation.h"
-#include "math/equation_words.h"
 #include "math/ranged_equation.h"
 #include "vectors.h"
 
@@ -8,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,21 +20,16 @@ namespace {
 struct Surroundings {
     explicit Surroundings(bool findPlaces) : FindPlaces(findPlaces) {
         for (std::size_t i = 0; i < 31; ++i) {
-            Equation::Shared.Variables[i] = 10.0 * static_cast<double>(i + 1);
+            V[i] = 10.0 * static_cast<double>(i + 1);
             P[i] = static_cast<double>(i + 1) + 0.5;
         }
-        Equation::Shared.Icon = [](std::string_view item, double& value) {
-            if (item != "gain" && item != "7") return false;
-            value = item == "7" ? 4.0 : 2.5;
-            return true;
-        };
     }
-    ~Surroundings() { Equation::Shared = {}; }
 
     bool FindPlaces;
     std::vector<double> C = {1.5, -2.0, 3.0, 0.25, 5.0, 6.0, 7.0, 8.0, 9.0};
-    std::vector<double> F = {10.0, 20.0, -30.0}, P = std::vector<double>(31);
+    std::vector<double> F = {10.0, 20.0, -30.0}, P = std::vector<double>(31), V = P;
     double Amplitude = 7.5;
+    std::map<std::string, double, std::less<>> Items = {{"gain", 2.5}, {"7", 4.0}};
 
     [[nodiscard]] const double* Find(const Equation::Word& word, const std::string& kind) const {
         const auto pick = [&word](const std::vector<double>& values) {
@@ -45,7 +40,9 @@ struct Surroundings {
         if (kind == "online" && word.Name == "F") return pick(F);
         if (kind == "online" && word.Name == "P") return pick(P);
         if (kind == "online" && word.Name == "AMPL" && word.Bracket.empty()) return &Amplitude;
-        return Equation::FindShared(word);
+        if (word.Name == "V") return pick(V);
+        const auto item = word.Name.starts_with("ICON") ? Items.find(word.Bracket) : Items.end();
+        return item != Items.end() ? &item->second : nullptr;
     }
 
     [[nodiscard]] Equation::Tokens Words(const std::string& kind) const {
@@ -61,11 +58,11 @@ struct Surroundings {
                 message = "error in fit coefficient index";
                 return false;
             }
-            if (kind == "online" && (word.Name == "F" || word.Name == "P" || word.Name == "AMPL")) {
-                message = Equation::IncorrectIndex;
-                return false;
-            }
-            return Equation::ReadShared(word, value, message);
+            const bool isOnline = word.Name == "F" || word.Name == "P" || word.Name == "AMPL";
+            const bool isKnown =
+                word.Name == "V" || word.Name.starts_with("ICON") || (kind == "online" && isOnline);
+            message = isKnown ? "Incorrect function index" : Equation::UnknownToken;
+            return false;
         };
         return tokens;
     }

@@ -1,6 +1,7 @@
 // Measurements of a stretch of samples.
 #include "math/lane_sums.h"
 #include "math/measure.h"
+#include "math/sliding_mean.h"
 #include "vectors.h"
 
 #include <gtest/gtest.h>
@@ -113,6 +114,67 @@ TEST(Measurements, ACrossingBetweenSingleSamples) {
             << Measure::FindCrossing(one.Samples, one.Threshold, 1);
 }
 
+// As documented, mean by mean.
+double WalkedCrossing(const std::vector<float>& samples, double threshold, std::size_t average) {
+    const std::size_t end = samples.size() - average;
+    const auto mean = [&](std::size_t at) { return Measure::MeanAt(samples, at, average); };
+    std::size_t at = 0;
+    while (at < end && mean(at) == threshold) ++at;
+    if (mean(at) == threshold) return -1.0;
+    const bool above = mean(at) > threshold;
+    const auto crossed = [&](std::size_t i) { return above ? mean(i) <= threshold : mean(i) > threshold; };
+    if (samples.size() > 10 * average)
+        while (at + average <= end && !crossed(at + average)) at += average;
+    while (++at <= end)
+        if (crossed(at))
+            return static_cast<double>(at) + static_cast<double>(average / 2) -
+                   (mean(at) - threshold) / (mean(at) - mean(at - 1));
+    return static_cast<double>(samples.size()) + 1.0;
+}
+
+// Means are carried from place to place; what they say is what each says that is summed anew.
+TEST(Measurements, ACarriedMeanCrossesWhereAFreshOneDoes) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> noise(-1.0F, 1.0F);
+    const auto made = [](std::size_t size, const auto& sample) {
+        std::vector<float> samples(size);
+        for (std::size_t i = 0; i < size; ++i) samples[i] = sample(i);
+        return samples;
+    };
+    const std::vector<std::vector<float>> signals = {
+        made(900,
+             [](std::size_t i) { return i < 700 ? (i % 2 ? 1.0F : -1.0F) : 0.25F; }), // means of exactly 0
+        made(900, [&](std::size_t) { return noise(random); }),
+        made(900, [&](std::size_t i) { return noise(random) + 0.001F * static_cast<float>(i) - 0.3F; }),
+        made(900,
+             [&](std::size_t i) { return i < 9 ? 1e17F : 0.5F + 0.1F * noise(random); }), // stays in a sum
+        made(900, [&](std::size_t i) { return (i % 2 ? 0.1F : -0.1F) + 1e-9F * noise(random); }), // no grid
+        made(900, [&](std::size_t i) { return i == 400   ? NAN
+                                              : i == 600 ? INFINITY
+                                                         : noise(random) - 0.5F; }),
+        made(900, [&](std::size_t i) { return i < 300 ? -INFINITY : 1e-40F * noise(random); }),
+        made(2000, [](std::size_t i) { return 0.1F * static_cast<float>(i % 7) - 0.3F; }),
+    };
+    for (std::size_t i = 0; i < signals.size(); ++i)
+        for (const std::size_t average : {63U, 64U, 65U, 100U, 128U, 500U, 900U})
+            for (const double threshold : {0.0, 0.45, 0.05, -0.1, 1e19, static_cast<double>(0.1F) / 3.0})
+                EXPECT_PRED3(Vectors::Near, Measure::FindCrossing(signals[i], threshold, average),
+                             WalkedCrossing(signals[i], threshold, average), 0.0)
+                    << "signal " << i << ", average " << average << ", threshold " << threshold;
+}
+
+// Each would take many seconds, mean by mean.
+TEST(Measurements, ALongAverageIsCarriedThroughALongTrace) {
+    std::vector<float> samples(300'000);
+    for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = i % 2 ? 1.0F : -1.0F;
+    EXPECT_EQ(Measure::FindCrossing(samples, 0.0, 32766), -1.0); // meets the threshold everywhere
+    EXPECT_EQ(Measure::FindCrossing(samples, 0.5, 32767), 300'001.0);
+    samples.back() = 1e9F;
+    const double mean = (1e9 - 1.0) / 32766.0, before = 0.0;
+    EXPECT_EQ(Measure::FindCrossing(samples, 0.5, 32766),
+              300'000.0 - 32766.0 + 16383.0 - (mean - 0.5) / (mean - before));
+}
+
 TEST(Measurements, AFlatBeginningIsPassedOver) {
     std::vector<float> samples(3'000'000, 0.0F); // would take minutes, mean by mean
     EXPECT_EQ(Measure::FindCrossing(samples, 0.0, 32767), -1.0);
@@ -122,10 +184,34 @@ TEST(Measurements, AFlatBeginningIsPassedOver) {
     EXPECT_EQ(Measure::FindCrossing(step, 0.0, 2), 8.0); // the mean is 0 at 7 and 1 at 8: 8 + 1 - 1 / 1
 }
 
+// What machines of every kind have to get to.
+LaneSums::Moments InLanes(const std::vector<float>& samples) {
+    constexpr std::size_t Lanes = 16;
+    struct Lane {
+        double Sum = 0, Squares = 0, ByRow = 0, ByIndex = 0;
+    } lanes[Lanes];
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        Lane& lane = lanes[i % Lanes];
+        const double y = samples[i], square = y * y, byRow = static_cast<double>(i / Lanes) * y;
+        lane.Sum += y;
+        lane.Squares += square;
+        lane.ByRow += byRow;
+    }
+    for (std::size_t i = 0; i < Lanes; ++i)
+        lanes[i].ByIndex = 16.0 * lanes[i].ByRow + static_cast<double>(i) * lanes[i].Sum;
+    for (std::size_t left = Lanes / 2; left > 0; left /= 2)
+        for (std::size_t i = 0; i < left; ++i) {
+            lanes[i].Sum += lanes[i + left].Sum;
+            lanes[i].Squares += lanes[i + left].Squares;
+            lanes[i].ByIndex += lanes[i + left].ByIndex;
+        }
+    return {lanes[0].Sum, lanes[0].Squares, lanes[0].ByIndex};
+}
+
 TEST(Measurements, LanesFindWhatALoopFinds) {
     std::mt19937 random(7);
     std::uniform_int_distribution<int> value(-40, 40);
-    for (const std::size_t size : {1U, 2U, 7U, 8U, 9U, 31U, 511U, 512U, 513U, 1500U}) {
+    for (const std::size_t size : {1U, 2U, 7U, 8U, 9U, 31U, 1023U, 1024U, 1025U, 3500U}) {
         std::vector<float> samples(size);
         for (float& y : samples) y = static_cast<float>(value(random)) / 8.0F; // sums are exact
         double sum = 0, squares = 0, above = 0, below = 0, byIndex = 0;
@@ -141,20 +227,27 @@ TEST(Measurements, LanesFindWhatALoopFinds) {
             if (samples[i] > samples[greatest]) greatest = i;
         }
         EXPECT_EQ(LaneSums::Sum(samples), sum);
-        EXPECT_EQ(LaneSums::SumOfSquares(samples), squares);
         EXPECT_EQ(LaneSums::SumAbove(samples), above);
         EXPECT_EQ(LaneSums::SumBelow(samples), below);
-        EXPECT_EQ(LaneSums::SumByIndex(samples), byIndex);
         EXPECT_EQ(LaneSums::CountNotZero(samples), notZero);
-        for (float& y : samples) y *= 1.1F; // sums are rounded, in all of them alike
-        const LaneSums::Moments moments = LaneSums::AllMoments(samples);
-        EXPECT_EQ(moments.Sum, LaneSums::Sum(samples));
-        EXPECT_EQ(moments.Squares, LaneSums::SumOfSquares(samples));
-        EXPECT_EQ(moments.ByIndex, LaneSums::SumByIndex(samples));
+        const LaneSums::Moments exact = LaneSums::AllMoments(samples);
+        EXPECT_EQ(exact.Sum, sum) << size;
+        EXPECT_EQ(exact.Squares, squares) << size;
+        EXPECT_EQ(exact.ByIndex, byIndex) << size;
+        for (float& y : samples) y *= 1.1F; // sums are rounded, step by step as promised
+        const LaneSums::Moments moments = LaneSums::AllMoments(samples), want = InLanes(samples);
+        EXPECT_EQ(moments.Sum, LaneSums::Sum(samples)) << size;
+        EXPECT_EQ(moments.Sum, want.Sum) << size;
+        EXPECT_EQ(moments.Squares, want.Squares) << size;
+        EXPECT_EQ(moments.ByIndex, want.ByIndex) << size;
         const LaneSums::Places places = LaneSums::Extremes(samples);
         EXPECT_EQ(places.Least, least) << size;
         EXPECT_EQ(places.Greatest, greatest) << size;
     }
+    std::vector<float> late(2000, NAN);
+    late[1500] = INFINITY; // the only number, and no less than the start of a search
+    EXPECT_EQ(LaneSums::Extremes(late).Least, 1500U);
+    EXPECT_EQ(LaneSums::Extremes(late).Greatest, 1500U);
     const LaneSums::Places none = LaneSums::Extremes(std::vector<float>{NAN, NAN});
     EXPECT_EQ(none.Least + none.Greatest, 0U);
 }

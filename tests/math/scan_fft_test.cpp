@@ -19,12 +19,14 @@ TEST(Scans, FindTheFirstSampleAtEveryPlace) {
             const std::size_t want = from <= place ? place : samples.size();
             EXPECT_EQ(Scan::FirstAbove(samples, from, 1.5), want);
             EXPECT_EQ(Scan::FirstOutside(samples, from, 0.5F, 1.5F), want);
+            EXPECT_EQ(Scan::FirstEqual(samples, from, 2.0F), want);
         }
         samples[place] = std::numeric_limits<float>::quiet_NaN();
         EXPECT_EQ(Scan::FirstAbove(samples, 0, 0.5), place == 0 ? 1U : 0U);
         EXPECT_EQ(Scan::FirstAbove(samples, 0, 1.5), samples.size());
         EXPECT_EQ(Scan::FirstBelow(samples, 0, 0.5), samples.size());
         EXPECT_EQ(Scan::FirstOutside(samples, 0, 0.5F, 1.5F), place);
+        EXPECT_EQ(Scan::FirstEqual(samples, place, samples[place]), samples.size());
         samples[place] = 0.25F;
         EXPECT_EQ(Scan::FirstBelow(samples, 0, 0.5), place);
         samples[place] = 1.0F;

@@ -3,7 +3,7 @@
 
 #include "base/text.h"
 #include "data/traces.h"
-#include "math/equation_words.h"
+#include "online/equation_words.h"
 #include "online/kinds.h"
 #include "online/notebook_lines.h"
 #include "online/online_edit.h"
@@ -257,13 +257,13 @@ TEST_F(OnlinePass, EquationsReadResultsAndValues) {
     Texts::ToField(At(2).OfEquation, "AMPL[1]");
     EXPECT_TRUE(std::isnan(Run({1, 1, 1})[1]));
     Engine.ProtocolValue = [](int index, double& value) { return (value = index * 10.0) != 0.0; };
-    Equation::Shared.Icon = [](std::string_view item, double& value) {
+    EquationWords::Icon = [](std::string_view item, double& value) {
         value = 5;
         return item == "a b";
     };
     Texts::ToField(At(2).OfEquation, "P[3]+ICON[a b]");
     EXPECT_EQ(Run({1, 1, 1})[1], 35.0);
-    Equation::Shared = {};
+    EquationWords::Icon = {};
     Texts::ToField(At(2).OfEquation, "F[1]+F[3]"); // compiled before there were three
     (void)Run({1, 1, 1});
     Add(OnlineKinds::Constant).OfConstant = 1.0;
@@ -310,7 +310,7 @@ TEST(OnlineTable, RowsAreDroppedOrWrap) {
         OnlineResults::StoreResult(table, value, static_cast<int>(value) + 29);
     EXPECT_EQ(OnlineResults::RowAt(table, 1)[1], 2.0);
     EXPECT_TRUE(std::isnan(OnlineResults::RowAt(table, 0)[0]));
-    EXPECT_EQ(Equation::Shared.Variables[31], 3.0); // 3.0 is kept as a value, though no column is left
+    EXPECT_EQ(Setup::Settings.Protocol.Values[31], 3.0); // 3.0 is kept as a value, though no column is left
     OnlineResults::BeginRow(table, 3);
     OnlineResults::StoreResult(table, 9.0, 33);
     EXPECT_EQ(OnlineResults::RowAt(table, 1)[0], 1.0); // dropped
