@@ -228,7 +228,7 @@ void DefineValues(DialogRecord& dialog) {
              .Name = ValueNames[at].c_str(),
              .At = {140, top, 124, 24},
              .Value = &Setup::Settings.Protocol.Values[index],
-             .Form = {.Format = NumberText::Format::Engineering, .Columns = 9},
+             .Form = {.Format = NumberText::Format::Engineering, .Columns = 7},
              .Tip = "A number that equations read as V[n]; prefixes such as m and p may be typed",
              .Anchor = Wide}};
         Dialogs::DefineRows(dialog, rows);

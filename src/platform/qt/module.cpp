@@ -106,6 +106,10 @@ void SetStatusBar(const Platform::StatusBar& bar) {
     Desktop.Main->SetStatus(bar);
 }
 
+void SetHint(std::string_view text) {
+    Desktop.Main->SetHint(Text(text));
+}
+
 void DrawLayer(Platform::WindowId window, int layer, Platform::Area bounds, Platform::Drawing drawing) {
     if (Canvas* const canvas = FindCanvas(window)) canvas->SetLayer(layer, bounds, std::move(drawing));
 }
@@ -138,6 +142,7 @@ constexpr Platform::Operations Table = {
     .SetTheme = SetTheme,
     .DesktopIsDark = DesktopIsDark,
     .SetStatusBar = SetStatusBar,
+    .SetHint = SetHint,
     .DrawLayer = DrawLayer,
     .DropLayer = DropLayer,
     .MeasureText = MeasureText,
