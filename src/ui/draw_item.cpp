@@ -175,7 +175,12 @@ void EntryFace(const Look& look) {
 }
 
 void DrawEntry(const Look& look) {
-    EntryFace(look);
+    // A text that fills its window needs no frame.
+    if (look.Item.Role == Role::Card) {
+        look.Out.Fill(look.Place, Colors().Panel);
+    } else {
+        EntryFace(look);
+    }
     if (look.Item.TextBox != 0) return; // the platform draws what is being edited
     std::string text = TextOf(look.Item);
     if (look.Item.Password) text.assign(text.size(), '*');
@@ -282,7 +287,7 @@ Color GroundOf(const DialogRecord& dialog, const DialogItem& item) {
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!HasItem(dialog, number)) continue;
         const DialogItem& card = Item(dialog, number);
-        if (card.Role == Role::Card && IsVisible(dialog, number) &&
+        if (card.Role == Role::Card && card.Kind == ItemKind::Text && IsVisible(dialog, number) &&
             card.ItemRect.Left <= item.ItemRect.Left && card.ItemRect.Right >= item.ItemRect.Right &&
             card.ItemRect.Top <= item.ItemRect.Top && card.ItemRect.Bottom >= item.ItemRect.Bottom)
             return Colors().Window;
@@ -326,7 +331,7 @@ void DrawBackground(const DialogRecord& dialog, Platform::Size size, Drawing& dr
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!HasItem(dialog, number) || !IsVisible(dialog, number)) continue;
         const DialogItem& item = Item(dialog, number);
-        if (item.Role != Role::Card) continue;
+        if (item.Role != Role::Card || item.Kind != ItemKind::Text) continue;
         const Area place = item.ItemRect.Area();
         if (place.Height <= 1) {
             drawing.Fill(place, Colors().Line);

@@ -44,9 +44,8 @@ enum Items : std::uint8_t {
     Theme,
     Line2,
     ValuesH,
-    FirstValueName,
-    FirstValue = FirstValueName + ShownValues,
-    Memory = FirstValue + ShownValues,
+    FirstValue, // name and number of each by turns
+    Memory = FirstValue + 2 * ShownValues,
     ItemTotal = Memory
 };
 
@@ -216,14 +215,14 @@ void DefineValues(DialogRecord& dialog) {
         NameNames[at] = "ValueName" + std::to_string(index);
         const double top = 274 + 28 * i;
         const Dialogs::Row rows[] = {
-            {.Number = FirstValueName + i,
+            {.Number = FirstValue + 2 * i,
              .Kind = ItemKind::FramedText,
              .Name = NameNames[at].c_str(),
              .Text = ValueNames[at].c_str(),
              .At = {16, top, 118, 24},
              .Value = &Setup::Settings.Protocol.ValueName[index],
              .Tip = "A name of your own for the value"},
-            {.Number = FirstValue + i,
+            {.Number = FirstValue + 2 * i + 1,
              .Kind = ItemKind::FramedNumber,
              .Name = ValueNames[at].c_str(),
              .At = {140, top, 124, 24},
