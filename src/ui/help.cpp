@@ -187,7 +187,7 @@ void Parse(std::string_view content) {
         }
     }
     std::erase_if(State.Sections, [](const Section& section) {
-        return NumberText::Trimmed(section.Text).empty() || section.Title.empty();
+        return section.Title.empty() || section.Text.find_first_not_of(" \t\n") == std::string::npos;
     });
     for (Section& section : State.Sections)
         while (section.Text.starts_with('\n')) section.Text.erase(0, 1);
