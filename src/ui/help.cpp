@@ -130,8 +130,7 @@ const Dialogs::Row Rows[] = {
      .At = {710, 528, 94, 26},
      .Proc = CloseHelp,
      .Tip = "Closes the help: Escape",
-     .Key = {.Class = Events::KeyClass::Special,
-             .Char = static_cast<std::uint32_t>(Platform::KeyCode::Escape)},
+     .Key = Dialogs::EscapeKey,
      .Anchor = ToRight | ToBottom,
      .Role = Dialogs::Role::Primary},
 };
