@@ -143,8 +143,7 @@ void DrawMultiCheck(const Look& look) {
     const auto set = static_cast<unsigned>(NumberOf(look.Item));
     Font small = look.Type;
     small.Size = Themes::SmallTextSize;
-    const int boxes = std::min(16, static_cast<int>(look.Place.Width) / CheckBoxStep);
-    for (int bit = 0; bit < boxes; ++bit) {
+    for (int bit = 0; bit < CheckBoxes(look.Item); ++bit) {
         const Area box{look.Place.Left + bit * CheckBoxStep, look.Place.Top + (look.Place.Height - 20) / 2,
                        22, 20};
         const bool on = (set >> bit & 1u) != 0;
@@ -178,7 +177,10 @@ void DrawEntry(const Look& look) {
     EntryFace(look);
     if (look.Item.TextBox != 0) return; // the platform draws what is being edited
     std::string text = TextOf(look.Item);
-    if (look.Item.Password) text.assign(text.size(), '*');
+    if (look.Item.Password)
+        text.assign(static_cast<std::size_t>(
+                        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; })),
+                    '*');
     const bool empty = text.empty();
     look.Out.Text(Moved(look.Place.Inset(FramePadding, 0), look.Item), empty ? look.Item.ItemText : text,
                   look.Type, look.Shade(empty ? Colors().Secondary : Colors().Text),
@@ -335,6 +337,10 @@ void DrawBackground(const DialogRecord& dialog, Platform::Size size, Drawing& dr
             drawing.Frame(place, Colors().Line, Themes::Corner);
         }
     }
+}
+
+int CheckBoxes(const DialogItem& item) {
+    return std::clamp(item.ItemRect.Width() / CheckBoxStep, 0, 16);
 }
 
 Area TextPlace(const DialogRecord& dialog, int number) {

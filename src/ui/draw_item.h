@@ -15,5 +15,6 @@ void DrawBackground(const DialogRecord& dialog, Platform::Size size, Platform::D
 
 // The boxes of a multicheck item, by bit.
 inline constexpr int CheckBoxStep = 26;
+[[nodiscard]] int CheckBoxes(const DialogItem& item); // how many there is room for
 
 }
