@@ -416,7 +416,10 @@ std::string TipAt(Platform::WindowId window, Platform::Point at, Platform::Area&
     if (number == 0) return {};
     const DialogItem& item = Item(*dialog, number);
     place = item.ItemRect.Area();
-    return item.Tip;
+    if (!item.Tip.empty()) return item.Tip;
+    // A text that is cut off is shown whole.
+    const bool cut = Platform::Ops().MeasureText(ItemFont(*dialog, item), item.ItemText).Width > place.Width;
+    return cut ? item.ItemText : std::string();
 }
 
 Platform::Cursor CursorAt(Platform::WindowId window, Platform::Point at) {
