@@ -103,6 +103,16 @@ void FindLastKey(DialogRecord& dialog) {
     }
 }
 
+void PutKey(DialogItem& item, const Shortcut& key, bool second) {
+    (second ? item.Key2 : item.Key) = Folded(key);
+}
+
+void TakeUserKeys(DialogRecord& dialog) {
+    for (const UserKey& each : dialog.UserKeys)
+        if (HasItem(dialog, each.Number)) PutKey(Item(dialog, each.Number), each.Key, each.Second);
+    FindLastKey(dialog);
+}
+
 void OpenTextBoxes(DialogRecord& dialog) {
     for (int number = 1; number <= dialog.ItemCount; ++number)
         if (HasItem(dialog, number) && Item(dialog, number).Lines) Editing::OpenBox(dialog, number);
@@ -248,13 +258,22 @@ void SetItemProc(DialogRecord& dialog, int number, ValueRef value, ItemProcedure
 
 void SetItemKey(DialogRecord& dialog, int number, const Shortcut& key) {
     if (!HasItem(dialog, number)) return;
-    Item(dialog, number).Key = Folded(key);
+    PutKey(Item(dialog, number), key, false);
     FindLastKey(dialog);
 }
 
 void SetItemKey2(DialogRecord& dialog, int number, const Shortcut& key) {
     if (!HasItem(dialog, number)) return;
-    Item(dialog, number).Key2 = Folded(key);
+    PutKey(Item(dialog, number), key, true);
+    FindLastKey(dialog);
+}
+
+void AssignKey(DialogRecord& dialog, int number, const Shortcut& key, bool second) {
+    if (!HasItem(dialog, number)) return;
+    std::erase_if(dialog.UserKeys,
+                  [&](const UserKey& each) { return each.Number == number && each.Second == second; });
+    dialog.UserKeys.push_back({number, second, key});
+    PutKey(Item(dialog, number), key, second);
     FindLastKey(dialog);
 }
 
@@ -336,7 +355,7 @@ bool OpenDialog(DialogRecord& dialog) {
     KeepBase(dialog, SizeOf(dialog.WindowRect));
     if (dialog.WasOpen) dialog.WindowRect = former;
     if (dialog.Spec.Configure != nullptr) dialog.Spec.Configure(dialog);
-    FindLastKey(dialog);
+    TakeUserKeys(dialog);
     SetPanes(dialog);
     if (!OpenWindow(dialog)) return false;
     dialog.IsOpen = true;
@@ -552,17 +571,28 @@ void SelectPage(DialogRecord& dialog, std::int16_t page) {
     UpdateDialog(dialog);
 }
 
-bool Activate(DialogRecord& dialog, int number, const Activation& how) {
+bool BeginActivation(DialogRecord& dialog, int number, const Activation& how) {
     if (!HasItem(dialog, number)) return false;
-    if (ItemHooks.Before != nullptr && !ItemHooks.Before(dialog, number)) return false;
-    const Activation outer = Current; // of the procedure that presses another item
+    const Activation former = Current;
     Current = how;
     Current.Dialog = &dialog;
     Current.Item = number;
+    if (ItemHooks.Before == nullptr || ItemHooks.Before(dialog, number)) return true;
+    Current = former;
+    return false;
+}
+
+void FinishActivation(DialogRecord& dialog, int number, bool execute) {
     RedrawItem(dialog, number);
-    if (HasItem(dialog, number) && Item(dialog, number).ItemProc != nullptr)
+    if (execute && HasItem(dialog, number) && Item(dialog, number).ItemProc != nullptr)
         Item(dialog, number).ItemProc(dialog, number);
     if (dialog.Items && ItemHooks.After != nullptr) ItemHooks.After(dialog, number);
+}
+
+bool Activate(DialogRecord& dialog, int number, const Activation& how) {
+    const Activation outer = Current; // of the procedure that presses another item
+    if (!BeginActivation(dialog, number, how)) return false;
+    FinishActivation(dialog, number);
     Current = IsListed(outer.Dialog) ? outer : Activation{};
     return true;
 }

@@ -105,6 +105,13 @@ struct NumberForm {
     bool Strict = false; // a number out of bounds is refused, instead of put to the nearest bound
 };
 
+// A shortcut that the user has given to an item.
+struct UserKey {
+    int Number = 0;
+    bool Second = false;
+    Shortcut Key{};
+};
+
 // What a part of the window is for; the theme makes colour and weight of it.
 enum class Role : std::uint8_t { Normal, Primary, Heading, Secondary, Warning, Good, Card };
 
@@ -175,6 +182,7 @@ struct DialogItem {
     // List entries; a list may share those of a tool. A disabled entry begins with "(".
     std::vector<std::string> ListEntries{};
     std::int16_t ListMaxLines = 0;
+    std::int32_t* ListSecond = nullptr;        // a second number that macros set with the entry; the tool's
     double StepSmall = 1.0, DragFactor = 0.25; // drag items
     std::int16_t DragDivisor = 2, DragInterval = 50;
     Platform::BitmapId OffscreenHandle = 0;
@@ -253,7 +261,8 @@ struct DialogRecord {
     std::string DialogName{}, DialogIDName{}, BufferName{};
     std::int16_t CurrentPage = 0;
     DialogSpec Spec{};
-    std::string KeptLayout{};      // of the last time it was open, where Arranged; as in a .dia file
+    std::string KeptLayout{}; // of the last time it was open, where Arranged; as in a .dia file
+    std::vector<UserKey> UserKeys{};
     std::vector<Rect> BaseRects{}; // places of the items at the size of BaseSize
     Platform::Size BaseSize{};
 };
@@ -274,6 +283,9 @@ void SetItemProc(DialogRecord& dialog, int number, ValueRef value, ItemProcedure
                  ItemProcedure updateProc = nullptr);
 void SetItemKey(DialogRecord& dialog, int number, const Shortcut& key);
 void SetItemKey2(DialogRecord& dialog, int number, const Shortcut& key);
+// A shortcut that the user gives to an item, open or not: it counts until the end of the program, whatever is
+// coded and whatever a .dia file says. second: of a toggle or list.
+void AssignKey(DialogRecord& dialog, int number, const Shortcut& key, bool second = false);
 void SetList(DialogRecord& dialog, int number, std::span<const char* const> entries);
 // An ID-name that another dialog has is not given twice, and the notebook says so: macros would not know
 // which dialog is meant.
@@ -344,16 +356,22 @@ struct Activation {
 };
 extern Activation Current;
 
-// Around every activation: Before may refuse, After sees what was done (the recorder of macros).
+// Around every activation, with Current set: Before may refuse, After sees what was done (the recorder of
+// macros). AfterKey: a key that the dialog's own KeyProc has taken.
 struct ActivationHooks {
     bool (*Before)(DialogRecord& dialog, int number) = nullptr;
     void (*After)(DialogRecord& dialog, int number) = nullptr;
+    void (*AfterKey)(DialogRecord& dialog, const Events::Event& event) = nullptr;
 };
 extern ActivationHooks ItemHooks;
 
 // Draws the item, runs its procedure between the hooks. False when Before refused: who has changed the value
 // for this puts it back.
 bool Activate(DialogRecord& dialog, int number, const Activation& how);
+// Its two halves, for whoever changes the value only once Before has agreed. Without execute the procedure
+// does not run.
+[[nodiscard]] bool BeginActivation(DialogRecord& dialog, int number, const Activation& how);
+void FinishActivation(DialogRecord& dialog, int number, bool execute = true);
 
 // While the toolkit tracks the mouse, it takes no other input.
 extern bool Tracking;

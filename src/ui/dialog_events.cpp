@@ -194,7 +194,10 @@ bool HandleKey(DialogRecord& dialog, const Event& event) {
     if (Editing::IsUnderWay() && Editing::IsUnderWay(dialog, dialog.CurrentItem) &&
         HandleEntryKey(dialog, event))
         return true;
-    if (dialog.Procs.KeyProc != nullptr && dialog.Procs.KeyProc(dialog, event)) return true;
+    if (dialog.Procs.KeyProc != nullptr && dialog.Procs.KeyProc(dialog, event)) {
+        if (ItemHooks.AfterKey != nullptr) ItemHooks.AfterKey(dialog, event);
+        return true;
+    }
     if (PressByKey(dialog, event, true)) return true;
     if (!dialog.Modal)
         for (DialogRecord* other = FirstDialog(); other != nullptr; other = other->NextDialog)
@@ -354,6 +357,13 @@ bool ChangeByPress(DialogRecord& dialog, int number, const std::vector<int>& gro
     }
 }
 
+}
+
+void ChooseRadio(DialogRecord& dialog, int number) {
+    for (const int other : GroupOf(dialog, number)) {
+        SetBool(Item(dialog, other), other == number);
+        RedrawItem(dialog, other);
+    }
 }
 
 void PressItem(DialogRecord& dialog, int number, Activation how, int steps) {
