@@ -109,6 +109,7 @@ constexpr CommandRow Rows[] = {
     {"merge", "Append the groups of another data set", Commands::DeclareMerge},
     {"compress", "Replace samples by the means of each so many", Commands::DeclareCompress},
     {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
+    {"run", "Play a macro over a data set, without a window", Commands::DeclareRun},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
 };
 

@@ -23,6 +23,7 @@ Procedure DeclareRebuild(CLI::App& command);
 Procedure DeclareMerge(CLI::App& command);
 Procedure DeclareCompress(CLI::App& command);
 Procedure DeclareSettings(CLI::App& command);
+Procedure DeclareRun(CLI::App& command);
 Procedure DeclareDemo(CLI::App& command);
 
 }

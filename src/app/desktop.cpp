@@ -17,6 +17,8 @@
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
 #include "ui/help.h"
+#include "ui/macro_recorder.h"
+#include "ui/macros.h"
 #include "ui/menus.h"
 #include "ui/notebook.h"
 #include "ui/theme.h"
@@ -74,10 +76,17 @@ int AskChoice(std::string_view text, const Messages::Choice& choice) {
     return Platform::Ops().Alert(spec);
 }
 
+// In the order in which they are asked for.
+std::string StatusWord() {
+    if (Macros::IsRecording()) return "recording";
+    if (Macros::IsPlaying()) return "run macro";
+    return State.Share >= 0 ? "busy" : "idle";
+}
+
 void ShowBar() {
-    const std::string word = State.Share >= 0 ? "busy" : "idle";
+    const std::string word = StatusWord();
     Platform::StatusBar bar{.Word = word,
-                            .Busy = State.Share >= 0,
+                            .Busy = word != "idle",
                             .Left = State.StatusLine,
                             .Right = "MaxSamplePoints " + std::to_string(Setup::Settings.MaxSamplePoints),
                             .Progress = State.Share};
@@ -111,6 +120,22 @@ bool BreakWanted() {
         State.BreakPressed = Events::TakeBreak();
     }
     return State.BreakPressed;
+}
+
+// On a console the program's words go where those of other commands go, and into the notebook.
+void InstallConsole() {
+    static Messages::HookTable console;
+    console = Messages::Install({});
+    Messages::HookTable hooks = console;
+    hooks.Note = [](std::string_view line) {
+        Notebook::WriteLine(line);
+        if (console.Note) console.Note(line);
+    };
+    hooks.Log = [](std::string_view line) {
+        Notebook::WriteLog(line);
+        if (console.Log) console.Log(line);
+    };
+    Messages::Install(std::move(hooks));
 }
 
 void InstallMessages() {
@@ -272,7 +297,11 @@ bool StartUp(const StartOptions& options) {
     State.Started = true;
     FrameFile::RestoreTheme();
     StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);
-    InstallMessages();
+    if (options.Console) {
+        InstallConsole();
+    } else {
+        InstallMessages();
+    }
     Dialogs::EventStep = [] { (void)EventStep(); };
     Messages::Status("Initializing Qorvanite ...");
     if (!LoadConfiguration(options)) return false;
@@ -320,16 +349,21 @@ void RunEventLoop() {
 
 void IdleStep(bool) {
     Notebook::Flush();
-    ControlWindow::SetStatus(State.Share >= 0 ? "busy" : "idle", State.Share >= 0);
+    const std::string word = StatusWord();
+    ControlWindow::SetStatus(word, word != "idle");
+    ShowBar();
+    (void)Macros::PlayStep();
     if (DataFiles::IsOpen()) RecoveryCopy::Keep(CurrentSession());
     Menus::Refresh();
 }
 
 int IdleTime() {
-    return TickTime;
+    return Macros::IsPlaying() ? 0 : TickTime;
 }
 
 bool Quit() {
+    if (Macros::IsPlaying()) Macros::StopMacro();
+    if (Macros::IsRecording()) Macros::StopRecording();
     Editing::LeaveAny();
     if (Setup::Settings.Program.VerifyExit && !AskYesNo("Quit " + Start::Program().ProgramName + " ?", true))
         return false;

@@ -12,6 +12,7 @@ struct StartOptions {
     std::string SettingsFile{}; // of the command line; may be empty
     std::string DataFile{};     // opened for analysis; may be empty
     bool Visible = true;        // with a display; else in memory
+    bool Console = false;       // alerts and questions are those of a command
 };
 
 // The whole run. The exit status.

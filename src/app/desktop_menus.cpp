@@ -9,6 +9,10 @@
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
 #include "ui/help.h"
+#include "ui/key_file.h"
+#include "ui/macro_list.h"
+#include "ui/macro_recorder.h"
+#include "ui/macros.h"
 #include "ui/menus.h"
 #include "ui/notebook.h"
 #include "windows/configuration.h"
@@ -153,7 +157,43 @@ void StoreFront() {
     }
 }
 
+// Macros
+std::string RecordText() {
+    return Macros::RecordLabel();
+}
+bool RecordsMacros() {
+    return Macros::IsRecording();
+}
+void PlayMacro() {
+    std::string path;
+    if (Platform::Ops().FileDialog({.Title = "Play Macro",
+                                    .Start = Macros::RecordedFile(),
+                                    .Pattern = "*.mac *.txt",
+                                    .Kind = "Macro file"},
+                                   path) &&
+        !path.empty())
+        (void)Macros::StartMacro(path);
+}
+
 // Help
+void ToggleKeys() {
+    Dialogs::ShowKeys = !Dialogs::ShowKeys;
+    for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
+         dialog = dialog->NextDialog)
+        Dialogs::UpdateDialog(*dialog);
+}
+std::string KeysText() {
+    return Dialogs::ShowKeys ? "Hide Keys" : "Show Keys";
+}
+void SaveKeys() {
+    if (KeyFile::Save(KeyFile::Path())) Messages::Log("Keys saved: \"" + KeyFile::Path() + "\"");
+}
+void ListItems() {
+    MacroList::ListFront(false);
+}
+void ListMacroItems() {
+    MacroList::ListFront(true);
+}
 void ShowHelp() {
     Help::ShowForFront();
 }
@@ -220,6 +260,21 @@ const Menus::Row WindowRows[] = {
 const Menus::Row HelpRows[] = {
     {.Text = "Help", .Shortcut = 'H', .Proc = ShowHelp},
     {.Text = "Show Tooltips", .Proc = ToggleTips, .Checked = ShowsTips},
+    {},
+    {.Text = "Show Keys", .Proc = ToggleKeys, .ShownText = KeysText},
+    {.Text = "List Keys", .Proc = MacroList::ListKeys},
+    {.Text = "Save Keys", .Proc = SaveKeys},
+    {},
+    {.Text = "List All Items", .Proc = ListItems},
+    {.Text = "List All Macro Items", .Proc = ListMacroItems},
+};
+const Menus::Row MacroRows[] = {
+    {.Text = "Record Macros",
+     .Proc = Macros::RecordMacros,
+     .Checked = RecordsMacros,
+     .ShownText = RecordText},
+    {.Text = "Play Macro...", .Shortcut = 'M', .Proc = PlayMacro},
+    {.Text = "Stop Macro", .Proc = Macros::StopMacro, .Enabled = Macros::IsPlaying},
 };
 
 }
@@ -231,6 +286,7 @@ void Make() {
     Menus::Add("Edit", EditRows);
     Menus::Add("File Format", FileFormat, false);
     Menus::Add("Notebook", NotebookRows);
+    Menus::Add("Macros", MacroRows);
     Menus::Add("Windows", WindowRows);
     int index = 0;
     for (const Tools::WindowRow& row : Tools::MenuOrder())

@@ -7,6 +7,7 @@
 #include "base/number_text.h"
 #include "online/equation_words.h"
 #include "ui/help.h"
+#include "ui/key_file.h"
 #include "ui/notebook.h"
 #include "windows/configuration.h"
 #include "windows/control_window.h"
@@ -31,6 +32,11 @@ bool MakeMenus() {
     return true;
 }
 
+bool LoadKeys() {
+    (void)KeyFile::Load(KeyFile::Path()); // a start without one is none the worse
+    return true;
+}
+
 bool RestorePlaces() {
     FrameFile::Restore();
     return true;
@@ -47,6 +53,7 @@ constexpr Tool Order[] = {
     {"Loading help file ...", LoadHelp},
     {"Initializing Menus ...", MakeMenus},
     {nullptr, RestorePlaces},
+    {"Loading Macros ...", LoadKeys},
 };
 
 // Beside a tool that asks for an equation, the editor is a calculator: what was done goes to the notebook.

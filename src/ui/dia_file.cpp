@@ -6,6 +6,8 @@
 #include "base/places.h"
 #include "base/text.h"
 #include "setup/settings.h"
+#include "ui/dialog_events.h"
+#include "ui/item_value.h"
 
 #include <algorithm>
 #include <array>
@@ -23,14 +25,19 @@ using Dialogs::Rect;
 constexpr std::int64_t FileBytesMax = 16'000'000; // 32766 items take 10 million
 constexpr std::uint8_t LittleMark = 1, BigMark = 0;
 constexpr std::int32_t PlaceMost = 32000;
+constexpr std::int32_t WindowWidthLeast = 40, WindowHeightLeast = 20; // a smaller one cannot be used
+constexpr std::int16_t TextLengthMost = Dialogs::ValueTextMax;
+constexpr std::size_t NameBytes = 80;
 
 // Fields of a record at their places. One list of steps serves both directions; a foreign file is swapped.
+// What lies beyond the end of a record that is shorter leaves its value as it is.
 struct Fields {
     std::span<std::byte> Record;
     bool Write = false, Swap = false;
 
     template <class T>
     void Number(std::size_t at, T& value) const {
+        if (at + sizeof value > Record.size()) return;
         if (Write) {
             Bytes::Store(&Record[at], value);
             return;
@@ -44,6 +51,7 @@ struct Fields {
         value = byte != 0;
     }
     void Text(std::size_t at, std::size_t bytes, std::string& value) const {
+        if (at + bytes > Record.size()) return;
         const std::span<char> field{reinterpret_cast<char*>(&Record[at]), bytes};
         if (Write) {
             Texts::ToField(field, Texts::CutUtf8(value, bytes - 1));
@@ -79,22 +87,28 @@ struct Fields {
             Number(at + 2 * i, parts[i]);
         }
         Number(at + 6, set);
-        if (Write) return;
+        if (Write || at + 7 > Record.size()) return;
         color.reset();
         const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(parts[i] >> 8); };
         if (set != 0) color = Platform::Color{byte(0), byte(1), byte(2), 255};
     }
 };
 
+// A key has one byte for its character: one beyond that is not stored, and the coded one stays.
+void KeyField(const Fields& fields, std::size_t classAt, std::size_t charAt, Dialogs::Shortcut& key) {
+    auto keyClass = static_cast<std::uint8_t>(key.Class);
+    auto keyChar = static_cast<std::uint8_t>(key.Char <= 255 ? key.Char : 0);
+    fields.Number(classAt, keyClass);
+    fields.Number(charAt, keyChar);
+    const auto read = static_cast<Events::KeyClass>(keyClass);
+    if (fields.Write || read > Events::KeyClass::Special) return;
+    if (read >= Events::KeyClass::Printable && keyChar == 0) return;
+    key.Class = read;
+    key.Char = keyChar;
+}
+
 void KeyFields(const Fields& fields, DialogItem& item) {
-    auto keyClass = static_cast<std::uint8_t>(item.Key.Class);
-    auto keyChar = static_cast<std::uint8_t>(item.Key.Char <= 255 ? item.Key.Char : 0);
-    fields.Number(80, keyClass);
-    fields.Number(81, keyChar);
-    if (!fields.Write && keyClass <= static_cast<std::uint8_t>(Events::KeyClass::Special)) {
-        item.Key.Class = static_cast<Events::KeyClass>(keyClass);
-        item.Key.Char = keyChar;
-    }
+    KeyField(fields, 80, 81, item.Key);
     fields.Flag(82, item.Executable);
     fields.Flag(83, item.Visible);
     fields.Flag(84, item.Enabled);
@@ -125,16 +139,8 @@ void KindFields(const Fields& fields, DialogItem& item) {
     case ItemKind::TrueFalse:
     case ItemKind::HighLow:
     case ItemKind::List: {
-        auto keyChar = static_cast<std::uint8_t>(item.Key2.Char <= 255 ? item.Key2.Char : 0);
-        auto keyClass = static_cast<std::uint8_t>(item.Key2.Class);
-        fields.Within<std::int16_t>(232, item.TextLength, 0,
-                                    static_cast<std::int16_t>(Dialogs::ValueTextMax));
-        fields.Number(234, keyChar);
-        fields.Number(235, keyClass);
-        if (!fields.Write && keyClass <= static_cast<std::uint8_t>(Events::KeyClass::Special)) {
-            item.Key2.Class = static_cast<Events::KeyClass>(keyClass);
-            item.Key2.Char = keyChar;
-        }
+        fields.Within<std::int16_t>(232, item.TextLength, 0, TextLengthMost);
+        KeyField(fields, 235, 234, item.Key2);
         break;
     }
     default: break;
@@ -143,7 +149,7 @@ void KindFields(const Fields& fields, DialogItem& item) {
 
 void RecordFields(const Fields& fields, DialogItem& item) {
     std::string name = item.ItemName;
-    fields.Text(0, 80, name); // what a record is found by is not what it changes
+    fields.Text(0, NameBytes, name); // what a record is found by is not what it changes
     KeyFields(fields, item);
     fields.Text(86, 80, item.ItemText);
     fields.Text(166, 8, item.UnitText);
@@ -160,9 +166,9 @@ void RecordFields(const Fields& fields, DialogItem& item) {
     fields.Within<std::uint8_t>(186, format, 0, 4);
     item.NumberFormat = static_cast<NumberText::Format>(format);
     fields.Number(187, item.NumberOption);
-    if (kind == static_cast<std::uint8_t>(item.Kind)) {
-        fields.Within<std::int16_t>(190, item.TextLength, 0,
-                                    static_cast<std::int16_t>(Dialogs::ValueTextMax));
+    // A file that does not say the kind means the item's.
+    if (kind == 0 || kind == static_cast<std::uint8_t>(item.Kind)) {
+        if (Dialogs::IsTextItem(item)) fields.Within<std::int16_t>(190, item.TextLength, 1, TextLengthMost);
         KindFields(fields, item);
     }
     fields.Within<std::int16_t>(192, item.Digits, 0, 15);
@@ -181,7 +187,10 @@ struct Header {
 
 void WindowFields(const Fields& fields, DialogRecord& dialog) {
     fields.Flag(17, dialog.KeepScale);
-    fields.Place(24, dialog.WindowRect);
+    Rect window = dialog.WindowRect;
+    fields.Place(24, window);
+    if (window.Width() >= WindowWidthLeast && window.Height() >= WindowHeightLeast)
+        dialog.WindowRect = window;
     std::int32_t state = dialog.WindowState;
     fields.Number(40, state);
     dialog.WindowState = static_cast<std::int16_t>(state);
@@ -211,7 +220,8 @@ bool HeaderAgrees(const DialogRecord& dialog, const std::string& file, std::span
     fields.Number(0, read.Version);
     fields.Number(4, read.HeaderLength);
     fields.Number(8, read.RecordLength);
-    if (read.HeaderLength != HeaderBytes || read.RecordLength < 16 || read.RecordLength > 1'000'000) {
+    if (read.HeaderLength != HeaderBytes || read.RecordLength < static_cast<std::int32_t>(NameBytes) ||
+        read.RecordLength > 1'000'000) {
         Messages::Alert("Header Length conflict loading " + WithQuotes(file) + " loading aborted.");
         return false;
     }
@@ -230,16 +240,14 @@ void TakeRecords(DialogRecord& dialog, std::span<std::byte> records, const Heade
     const auto length = static_cast<std::size_t>(header.RecordLength);
     int next = 0;
     for (std::size_t at = 0; at + length <= records.size(); at += length) {
-        std::array<std::byte, RecordBytes> record{};
-        std::copy_n(&records[at], std::min(length, record.size()), record.begin());
-        const Fields fields{record, false, swap};
+        const Fields fields{records.subspan(at, std::min<std::size_t>(length, RecordBytes)), false, swap};
         if (at == 0) {
             RecordFields(fields, Dialogs::Item(dialog, 0));
             next = 1;
             continue;
         }
         std::string name;
-        fields.Text(0, 80, name);
+        fields.Text(0, NameBytes, name);
         const int number = ItemOf(dialog, next, name);
         if (number != 0) RecordFields(fields, Dialogs::Item(dialog, number));
         next = (number != 0 ? number : next) + 1;
@@ -270,9 +278,7 @@ std::string PathOf(const DialogRecord& dialog) {
     return folder + name + ".dia";
 }
 
-bool Store(DialogRecord& dialog, const std::string& file) {
-    if (!CanStore(dialog, "Error: this dialog cannot be stored!", true)) return false;
-    const std::string path = file.empty() ? PathOf(dialog) : file;
+std::string Image(DialogRecord& dialog) {
     std::vector<std::byte> content(static_cast<std::size_t>(HeaderBytes) +
                                    (static_cast<std::size_t>(dialog.ItemCount) + 1) * RecordBytes);
     Header header{.Version = dialog.Version};
@@ -288,14 +294,27 @@ bool Store(DialogRecord& dialog, const std::string& file) {
     for (int number = 0; number <= dialog.ItemCount; ++number) {
         const std::size_t at =
             static_cast<std::size_t>(HeaderBytes) + static_cast<std::size_t>(number) * RecordBytes;
-        RecordFields({std::span(content).subspan(at, RecordBytes), true, false},
-                     Dialogs::Item(dialog, number));
+        // Scrolled items are stored where they stand at rest.
+        DialogItem& item = Dialogs::Item(dialog, number);
+        const Rect place = item.ItemRect;
+        if (item.ScrollFrame != 0) {
+            const int offset = Dialogs::ScrollOffset(dialog, item.ScrollFrame);
+            item.ItemRect.Top += offset;
+            item.ItemRect.Bottom += offset;
+        }
+        RecordFields({std::span(content).subspan(at, RecordBytes), true, false}, item);
+        item.ItemRect = place;
     }
+    return {reinterpret_cast<const char*>(content.data()), content.size()};
+}
+
+bool Store(DialogRecord& dialog, const std::string& file) {
+    if (!CanStore(dialog, "Error: this dialog cannot be stored!", true)) return false;
+    const std::string path = file.empty() ? PathOf(dialog) : file;
     int error = path.empty() ? ENOENT : 0;
     if (error == 0 && file.empty() && Setup::Settings.Files.DiaFilesPath.empty())
         error = Places::EnsureFolder(Places::ConfigFolder());
-    if (error == 0)
-        error = Files::WriteWhole(path, {reinterpret_cast<const char*>(content.data()), content.size()});
+    if (error == 0) error = Files::WriteWhole(path, Image(dialog));
     if (error == 0) return true;
     Messages::Alert("Error storing '" + path + "':   " + Files::ErrorText(error));
     return false;
@@ -307,7 +326,7 @@ bool Load(DialogRecord& dialog, const std::string& file, Report report) {
     std::string content;
     int error = path.empty() ? ENOENT : Files::ReadWhole(path, FileBytesMax, content);
     if (error == ENOENT && report == Report::Silent) return false;
-    if (error == 0 && content.size() < static_cast<std::size_t>(HeaderBytes) + 16) error = EIO;
+    if (error == 0 && content.size() < static_cast<std::size_t>(HeaderBytes) + NameBytes) error = EIO;
     if (error != 0) {
         Messages::Alert("Error loading '" + path + "':   " + Files::ErrorText(error));
         return false;
@@ -323,6 +342,13 @@ bool Load(DialogRecord& dialog, const std::string& file, Report report) {
     WindowFields({bytes.first(HeaderBytes), false, swap}, dialog);
     TakeRecords(dialog, bytes.subspan(HeaderBytes), header, swap);
     return true;
+}
+
+void TakeImage(DialogRecord& dialog, std::string image) {
+    if (!dialog.Items || image.size() < static_cast<std::size_t>(HeaderBytes)) return;
+    const std::span bytes{reinterpret_cast<std::byte*>(image.data()), image.size()};
+    WindowFields({bytes.first(HeaderBytes), false, false}, dialog);
+    TakeRecords(dialog, bytes.subspan(HeaderBytes), {}, false);
 }
 
 }

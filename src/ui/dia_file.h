@@ -28,4 +28,9 @@ enum class Report : std::uint8_t {
 // byte order or version is loaded if the user says so.
 [[nodiscard]] bool Load(Dialogs::DialogRecord& dialog, const std::string& file, Report report);
 
+// What Store writes, and how an open dialog that closes keeps its layout for the next time. An image is of
+// this machine and of the same dialog; it is taken without a question.
+[[nodiscard]] std::string Image(Dialogs::DialogRecord& dialog);
+void TakeImage(Dialogs::DialogRecord& dialog, std::string image);
+
 }

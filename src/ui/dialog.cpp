@@ -3,10 +3,11 @@
 #include "base/messages.h"
 #include "base/text.h"
 #include "ui/dia_file.h"
+#include "ui/dialog_events.h"
 #include "ui/draw_item.h"
 #include "ui/editing.h"
 #include "ui/item_value.h"
-#include "ui/theme.h"
+#include "ui/tracking.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,6 +34,12 @@ std::string BufferNameOf(const DialogSpec& spec) {
     return name.substr(0, Buffer::NameMax);
 }
 
+bool IsListed(const DialogRecord* dialog) {
+    const DialogRecord* each = First;
+    while (each != nullptr && each != dialog) each = each->NextDialog;
+    return each != nullptr;
+}
+
 std::string Quoted(std::string_view text) {
     return "\"" + std::string(text) + "\"";
 }
@@ -44,11 +51,21 @@ Rect RectOf(Platform::Area area) {
     return rect;
 }
 
-void KeepBase(DialogRecord& dialog) {
+void KeepBase(DialogRecord& dialog, Platform::Size size) {
     dialog.BaseRects.clear();
     for (const DialogItem& item : *dialog.Items) dialog.BaseRects.push_back(item.ItemRect);
-    dialog.BaseSize = {static_cast<double>(dialog.WindowRect.Width()),
-                       static_cast<double>(dialog.WindowRect.Height())};
+    dialog.BaseSize = size;
+}
+
+Platform::Size SizeOf(const Rect& rect) {
+    return {static_cast<double>(rect.Width()), static_cast<double>(rect.Height())};
+}
+
+// A shortcut for any modifier is kept in upper case.
+Shortcut Folded(Shortcut key) {
+    if (key.AnyModifier && key.Class == Events::KeyClass::Printable && key.Char >= 'a' && key.Char <= 'z')
+        key.Char -= 'a' - 'A';
+    return key;
 }
 
 void MakeItems(DialogRecord& dialog) {
@@ -64,7 +81,18 @@ void MakeItems(DialogRecord& dialog) {
     dialog.CurrentItem = 0;
     dialog.WindowRect = RectOf(dialog.Spec.Place);
     if (dialog.Spec.Define != nullptr) dialog.Spec.Define(dialog);
-    KeepBase(dialog);
+}
+
+// The items as coded, with the values that they kept themselves.
+void MakeItemsAgain(DialogRecord& dialog) {
+    const std::vector<DialogItem> before(dialog.Items->begin(), dialog.Items->end());
+    MakeItems(dialog);
+    for (std::size_t i = 1; i < before.size(); ++i) {
+        DialogItem& item = (*dialog.Items)[i];
+        if (item.Kind != before[i].Kind || item.ItemName != before[i].ItemName) continue;
+        item.OwnValue = before[i].OwnValue;
+        item.OwnText = before[i].OwnText;
+    }
 }
 
 void FindLastKey(DialogRecord& dialog) {
@@ -76,10 +104,7 @@ void FindLastKey(DialogRecord& dialog) {
 }
 
 void PutKey(DialogItem& item, const Shortcut& key, bool second) {
-    Shortcut& place = second ? item.Key2 : item.Key;
-    place = key;
-    if (key.AnyModifier && key.Class == Events::KeyClass::Printable && key.Char >= 'a' && key.Char <= 'z')
-        place.Char = key.Char - 'a' + 'A';
+    (second ? item.Key2 : item.Key) = Folded(key);
 }
 
 void TakeUserKeys(DialogRecord& dialog) {
@@ -102,12 +127,11 @@ void SetPanes(DialogRecord& dialog) {
 
 bool OpenWindow(DialogRecord& dialog) {
     const DialogSpec& spec = dialog.Spec;
-    const Platform::Size content{static_cast<double>(dialog.WindowRect.Width()),
-                                 static_cast<double>(dialog.WindowRect.Height())};
+    const Platform::Size content = SizeOf(dialog.WindowRect);
     const bool hasLeast = spec.Least.Width > 0 && spec.Least.Height > 0;
     Platform::WindowSpec window{
         .Kind = spec.Window,
-        .Title = dialog.DialogName,
+        .Title = TitleOf(dialog),
         .Name = dialog.DialogIDName.empty() ? dialog.DialogName : dialog.DialogIDName,
         .Content = content,
         .Least = hasLeast ? spec.Least : Platform::Size{spec.Place.Width, spec.Place.Height},
@@ -128,8 +152,9 @@ bool SetupDialogBuffer(DialogRecord& dialog, const DialogSpec& spec) {
         Messages::Alert("Cannot initialize " + Quoted(spec.Title) + ": already open!");
         return false;
     }
-    if (Buffer::Exists(name)) {
-        Messages::Alert("Dialog buffer " + Quoted(name) + " already exists!");
+    if (dialog.Items || Buffer::Exists(name)) {
+        Messages::Alert("Dialog buffer " + Quoted(dialog.Items ? dialog.BufferName : name) +
+                        " already exists!");
         return false;
     }
     if (spec.Count < 0 || spec.Count > 32766) return false;
@@ -158,11 +183,13 @@ bool SetupDialogBuffer(DialogRecord& dialog, const DialogSpec& spec) {
     First = &dialog;
     SetDialogProcs(dialog, spec.Procs, spec.IDName);
     MakeItems(dialog);
+    KeepBase(dialog, SizeOf(dialog.WindowRect));
     return true;
 }
 
 void DisposeDialog(DialogRecord& dialog) {
-    if (dialog.IsOpen) CloseDialog(dialog);
+    CloseDialog(dialog);
+    Forget(dialog);
     for (DialogRecord** link = &First; *link != nullptr; link = &(*link)->NextDialog) {
         if (*link != &dialog) continue;
         *link = dialog.NextDialog;
@@ -178,18 +205,18 @@ void DisposeAll() {
     while (First != nullptr) DisposeDialog(*First);
 }
 
-void SetItem(DialogRecord& dialog, int number, ItemKind kind, std::string_view name, bool macroFlag,
+bool SetItem(DialogRecord& dialog, int number, ItemKind kind, std::string_view name, bool macroFlag,
              std::string_view text, int left, int top, int width, int height) {
-    if (number < 1 || number > dialog.ItemCount) return;
+    if (!dialog.Items || number < 1 || number > dialog.ItemCount) return false;
     const std::string where = dialog.DialogName + "[" + std::to_string(number) + "]: ";
     if (name.empty() && dialog.NamesRequired) {
         Messages::Note(where + "ItemName cannot be empty.");
-        return;
+        return false;
     }
     for (int other = 1; other < number && !name.empty(); ++other) {
         if (Item(dialog, other).ItemName != name) continue;
         Messages::Note(where + "same name as item[" + std::to_string(other) + "]: " + Quoted(name));
-        return;
+        return false;
     }
     DialogItem item = (*dialog.Items)[0];
     item.Kind = kind;
@@ -199,6 +226,7 @@ void SetItem(DialogRecord& dialog, int number, ItemKind kind, std::string_view n
     item.ItemRect = RectOf({static_cast<double>(left), static_cast<double>(top), static_cast<double>(width),
                             static_cast<double>(height)});
     (*dialog.Items)[static_cast<std::size_t>(number)] = std::move(item);
+    return true;
 }
 
 void SetItemNumber(DialogRecord& dialog, int number, const NumberForm& form, ValueKind kind) {
@@ -257,24 +285,24 @@ void SetList(DialogRecord& dialog, int number, std::span<const char* const> entr
 void SetDialogProcs(DialogRecord& dialog, const DialogProcs& procs, std::string_view idName) {
     if (idName.find_first_of(" \"") != std::string_view::npos)
         Messages::Note("ID-name " + Quoted(idName) + " should not contain quotes or spaces!");
-    for (const DialogRecord* other = First; other != nullptr && !idName.empty(); other = other->NextDialog) {
-        if (other == &dialog || !Texts::SameFolded(other->DialogIDName, idName)) continue;
-        std::string text = "ID-name " + Quoted(idName) + " (" + dialog.DialogName + ") is already taken: ";
-        for (const DialogRecord* each = First; each != nullptr; each = each->NextDialog)
-            text += "\n  " + each->DialogIDName + " -> " + each->DialogName;
-        Messages::Note(text);
-        break;
-    }
     dialog.Procs = procs;
-    dialog.DialogIDName = Texts::CutUtf8(idName, TextMax);
+    dialog.DialogIDName.clear();
+    if (FindDialog(idName) == nullptr) {
+        dialog.DialogIDName = Texts::CutUtf8(idName, TextMax);
+        return;
+    }
+    std::string text = "ID-name " + Quoted(idName) + " (" + dialog.DialogName + ") is already taken: ";
+    for (const DialogRecord* each = First; each != nullptr; each = each->NextDialog)
+        if (!each->DialogIDName.empty()) text += "\n  " + each->DialogIDName + " -> " + each->DialogName;
+    Messages::Note(text);
 }
 
 void DefineRows(DialogRecord& dialog, std::span<const Row> rows) {
     for (const Row& row : rows) {
-        SetItem(dialog, row.Number, row.Kind, row.Name, row.Macro, row.Text, static_cast<int>(row.At.Left),
-                static_cast<int>(row.At.Top), static_cast<int>(row.At.Width),
-                static_cast<int>(row.At.Height));
-        if (!HasItem(dialog, row.Number)) continue;
+        if (!SetItem(dialog, row.Number, row.Kind, row.Name, row.Macro, row.Text,
+                     static_cast<int>(row.At.Left), static_cast<int>(row.At.Top),
+                     static_cast<int>(row.At.Width), static_cast<int>(row.At.Height)))
+            continue;
         DialogItem& item = Item(dialog, row.Number);
         SetItemNumber(dialog, row.Number, row.Form, row.Value.Kind);
         if (row.Value.Kind == ValueKind::String)
@@ -286,8 +314,8 @@ void DefineRows(DialogRecord& dialog, std::span<const Row> rows) {
         item.Password = row.Password;
         if (row.FontNumber != 0) item.FontNumber = row.FontNumber;
         if (row.FontSize != 0) item.FontSize = row.FontSize;
-        item.Key = row.Key;
-        item.Key2 = row.Key2;
+        item.Key = Folded(row.Key);
+        item.Key2 = Folded(row.Key2);
         item.Role = row.Role;
         item.Lines = row.Lines;
     }
@@ -315,20 +343,25 @@ bool OpenDialog(DialogRecord& dialog) {
         BringToFront(dialog);
         return true;
     }
-    if (!dialog.Items) return false;
-    MakeItems(dialog);
-    if (dialog.Spec.LoadDia && dialog.Storable) {
-        if (DiaFile::Load(dialog, {}, DiaFile::Report::Silent)) {
-            KeepBase(dialog);
-        } else {
-            MakeItems(dialog);
-        }
+    if (!dialog.Items || dialog.Closing) return false;
+    const Rect former = dialog.WindowRect;
+    MakeItemsAgain(dialog);
+    // A layout that does not load changes nothing: the coded one stands.
+    if (!dialog.KeptLayout.empty()) {
+        DiaFile::TakeImage(dialog, dialog.KeptLayout);
+    } else if (dialog.Spec.LoadDia && dialog.Storable) {
+        (void)DiaFile::Load(dialog, {}, DiaFile::Report::Silent);
     }
+    KeepBase(dialog, SizeOf(dialog.WindowRect));
+    if (dialog.WasOpen) dialog.WindowRect = former;
     if (dialog.Spec.Configure != nullptr) dialog.Spec.Configure(dialog);
     TakeUserKeys(dialog);
     SetPanes(dialog);
     if (!OpenWindow(dialog)) return false;
     dialog.IsOpen = true;
+    dialog.WasOpen = true;
+    static int opened = 0;
+    dialog.OpenOrder = ++opened;
     FitToWindow(dialog);
     OpenTextBoxes(dialog);
     UpdateDialog(dialog);
@@ -336,11 +369,14 @@ bool OpenDialog(DialogRecord& dialog) {
 }
 
 void CloseDialog(DialogRecord& dialog) {
-    if (!dialog.IsOpen) return;
+    if (!dialog.IsOpen || dialog.Closing) return;
     Editing::Leave(dialog);
+    if (!dialog.IsOpen) return; // the procedure of what was entered has closed it
+    dialog.Closing = true;
     if (dialog.Procs.CloseProc != nullptr) dialog.Procs.CloseProc(dialog, {});
-    if (!dialog.IsOpen) return;
+    dialog.Closing = false;
     Editing::CloseBoxes(dialog);
+    if (dialog.Arranged) dialog.KeptLayout = DiaFile::Image(dialog);
     Platform::Ops().CloseWindow(dialog.WindowHandle);
     dialog.WindowHandle = 0;
     dialog.IsOpen = false;
@@ -363,7 +399,12 @@ void BringToFront(DialogRecord& dialog) {
 }
 
 void SetAside(DialogRecord& dialog, std::string_view aside) {
-    if (dialog.IsOpen) Platform::Ops().SetTitle(dialog.WindowHandle, dialog.DialogName, aside);
+    if (dialog.IsOpen) Platform::Ops().SetTitle(dialog.WindowHandle, TitleOf(dialog), aside);
+}
+
+std::string TitleOf(const DialogRecord& dialog) {
+    const bool own = dialog.Items && !Item(dialog, 0).ItemText.empty();
+    return own ? Item(dialog, 0).ItemText : dialog.DialogName;
 }
 
 void UpdateDialog(DialogRecord& dialog) {
@@ -384,6 +425,7 @@ void RedrawItem(DialogRecord& dialog, int number) {
         return;
     }
     if (item.UpdateProc != nullptr) item.UpdateProc(dialog, number);
+    if (!dialog.IsOpen) return;
     const Platform::Area place = item.ItemRect.Area();
     Platform::Drawing drawing;
     const bool clipped = item.ScrollFrame != 0 && HasItem(dialog, item.ScrollFrame);
@@ -394,14 +436,25 @@ void RedrawItem(DialogRecord& dialog, int number) {
         item.DrawProc(dialog, number, own, {place.Width, place.Height});
         drawing.Inside(place, own);
     }
+    if (ShowKeys && item.Key.IsSet()) DrawKey(item, drawing);
     if (clipped) drawing.Unclip();
     Platform::Ops().DrawLayer(dialog.WindowHandle, number, place.Inset(-FocusMargin, -FocusMargin),
                               std::move(drawing));
     Editing::ShowBox(dialog, number, true);
 }
 
+void KeepLayout(DialogRecord& dialog) {
+    if (!dialog.IsOpen) return;
+    KeepBase(dialog, Platform::Ops().ContentSize(dialog.WindowHandle));
+    dialog.Arranged = true;
+}
+
 void FitToWindow(DialogRecord& dialog) {
     if (!dialog.IsOpen || dialog.BaseRects.size() != dialog.Items->size()) return;
+    std::vector<std::pair<int, int>> scrolled;
+    for (int number = 1; number <= dialog.ItemCount; ++number)
+        if (const int offset = IsScrollFrame(dialog, number) ? ScrollOffset(dialog, number) : 0; offset != 0)
+            scrolled.emplace_back(number, offset);
     const Platform::Size size = Platform::Ops().ContentSize(dialog.WindowHandle);
     const auto more = [](double now, double before) {
         return static_cast<std::int32_t>(std::lround(now - before));
@@ -423,6 +476,7 @@ void FitToWindow(DialogRecord& dialog) {
         rect.Bottom = std::max(rect.Bottom, rect.Top);
         item.ItemRect = rect;
     }
+    for (const auto& [frame, offset] : scrolled) ScrollTo(dialog, frame, offset);
 }
 
 bool HasItem(const DialogRecord& dialog, int number) {
@@ -519,6 +573,7 @@ void SelectPage(DialogRecord& dialog, std::int16_t page) {
 }
 
 bool BeginActivation(DialogRecord& dialog, int number, const Activation& how) {
+    if (!HasItem(dialog, number)) return false;
     const Activation former = Current;
     Current = how;
     Current.Dialog = &dialog;
@@ -536,9 +591,19 @@ void FinishActivation(DialogRecord& dialog, int number, bool execute) {
 }
 
 bool Activate(DialogRecord& dialog, int number, const Activation& how) {
+    const Activation outer = Current; // of the procedure that presses another item
     if (!BeginActivation(dialog, number, how)) return false;
     FinishActivation(dialog, number);
+    Current = IsListed(outer.Dialog) ? outer : Activation{};
     return true;
+}
+
+DialogRecord* ModalDialog() {
+    DialogRecord* found = nullptr;
+    for (DialogRecord* dialog = First; dialog != nullptr; dialog = dialog->NextDialog)
+        if (dialog->IsOpen && dialog->Modal && (found == nullptr || dialog->OpenOrder > found->OpenOrder))
+            found = dialog;
+    return found;
 }
 
 }

@@ -207,6 +207,7 @@ struct DialogItem {
     Dialogs::Role Role = Role::Normal;
     std::string Tip{};
     Platform::TextBoxId TextBox = 0; // of an EditText that is always open
+    std::string BoxText{};           // what box and value agreed on last
     std::string OwnText{};           // the value where ValuePointer names none and the kind has a text
     double OwnValue = 0;             // likewise for numbers, in the shape of ValueKind
 };
@@ -254,6 +255,10 @@ struct DialogRecord {
     std::int16_t LastKeyItem = 0; // the highest with a key
     bool IsOpen = false, CanBeFront = true, Modal = false, NamesRequired = false, Storable = true;
     bool KeepScale = false, WasVisible = false;
+    bool WasOpen = false;  // since it was set up: WindowRect is where the user left it
+    bool Closing = false;  // CloseProc runs
+    bool Arranged = false; // the user has changed the layout since it was set up
+    int OpenOrder = 0;     // the highest of all open dialogs was opened last
     Platform::WindowId WindowHandle = 0;
     std::vector<bool> ItemRegion{}; // true: the item is locked
     DialogRecord* NextDialog = nullptr;
@@ -265,6 +270,7 @@ struct DialogRecord {
     std::string DialogName{}, DialogIDName{}, BufferName{};
     std::int16_t CurrentPage = 0;
     DialogSpec Spec{};
+    std::string KeptLayout{}; // of the last time it was open, where Arranged; as in a .dia file
     std::vector<UserKey> UserKeys{};
     std::vector<Rect> BaseRects{}; // places of the items at the size of BaseSize
     Platform::Size BaseSize{};
@@ -277,9 +283,9 @@ struct DialogRecord {
 void DisposeDialog(DialogRecord& dialog);
 void DisposeAll(); // of the shutdown
 
-// Makes one item of item 0. An item whose name an earlier one has, or that has none where names are required,
-// is not made, and the notebook says so.
-void SetItem(DialogRecord& dialog, int number, ItemKind kind, std::string_view name, bool macroFlag,
+// Makes one item of item 0. False: an item whose name an earlier one has, or that has none where names are
+// required, is not made, and the notebook says so; a number outside of the array is ignored.
+bool SetItem(DialogRecord& dialog, int number, ItemKind kind, std::string_view name, bool macroFlag,
              std::string_view text, int left, int top, int width, int height);
 void SetItemNumber(DialogRecord& dialog, int number, const NumberForm& form, ValueKind kind);
 void SetItemProc(DialogRecord& dialog, int number, ValueRef value, ItemProcedure itemProc,
@@ -290,13 +296,16 @@ void SetItemKey2(DialogRecord& dialog, int number, const Shortcut& key);
 // coded and whatever a .dia file says. second: of a toggle or list.
 void AssignKey(DialogRecord& dialog, int number, const Shortcut& key, bool second = false);
 void SetList(DialogRecord& dialog, int number, std::span<const char* const> entries);
+// An ID-name that another dialog has is not given twice, and the notebook says so: macros would not know
+// which dialog is meant.
 void SetDialogProcs(DialogRecord& dialog, const DialogProcs& procs, std::string_view idName);
 // All of the above for rows of a table: Define what a .dia file may change, Configure the rest.
 void DefineRows(DialogRecord& dialog, std::span<const Row> rows);
 void ConfigureRows(DialogRecord& dialog, std::span<const Row> rows);
 
-// Defines the items, opens the window and draws it. A dialog that is open comes to the front. False after an
-// alert.
+// Defines the items, opens the window and draws it. A dialog that is open comes to the front; one that was
+// open before comes up where it was, with the layout and the private values it had. False when there is no
+// window.
 [[nodiscard]] bool OpenDialog(DialogRecord& dialog);
 // The window goes, after CloseProc; the items stay. An entry that is under way is stored first.
 void CloseDialog(DialogRecord& dialog);
@@ -314,6 +323,10 @@ void UpdateDialog(DialogRecord& dialog); // draws everything anew, values refres
 void RedrawItem(DialogRecord& dialog, int number);
 // After the window was sized: items keep their distance from the edges they hold on to.
 void FitToWindow(DialogRecord& dialog);
+// After the user has changed places or looks of items: they hold for the window's present size, and outlive
+// it.
+void KeepLayout(DialogRecord& dialog);
+[[nodiscard]] std::string TitleOf(const DialogRecord& dialog); // the user's, else DialogName
 
 [[nodiscard]] bool HasItem(const DialogRecord& dialog, int number); // 1 to ItemCount, and made
 [[nodiscard]] DialogItem& Item(DialogRecord& dialog, int number);   // HasItem must hold, or number be 0
@@ -361,7 +374,8 @@ struct ActivationHooks {
 };
 extern ActivationHooks ItemHooks;
 
-// Draws the item, runs its procedure between the hooks. False when Before refused.
+// Draws the item, runs its procedure between the hooks. False when Before refused: who has changed the value
+// for this puts it back.
 bool Activate(DialogRecord& dialog, int number, const Activation& how);
 // Its two halves, for whoever changes the value only once Before has agreed. Without execute the procedure
 // does not run.
@@ -370,5 +384,8 @@ void FinishActivation(DialogRecord& dialog, int number, bool execute = true);
 
 // While the toolkit tracks the mouse, it takes no other input.
 extern bool Tracking;
+
+// The dialog that holds up the others: the modal one that was opened last; none as a rule.
+[[nodiscard]] DialogRecord* ModalDialog();
 
 }

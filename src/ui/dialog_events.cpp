@@ -6,12 +6,13 @@
 #include "ui/tracking.h"
 
 #include <algorithm>
-#include <cctype>
+#include <vector>
 
 namespace Dialogs {
 
 void (*ConfigureItem)(DialogRecord& dialog, int number) = nullptr;
 bool ShowTooltips = true;
+bool ShowKeys = false;
 
 namespace {
 
@@ -54,7 +55,9 @@ bool PressByKey(DialogRecord& dialog, const Event& event, bool isFront) {
                    .Char = event.Char,
                    .Modifiers = event.Modifiers,
                    .Source = Source::Key},
-                  main ? 1 : -1);
+                  second                                 ? -1
+                  : IsToggle(item) && !item.Key2.IsSet() ? 0
+                                                         : 1);
         return true;
     }
     return false;
@@ -96,6 +99,7 @@ bool MoveFocus(DialogRecord& dialog, int step, bool toText) {
     int number = toText ? Following(dialog, from, step, TakesText) : 0;
     if (number == 0) number = Following(dialog, from, step, TakesFocus);
     if (number == 0) return false;
+    ScrollIntoView(dialog, number);
     if (toText && IsTextItem(Item(dialog, number))) {
         Editing::Begin(dialog, number);
     } else {
@@ -123,6 +127,15 @@ bool Escaped(DialogRecord& dialog) {
     return true;
 }
 
+// An item that has the focus is pressed.
+void PressFocused(DialogRecord& dialog, int number, const Activation& how) {
+    if (Item(dialog, number).Kind == ItemKind::List) {
+        ChooseEntry(dialog, number, how);
+    } else {
+        PressItem(dialog, number, how);
+    }
+}
+
 bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
     const Activation how{
         .KeyClass = event.KeyClass, .Char = event.Char, .Modifiers = event.Modifiers, .Source = Source::Key};
@@ -138,7 +151,7 @@ bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
     case KeyCode::Enter: {
         const int number = dialog.CurrentItem != 0 ? dialog.CurrentItem : PrimaryItem(dialog);
         if (number == 0 || !TakesFocus(dialog, number)) return false;
-        PressItem(dialog, number, how);
+        PressFocused(dialog, number, how);
         return true;
     }
     default: break;
@@ -149,8 +162,16 @@ bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
         Editing::Begin(dialog, number, std::string(1, static_cast<char>(event.Char)));
         return true;
     }
-    if (event.Char != ' ' || !TakesFocus(dialog, number)) return false;
-    PressItem(dialog, number, how);
+    if (!TakesFocus(dialog, number)) return false;
+    if (event.Char == ' ') {
+        PressFocused(dialog, number, how);
+        return true;
+    }
+    std::uint16_t bit = 0;
+    const bool digit = event.Char < 127 && Item(dialog, number).Kind == ItemKind::MultiCheck &&
+                       ReadSetDigits(std::string(1, static_cast<char>(event.Char)), bit);
+    if (!digit || bit == 0) return false;
+    FlipBits(dialog, number, bit, how);
     return true;
 }
 
@@ -194,12 +215,13 @@ bool HandleMouse(DialogRecord& dialog, const Event& event) {
     const Platform::Point at = Local(dialog, event.At);
     const bool option = (event.Modifiers & Platform::Option) != 0;
     const bool control = (event.Modifiers & Platform::Control) != 0;
-    if (!dialog.Modal && option) {
+    const bool left = event.Button != Platform::MiddleButton && event.Button != Platform::RightButton;
+    if (left && !dialog.Modal && option) {
         Editing::Leave(dialog);
         MoveItems(dialog, ItemAt(dialog, at, true), at, control);
         return true;
     }
-    if (!dialog.Modal && control) {
+    if (left && !dialog.Modal && control) {
         Editing::LeaveAny();
         if (ConfigureItem != nullptr) ConfigureItem(dialog, ItemAt(dialog, at));
         return true;
@@ -208,6 +230,7 @@ bool HandleMouse(DialogRecord& dialog, const Event& event) {
     if (!Editing::IsUnderWay(dialog, number)) Editing::LeaveAny();
     if (!dialog.IsOpen) return true;
     if (dialog.Procs.MouseProc != nullptr && dialog.Procs.MouseProc(dialog, event)) return true;
+    if (!left) return false;
     if (number == 0 || !Accepts(dialog, number) || ItemIsLocked(dialog, number)) return true;
     TrackItem(dialog, number, event, at);
     return true;
@@ -218,8 +241,7 @@ bool HandleWheel(DialogRecord& dialog, const Event& event) {
     const auto steps = static_cast<std::int32_t>(event.Parameter2) / 120.0;
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!IsVisible(dialog, number)) continue;
-        const DialogItem& item = Item(dialog, number);
-        if (item.Kind != ItemKind::Pane || item.PaneSelects != 0 || !item.ItemRect.Area().Holds(at)) continue;
+        if (!IsScrollFrame(dialog, number) || !Item(dialog, number).ItemRect.Area().Holds(at)) continue;
         ScrollTo(dialog, number, ScrollOffset(dialog, number) - static_cast<int>(steps * ScrollStep));
         return true;
     }
@@ -253,10 +275,13 @@ bool HandleWindow(DialogRecord& dialog, const Event& event) {
         KeepPlace(dialog);
         Call(dialog.Procs.MoveProc, dialog, event);
         return true;
-    case KeyKind::KeyIconize: Call(dialog.Procs.IconizeProc, dialog, event); return true;
+    case KeyKind::KeyIconize:
+        dialog.WindowState = event.Parameter1 != 0 ? 1 : 0;
+        Call(dialog.Procs.IconizeProc, dialog, event);
+        return true;
     case KeyKind::KeyActivate: Call(dialog.Procs.ActivateProc, dialog, event); return true;
-    case KeyKind::KeyDeactivate: return true;
     case KeyKind::KeyWindowClose:
+        if (!dialog.Spec.CloseBox) return true; // the desktop may have its own ways to ask
         if (dialog.Spec.Window == Platform::WindowKind::Panel) {
             ShowDialog(dialog, false);
         } else {
@@ -277,63 +302,105 @@ bool HandleWindow(DialogRecord& dialog, const Event& event) {
     }
 }
 
+bool IsInput(const Event& event) {
+    return event.Kind == KeyKind::KeyCharacter || event.Kind == KeyKind::KeyMouse ||
+           event.Kind == KeyKind::KeyDoubleMouse || event.Kind == KeyKind::KeyTripleMouse;
 }
 
-void ChooseRadio(DialogRecord& dialog, int number) {
-    const auto isRadio = [&](int n) {
-        return HasItem(dialog, n) && Item(dialog, n).Kind == ItemKind::RadioButton;
-    };
-    int first = number;
-    while (isRadio(first - 1)) --first;
-    for (int n = first; isRadio(n); ++n) {
-        SetBool(Item(dialog, n), n == number);
-        RedrawItem(dialog, n);
-    }
-}
-
-void PressItem(DialogRecord& dialog, int number, Activation how, int steps) {
-    if (!HasItem(dialog, number)) return;
-    DialogItem& item = Item(dialog, number);
-    switch (item.Kind) {
-    case ItemKind::Switch:
-    case ItemKind::CheckBox:
-    case ItemKind::FramedBool:
-    case ItemKind::TrueFalse:
-    case ItemKind::HighLow: SetBool(item, !BoolOf(item)); break;
-    case ItemKind::RadioButton: ChooseRadio(dialog, number); break;
-    case ItemKind::List:
-        if (!StepList(item, steps)) return;
-        break;
-    case ItemKind::Pane:
-        if (item.PaneSelects != 0) SelectPage(dialog, item.PaneSelects);
-        break;
-    case ItemKind::FramedText:
-    case ItemKind::FramedNumber:
-    case ItemKind::EditText:
-    case ItemKind::Drag:
-    case ItemKind::Drag2: Editing::Begin(dialog, number); return;
-    default: break;
-    }
-    if (how.Source == Source::Key) Flash(dialog, number);
-    Activate(dialog, number, how);
-}
-
-bool HandleEvent(DialogRecord& dialog, const Event& event) {
-    if (!dialog.IsOpen) return false;
-    if (Tracking && (event.Kind == KeyKind::KeyCharacter || event.Kind == KeyKind::KeyMouse)) return true;
+bool Dispatch(DialogRecord& dialog, const Event& event) {
     switch (event.Kind) {
     case KeyKind::KeyCharacter: return HandleKey(dialog, event);
     case KeyKind::KeyMouse:
     case KeyKind::KeyDoubleMouse:
     case KeyKind::KeyTripleMouse: return HandleMouse(dialog, event);
-    case KeyKind::KeyOSEvent: return event.Parameter1 == Platform::SystemWheel && HandleWheel(dialog, event);
+    case KeyKind::KeyOSEvent:
+        return (event.Parameter1 == Platform::SystemWheel && HandleWheel(dialog, event)) ||
+               Call(dialog.Procs.WindowProc, dialog, event);
     default: return HandleWindow(dialog, event);
     }
 }
 
+// The items whose values change with this one: radio buttons side by side on the same page.
+std::vector<int> GroupOf(const DialogRecord& dialog, int number) {
+    const auto belongs = [&](int other) {
+        return HasItem(dialog, other) && Item(dialog, other).Kind == ItemKind::RadioButton &&
+               Item(dialog, other).PaneNumber == Item(dialog, number).PaneNumber;
+    };
+    std::vector<int> group{number};
+    if (Item(dialog, number).Kind != ItemKind::RadioButton) return group;
+    for (int other = number - 1; belongs(other); --other) group.push_back(other);
+    for (int other = number + 1; belongs(other); ++other) group.push_back(other);
+    return group;
+}
+
+// False when the press changes nothing and there is nothing to run.
+bool ChangeByPress(DialogRecord& dialog, int number, const std::vector<int>& group, int steps) {
+    DialogItem& item = Item(dialog, number);
+    switch (item.Kind) {
+    case ItemKind::Switch:
+    case ItemKind::CheckBox:
+    case ItemKind::FramedBool: SetBool(item, !BoolOf(item)); return true;
+    case ItemKind::TrueFalse:
+    case ItemKind::HighLow: return StepToggle(item, steps);
+    case ItemKind::List: return StepList(item, steps < 0 ? -1 : 1);
+    case ItemKind::RadioButton:
+        for (const int other : group) SetBool(Item(dialog, other), other == number);
+        return true;
+    case ItemKind::Pane:
+        if (item.PaneSelects != 0) SelectPage(dialog, item.PaneSelects);
+        return true;
+    case ItemKind::FramedText:
+    case ItemKind::FramedNumber:
+    case ItemKind::EditText:
+    case ItemKind::Drag:
+    case ItemKind::Drag2: Editing::Begin(dialog, number); return false;
+    default: return true;
+    }
+}
+
+}
+
+void ChooseRadio(DialogRecord& dialog, int number) {
+    for (const int other : GroupOf(dialog, number)) {
+        SetBool(Item(dialog, other), other == number);
+        RedrawItem(dialog, other);
+    }
+}
+
+void PressItem(DialogRecord& dialog, int number, Activation how, int steps) {
+    if (!Editing::IsUnderWay(dialog, number)) Editing::LeaveAny();
+    if (!dialog.IsOpen || !Accepts(dialog, number) || ItemIsLocked(dialog, number)) return;
+    const std::vector<int> group = GroupOf(dialog, number);
+    std::vector<HeldValue> before;
+    for (const int n : group) before.push_back(Hold(Item(dialog, n)));
+    const std::int16_t pageBefore = dialog.CurrentPage;
+    if (!ChangeByPress(dialog, number, group, steps)) return;
+    if (how.Source == Source::Key) Flash(dialog, number);
+    const bool done = dialog.IsOpen && Activate(dialog, number, how);
+    if (!dialog.IsOpen) return;
+    for (std::size_t i = 0; i < group.size(); ++i) {
+        if (!done) PutBack(Item(dialog, group[i]), before[i]);
+        if (!done || group[i] != number) RedrawItem(dialog, group[i]);
+    }
+    if (!done) SelectPage(dialog, pageBefore);
+}
+
+bool HandleEvent(DialogRecord& dialog, const Event& event) {
+    if (!dialog.IsOpen) return false;
+    if (Tracking && IsInput(event)) return true;
+    if (Dispatch(dialog, event)) return true;
+    return dialog.IsOpen && Call(dialog.Procs.DefaultProc, dialog, event);
+}
+
 bool HandleEvent(const Event& event) {
     DialogRecord* const dialog = DialogOf(event.Window);
-    return dialog != nullptr && HandleEvent(*dialog, event);
+    if (dialog == nullptr) return false;
+    DialogRecord* const modal = ModalDialog();
+    if (modal != nullptr && modal != dialog && IsInput(event)) {
+        BringToFront(*modal);
+        return true;
+    }
+    return HandleEvent(*dialog, event);
 }
 
 int ItemAt(const DialogRecord& dialog, Platform::Point at, bool fromTop) {
@@ -343,7 +410,7 @@ int ItemAt(const DialogRecord& dialog, Platform::Point at, bool fromTop) {
         if (!IsVisible(dialog, number) || !Item(dialog, number).Enabled) continue;
         const DialogItem& item = Item(dialog, number);
         if (item.Role == Role::Card && item.Kind == ItemKind::Text && !fromTop) continue;
-        if (item.Kind == ItemKind::Pane && item.PaneSelects == 0 && !fromTop) continue;
+        if (IsScrollFrame(dialog, number) && !fromTop) continue;
         if (!item.ItemRect.Area().Holds(at)) continue;
         if (item.ScrollFrame != 0 && HasItem(dialog, item.ScrollFrame) &&
             !Item(dialog, item.ScrollFrame).ItemRect.Area().Holds(at))
@@ -360,7 +427,10 @@ std::string TipAt(Platform::WindowId window, Platform::Point at, Platform::Area&
     if (number == 0) return {};
     const DialogItem& item = Item(*dialog, number);
     place = item.ItemRect.Area();
-    return item.Tip;
+    if (!item.Tip.empty()) return item.Tip;
+    // A text that is cut off is shown whole.
+    const bool cut = Platform::Ops().MeasureText(ItemFont(*dialog, item), item.ItemText).Width > place.Width;
+    return cut ? item.ItemText : std::string();
 }
 
 Platform::Cursor CursorAt(Platform::WindowId window, Platform::Point at) {
@@ -372,6 +442,20 @@ Platform::Cursor CursorAt(Platform::WindowId window, Platform::Point at) {
     if (item.Kind == ItemKind::Drag || item.Kind == ItemKind::Drag2) return Platform::Cursor::SizeAll;
     if (IsTextItem(item)) return Platform::Cursor::Text;
     return Platform::Cursor::Arrow;
+}
+
+bool IsScrollFrame(const DialogRecord& dialog, int number) {
+    return HasItem(dialog, number) && Item(dialog, number).Kind == ItemKind::Pane &&
+           Item(dialog, number).PaneSelects == 0;
+}
+
+void ScrollIntoView(DialogRecord& dialog, int number) {
+    const int frame = HasItem(dialog, number) ? Item(dialog, number).ScrollFrame : 0;
+    if (!HasItem(dialog, frame)) return;
+    const Rect place = Item(dialog, number).ItemRect, room = Item(dialog, frame).ItemRect;
+    const int above = room.Top - place.Top, below = place.Bottom - room.Bottom;
+    if (above > 0) ScrollTo(dialog, frame, ScrollOffset(dialog, frame) - above);
+    if (above <= 0 && below > 0) ScrollTo(dialog, frame, ScrollOffset(dialog, frame) + below);
 }
 
 int ScrollOffset(const DialogRecord& dialog, int frame) {
@@ -397,7 +481,7 @@ void ScrollTo(DialogRecord& dialog, int frame, int offset) {
     const int most = std::max(0, bottom - top - place.Height());
     const std::int32_t move = place.Top - std::clamp(offset, 0, most) - top;
     if (move == 0) return;
-    Editing::Leave(dialog);
+    if (dialog.IsOpen) Editing::Leave(dialog);
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!HasItem(dialog, number) || Item(dialog, number).ScrollFrame != frame) continue;
         Rect& rect = Item(dialog, number).ItemRect;

@@ -1,28 +1,34 @@
 // What keys and mouse do in a dialog.
 //
 // Keys. A key goes to the item whose shortcut it is, the front dialog's items first, from LastKeyItem down;
-// then to items of other open dialogs whose shortcut works there. A button runs, a switch changes, a toggle
-// or list goes one entry forward (back on its second key), an entry takes the cursor. What is no shortcut
+// then to items of other open dialogs whose shortcut works there. A button runs, a switch changes, a list
+// goes one entry forward (back on its second key), an entry takes the cursor. A toggle changes; with a second
+// key it goes to its second word on the first key and to its first word on the second. What is no shortcut
 // moves the focus: Tab from one entry to the next, the cursor keys to any item, and Return or the space bar
-// presses it. Return without focus presses the dialog's primary button; Escape leaves an entry, then closes a
-// dialog that has a close box.
+// presses it, or shows the entries of a list; 0 to 9 and A to F change boxes of a multicheck. Return without
+// focus presses the dialog's primary button; Escape leaves an entry, then closes a dialog that has a close
+// box.
 //
-// Mouse. A click activates the first item under the pointer. In a dialog that is not modal, a click with the
-// control key opens the item's configuration; with the option key it moves the item, or sizes it at its lower
-// right corner; with both, everything inside the item moves along. What was moved last can be put back.
+// Mouse. A click of the left button activates the first item under the pointer; other buttons are
+// MouseProc's. In a dialog that is not modal, a click with the control key opens the item's configuration;
+// with the option key it moves the item, or sizes it at its lower right corner; with both, everything inside
+// the item moves along. What was moved last can be put back.
 #pragma once
 #include "ui/dialog.h"
 
 namespace Dialogs {
 
-// True when the event belonged to a dialog and was dealt with.
+// True when the event belonged to a dialog and was dealt with. While a modal dialog is open, keys and clicks
+// for others go nowhere. What neither the toolkit nor another procedure takes goes to the dialog's
+// DefaultProc.
 bool HandleEvent(const Events::Event& event);
 // The same for one dialog.
 bool HandleEvent(DialogRecord& dialog, const Events::Event& event);
 
-// As if the user pressed the item: a switch changes, a list steps forward, an entry takes the cursor.
-// steps: -1 for the second key.
-void PressItem(DialogRecord& dialog, int number, Activation how, int steps = 1);
+// As if the user pressed the item: a switch changes, a list steps forward, an entry takes the cursor. An
+// entry that is under way elsewhere is stored first. An item that does not accept it, or is locked, stays as
+// it is. steps: 1 and -1 for the keys of an item that has two; 0: as the mouse does.
+void PressItem(DialogRecord& dialog, int number, Activation how, int steps = 0);
 
 // Sets a radio button and clears the others of its group: the radio buttons next to it by number.
 void ChooseRadio(DialogRecord& dialog, int number);
@@ -41,9 +47,12 @@ bool UndoMove();
 [[nodiscard]] std::string TipAt(Platform::WindowId window, Platform::Point at, Platform::Area& place);
 [[nodiscard]] Platform::Cursor CursorAt(Platform::WindowId window, Platform::Point at);
 extern bool ShowTooltips;
+extern bool ShowKeys; // each item bears its shortcut
 
 // Moves the items of a scroll frame so that so many pixels of them are above it, as far as there are items.
 void ScrollTo(DialogRecord& dialog, int frame, int offset);
+void ScrollIntoView(DialogRecord& dialog, int number); // as far as its frame, if it has one, must scroll
+[[nodiscard]] bool IsScrollFrame(const DialogRecord& dialog, int number);
 [[nodiscard]] int ScrollOffset(const DialogRecord& dialog, int frame);
 
 }

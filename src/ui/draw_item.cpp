@@ -1,6 +1,7 @@
 #include "ui/draw_item.h"
 
 #include "ui/item_value.h"
+#include "ui/key_names.h"
 #include "ui/theme.h"
 
 #include <algorithm>
@@ -143,8 +144,7 @@ void DrawMultiCheck(const Look& look) {
     const auto set = static_cast<unsigned>(NumberOf(look.Item));
     Font small = look.Type;
     small.Size = Themes::SmallTextSize;
-    const int boxes = std::min(16, static_cast<int>(look.Place.Width) / CheckBoxStep);
-    for (int bit = 0; bit < boxes; ++bit) {
+    for (int bit = 0; bit < CheckBoxes(look.Item); ++bit) {
         const Area box{look.Place.Left + bit * CheckBoxStep, look.Place.Top + (look.Place.Height - 20) / 2,
                        22, 20};
         const bool on = (set >> bit & 1u) != 0;
@@ -184,7 +184,10 @@ void DrawEntry(const Look& look) {
     }
     if (look.Item.TextBox != 0) return; // the platform draws what is being edited
     std::string text = TextOf(look.Item);
-    if (look.Item.Password) text.assign(text.size(), '*');
+    if (look.Item.Password)
+        text.assign(static_cast<std::size_t>(
+                        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; })),
+                    '*');
     const bool empty = text.empty();
     look.Out.Text(Moved(look.Place.Inset(FramePadding, 0), look.Item), empty ? look.Item.ItemText : text,
                   look.Type, look.Shade(empty ? Colors().Secondary : Colors().Text),
@@ -324,6 +327,16 @@ void DrawItem(const DialogRecord& dialog, int number, Drawing& drawing) {
     Kinds[index].Draw(look);
 }
 
+void DrawKey(const DialogItem& item, Drawing& drawing) {
+    const std::string key = KeyNames::Short(item.Key);
+    const Font type{.Size = 10, .Bold = true};
+    const double width = std::ceil(Platform::Ops().MeasureText(type, key).Width) + 8;
+    const Area place = item.ItemRect.Area();
+    const Area badge{place.Right() - width + 2, place.Top - 2, width, 14};
+    drawing.Fill(badge, Colors().Accent, 4);
+    drawing.Text(badge, key, type, Colors().OnAccent, Align::Center);
+}
+
 void DrawBackground(const DialogRecord& dialog, Platform::Size size, Drawing& drawing) {
     drawing.Fill({0, 0, size.Width, size.Height}, Item(dialog, 0).BackColor.value_or(Colors().Panel));
     for (int number = 1; number <= dialog.ItemCount; ++number) {
@@ -338,6 +351,10 @@ void DrawBackground(const DialogRecord& dialog, Platform::Size size, Drawing& dr
             drawing.Frame(place, Colors().Line, Themes::Corner);
         }
     }
+}
+
+int CheckBoxes(const DialogItem& item) {
+    return std::clamp(item.ItemRect.Width() / CheckBoxStep, 0, 16);
 }
 
 Area TextPlace(const DialogRecord& dialog, int number) {

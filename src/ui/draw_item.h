@@ -13,7 +13,11 @@ void DrawBackground(const DialogRecord& dialog, Platform::Size size, Platform::D
 [[nodiscard]] Platform::Area TextPlace(const DialogRecord& dialog, int number);
 [[nodiscard]] Platform::Font ItemFont(const DialogRecord& dialog, const DialogItem& item);
 
+// The item's shortcut, in its upper right corner.
+void DrawKey(const DialogItem& item, Platform::Drawing& drawing);
+
 // The boxes of a multicheck item, by bit.
 inline constexpr int CheckBoxStep = 26;
+[[nodiscard]] int CheckBoxes(const DialogItem& item); // how many there is room for
 
 }

@@ -96,8 +96,7 @@ bool Commit() {
     DialogRecord& dialog = *Entry.Dialog;
     const int number = Entry.Number;
     DialogItem& item = Dialogs::Item(dialog, number);
-    const std::string before = EntryText(item);
-    const double valueBefore = Dialogs::NumberOf(item);
+    const Dialogs::HeldValue before = Dialogs::Hold(item);
     const bool taken = Dialogs::EnterText(item, Platform::Ops().TextBoxText(item.TextBox));
     if (!IsUnderWay(dialog, number)) return taken;
     Entry.Ending = false;
@@ -106,8 +105,11 @@ bool Commit() {
         return false;
     }
     CloseEntryBox();
-    if (EntryText(item) != before || Dialogs::NumberOf(item) != valueBefore)
-        Dialogs::Activate(dialog, number, {.Source = Dialogs::Source::Key});
+    if (Dialogs::Hold(item) == before) return true;
+    if (!Dialogs::Activate(dialog, number, {.Source = Dialogs::Source::Key})) {
+        Dialogs::PutBack(item, before);
+        Dialogs::RedrawItem(dialog, number);
+    }
     return true;
 }
 
@@ -130,8 +132,9 @@ void Mark(int position) {
 
 void OpenBox(DialogRecord& dialog, int number) {
     DialogItem& item = Dialogs::Item(dialog, number);
-    if (item.TextBox == 0 && Dialogs::IsVisible(dialog, number))
-        item.TextBox = Platform::Ops().OpenTextBox(dialog.WindowHandle, BoxSpec(dialog, number));
+    if (item.TextBox != 0 || !Dialogs::IsVisible(dialog, number)) return;
+    item.TextBox = Platform::Ops().OpenTextBox(dialog.WindowHandle, BoxSpec(dialog, number));
+    item.BoxText = EntryText(item);
 }
 
 void CloseBoxes(DialogRecord& dialog) {
@@ -161,14 +164,21 @@ void ShowBox(DialogRecord& dialog, int number, bool shown) {
         return;
     }
     Platform::Ops().ChangeTextBox(item.TextBox, BoxSpec(dialog, number));
+    // The tool has changed the value under a box that stays open.
+    if (!item.Lines || item.ValueKind != Dialogs::ValueKind::String || Dialogs::TextOf(item) == item.BoxText)
+        return;
+    item.BoxText = Dialogs::TextOf(item);
+    Platform::Ops().SetTextBoxText(item.TextBox, item.BoxText);
 }
 
 void TakeBoxText(DialogRecord& dialog, Platform::TextBoxId box) {
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!Dialogs::HasItem(dialog, number)) continue;
         DialogItem& item = Dialogs::Item(dialog, number);
-        if (item.TextBox == box && item.Lines && item.ValueKind == Dialogs::ValueKind::String)
-            Dialogs::SetText(item, Platform::Ops().TextBoxText(box));
+        if (item.TextBox != box || !item.Lines || item.ValueKind != Dialogs::ValueKind::String) continue;
+        if (Dialogs::TextOf(item) != item.BoxText) continue; // what the tool has put there since counts
+        Dialogs::SetText(item, Platform::Ops().TextBoxText(box));
+        item.BoxText = Dialogs::TextOf(item);
     }
 }
 

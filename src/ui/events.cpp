@@ -6,6 +6,7 @@
 #include <cmath>
 #include <memory>
 #include <new>
+#include <vector>
 
 namespace Events {
 
@@ -100,6 +101,27 @@ Event Derived(const EventRecord& record) {
     return event;
 }
 
+bool IsInput(const EventRecord& record) {
+    return record.What == Platform::KeyDown || record.What == Platform::MouseDown ||
+           record.What == Platform::MouseUp;
+}
+
+// Takes keys and clicks out of the ring ahead of the slot.
+void DropInput(int end) {
+    std::vector<EventRecord> kept;
+    bool ahead = true;
+    for (int slot = Ring.Reader; slot != Ring.Writer; slot = Following(slot)) {
+        const EventRecord& record = Ring.Slots[static_cast<std::size_t>(slot)];
+        if (slot == end) ahead = false;
+        if (!ahead || !IsInput(record)) kept.push_back(record);
+    }
+    Ring.Writer = Ring.Reader;
+    for (const EventRecord& record : kept) {
+        Ring.Slots[static_cast<std::size_t>(Ring.Writer)] = record;
+        Ring.Writer = Following(Ring.Writer);
+    }
+}
+
 struct LabelRow {
     KeyKind Kind;
     const char* Label;
@@ -186,7 +208,7 @@ bool TakeBreak() {
             record.Char == Platform::SpecialKey + static_cast<std::uint32_t>(Platform::KeyCode::Escape);
         const bool point = record.Char == '.' && (record.Message & Platform::Control) != 0;
         if (!escape && !point) continue;
-        Ring.Reader = Following(slot);
+        DropInput(Following(slot));
         return true;
     }
     return false;

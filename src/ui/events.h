@@ -64,7 +64,7 @@ bool Insert(const Platform::EventRecord& record);
 inline constexpr std::uint32_t DoubleClick = 400;
 
 // Whether the user wants running work to stop: Escape, or the control key with a point, waits in the ring.
-// The keys before it are taken out with it.
+// It is taken out, with the keys and clicks before it; what windows have to say stays.
 [[nodiscard]] bool TakeBreak();
 
 // True while the button that was pressed last is down; takes in what the platform has.

@@ -28,8 +28,10 @@ template <class T>
 T Whole(double value) {
     if (std::isnan(value)) return 0;
     const double rounded = std::round(value);
-    return static_cast<T>(std::clamp(rounded, static_cast<double>(std::numeric_limits<T>::min()),
-                                     static_cast<double>(std::numeric_limits<T>::max())));
+    if (rounded <= static_cast<double>(std::numeric_limits<T>::min())) return std::numeric_limits<T>::min();
+    // The largest 64-bit number is rounded up as a real: equality is out of range already.
+    if (rounded >= static_cast<double>(std::numeric_limits<T>::max())) return std::numeric_limits<T>::max();
+    return static_cast<T>(rounded);
 }
 
 std::string Plain(std::string text) {
@@ -40,11 +42,17 @@ bool IsWhole(NumberText::Format format) {
     return format == NumberText::Format::Integer || format == NumberText::Format::Hexadecimal;
 }
 
-// Bounds as the user sees them, for the alert of a strict entry.
+// Bounds as the user sees them, for the alert of a strict entry: in 5 columns where these tell the number.
 std::string Bound(double stored, double scale, NumberText::Format format) {
     const double shown = stored / scale;
     if (IsWhole(format)) return std::to_string(Whole<std::int64_t>(shown));
-    return Plain(NumberText::Fixed(shown, 2, 5));
+    if (shown != 0 && std::fabs(shown) < 0.01) return Plain(NumberText::Engineering(shown, 7));
+    std::string text = Plain(NumberText::Fixed(shown, 2, 5));
+    return text == "***" ? Plain(NumberText::Fixed(shown, 2, 12)) : text;
+}
+
+std::string& TextPlaceOf(DialogItem& item) {
+    return item.ValuePointer != nullptr ? *static_cast<std::string*>(item.ValuePointer) : item.OwnText;
 }
 
 }
@@ -123,8 +131,17 @@ std::string TextOf(const DialogItem& item) {
 
 void SetText(DialogItem& item, std::string_view text) {
     if (item.ValueKind != ValueKind::String) return;
-    const std::string cut = Texts::CutUtf8(text, static_cast<std::size_t>(item.TextLength));
-    (item.ValuePointer != nullptr ? *static_cast<std::string*>(item.ValuePointer) : item.OwnText) = cut;
+    const int most = std::max<int>(item.TextLength, 0);
+    TextPlaceOf(item) = Texts::CutUtf8(text, static_cast<std::size_t>(most));
+}
+
+HeldValue Hold(const DialogItem& item) {
+    return {NumberOf(item), TextOf(item)};
+}
+
+void PutBack(DialogItem& item, const HeldValue& held) {
+    SetNumber(item, held.Number);
+    if (item.ValueKind == ValueKind::String) TextPlaceOf(item) = held.Text;
 }
 
 bool IsNumberItem(const DialogItem& item) {
@@ -283,6 +300,16 @@ bool StepList(DialogItem& item, int steps) {
     }
     if (found == index) return false;
     SetNumber(item, found);
+    return true;
+}
+
+bool StepToggle(DialogItem& item, int steps) {
+    const bool on = BoolOf(item);
+    const bool wanted = steps == 0 ? !on : steps > 0;
+    const int entry = wanted ? 1 : 0;
+    const bool named = static_cast<std::size_t>(entry) < item.ListEntries.size();
+    if (wanted == on || (named && !EntryEnabled(item, entry))) return false;
+    SetBool(item, wanted);
     return true;
 }
 

@@ -19,6 +19,18 @@ void SetBool(DialogItem& item, bool value);
 [[nodiscard]] std::string TextOf(const DialogItem& item); // of ValueKind::String, else empty
 void SetText(DialogItem& item, std::string_view text);    // cut to TextLength
 
+// A value to be put back, uncut and unrounded: of an activation that was refused, a dialog that was
+// cancelled.
+struct HeldValue {
+    double Number = 0;
+    std::string Text{};
+    bool operator==(const HeldValue& other) const { // NAN is no change of NAN
+        const bool neither = Number != Number && other.Number != other.Number;
+        return (Number == other.Number || neither) && Text == other.Text;
+    }
+};
+[[nodiscard]] HeldValue Hold(const DialogItem& item);
+void PutBack(DialogItem& item, const HeldValue& held);
 // The same for a value without an item: as a variable of the kind would keep it.
 [[nodiscard]] double Kept(ValueKind kind, double value);
 
@@ -50,7 +62,7 @@ struct NumberParts {
 // it was refused: the value is as it was.
 [[nodiscard]] bool EnterText(DialogItem& item, std::string_view typed);
 
-// The value as macros and batches see it: TRUE or FALSE, bit digits, index, text or number with its unit.
+// The value as macros and batches see it: TRUE or FALSE, bit digits, index, text or number, without its unit.
 [[nodiscard]] std::string ValueText(const DialogItem& item);
 
 // Bits of a set as digits: "0", "15" for bits 1 and 5, "A" to "F" for bits 10 to 15.
@@ -63,5 +75,8 @@ struct NumberParts {
 [[nodiscard]] bool EntryEnabled(const DialogItem& item, int index);
 // Goes so many enabled entries forward or back; stops at the ends. False when it stayed where it was.
 bool StepList(DialogItem& item, int steps);
+// A toggle to its second word (steps above 0), its first one (below), or to the other one (0). False
+// likewise, or when the word is disabled.
+bool StepToggle(DialogItem& item, int steps);
 
 }

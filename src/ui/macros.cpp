@@ -39,6 +39,7 @@ struct PlayerState {
     std::vector<std::unique_ptr<Playing>> Files; // the last one plays
     bool Relative = false;                       // of lines that come alone
     int Depth = 0;                               // of steps that go on inside of one another
+    int Failed = 0;                              // lines that were not taken
 };
 PlayerState State;
 
@@ -184,6 +185,7 @@ Failure ExecuteMenu(const MacroRecord& record, bool execute) {
 
 bool Report(std::string_view text, Failure failure, bool silent) {
     if (failure == Failure::None) return true;
+    ++State.Failed;
     // Not all of a line that is too long.
     const std::string shown = Texts::CutUtf8(MacroLine::WithoutControls(text), MacroLine::LongestLine);
     if (!silent) Messages::Note(shown + MacroLine::Words(failure));
@@ -278,6 +280,10 @@ bool PlayStep() {
     playing.Busy = wasBusy;
     DropEnded();
     return true;
+}
+
+int FailedLines() {
+    return State.Failed;
 }
 
 void RunToEnd() {

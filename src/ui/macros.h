@@ -35,6 +35,8 @@ bool StartMacro(const std::string& file);
 void StopMacro();
 // One line, of the idle step. False when nothing plays, or it has to wait.
 bool PlayStep();
+// How many lines were not taken since the start of the program.
+[[nodiscard]] int FailedLines();
 // Runs event steps until nothing plays any more; called by a line that plays itself, until the macros that it
 // has started have ended.
 void RunToEnd();

@@ -19,16 +19,18 @@ constexpr int PassTime = 100;          // ms between two looks at a moving mouse
 constexpr double DragSlop = 3;         // pixels that a click may move
 
 struct TrackingGuard {
+    const bool Before = Tracking;
     TrackingGuard() { Tracking = true; }
-    ~TrackingGuard() { Tracking = false; }
+    ~TrackingGuard() { Tracking = Before; }
     TrackingGuard(const TrackingGuard&) = delete;
     TrackingGuard& operator=(const TrackingGuard&) = delete;
 };
 
-// Records of what was moved last, to put it back.
+// What was moved last, and by how much, to put it back; the window may be sized or scrolled meanwhile.
 struct MoveRecord {
     DialogRecord* Dialog = nullptr;
-    std::vector<std::pair<int, Rect>> Places;
+    std::vector<int> Items;
+    Rect Change; // of each edge
 };
 MoveRecord LastMove;
 
@@ -59,23 +61,11 @@ bool TrackPress(DialogRecord& dialog, int number) {
     return inside;
 }
 
-void ChooseEntry(DialogRecord& dialog, int number, const Activation& how) {
-    DialogItem& item = Item(dialog, number);
-    std::vector<Platform::MenuEntry> entries;
-    for (int i = 0; i < static_cast<int>(item.ListEntries.size()); ++i)
-        entries.push_back({.Text = ListText(item, i), .Enabled = EntryEnabled(item, i)});
-    int chosen = 0;
-    {
-        const TrackingGuard guard;
-        SetBusy(dialog, number, true);
-        chosen = Platform::Ops().PopupMenu(dialog.WindowHandle, item.ItemRect.Area(), entries,
-                                           ListIndex(item) + 1);
-        if (!dialog.IsOpen) return;
-        SetBusy(dialog, number, false);
-    }
-    if (chosen < 1 || !EntryEnabled(item, chosen - 1) || chosen - 1 == ListIndex(item)) return;
-    SetNumber(item, chosen - 1);
-    Activate(dialog, number, how);
+// What was changed counts only if nobody refuses it.
+void Finish(DialogRecord& dialog, int number, const HeldValue& before, const Activation& how) {
+    if (Activate(dialog, number, how) || !HasItem(dialog, number)) return;
+    PutBack(Item(dialog, number), before);
+    RedrawItem(dialog, number);
 }
 
 // The value after a drag by so many pixels; within the bounds.
@@ -83,12 +73,13 @@ double Dragged(const DialogItem& item, double start, double right, double up, bo
     const double pixels =
         item.Kind == ItemKind::Drag2 && item.DragDivisor > 0 ? up + right / item.DragDivisor : up + right;
     const double steps = std::trunc(pixels * item.DragFactor) * (fast ? 10 : 1);
-    return std::clamp(start + steps * item.StepSmall, item.ValueLow, item.ValueHigh);
+    return std::max(item.ValueLow, std::min(item.ValueHigh, start + steps * item.StepSmall));
 }
 
 void TrackDrag(DialogRecord& dialog, int number, Platform::Point from, const Activation& how) {
     DialogItem& item = Item(dialog, number);
-    const double start = NumberOf(item);
+    const HeldValue before = Hold(item);
+    const double start = before.Number;
     bool moved = false;
     {
         const TrackingGuard guard;
@@ -102,6 +93,7 @@ void TrackDrag(DialogRecord& dialog, int number, Platform::Point from, const Act
                 SetNumber(item, value);
                 RedrawItem(dialog, number);
                 if (item.TrackProc != nullptr) item.TrackProc(dialog, number);
+                if (!dialog.IsOpen) return;
             }
             Platform::Ops().Wait(std::clamp<int>(item.DragInterval, 1, PassTime));
         }
@@ -110,7 +102,7 @@ void TrackDrag(DialogRecord& dialog, int number, Platform::Point from, const Act
     if (!moved) {
         Editing::Begin(dialog, number);
     } else if (NumberOf(item) != start) {
-        Activate(dialog, number, how);
+        Finish(dialog, number, before, how);
     }
 }
 
@@ -128,10 +120,11 @@ std::vector<int> Inside(const DialogRecord& dialog, int number) {
     return inside;
 }
 
-void KeepPlaces(DialogRecord& dialog) {
-    dialog.BaseRects.clear();
-    for (const DialogItem& item : *dialog.Items) dialog.BaseRects.push_back(item.ItemRect);
-    dialog.BaseSize = Platform::Ops().ContentSize(dialog.WindowHandle);
+void MoveEdges(Rect& rect, const Rect& change) {
+    rect.Left += change.Left;
+    rect.Top += change.Top;
+    rect.Right += change.Right;
+    rect.Bottom += change.Bottom;
 }
 
 }
@@ -151,9 +144,7 @@ void TrackItem(DialogRecord& dialog, int number, const Events::Event& event, Pla
     case ItemKind::MultiCheck:
         if (TrackPress(dialog, number)) {
             const int bit = static_cast<int>((at.X - item.ItemRect.Left) / CheckBoxStep);
-            if (bit < 0 || bit > 15) return;
-            SetNumber(item, static_cast<double>(static_cast<unsigned>(NumberOf(item)) ^ (1u << bit)));
-            Activate(dialog, number, how);
+            if (bit >= 0 && bit < CheckBoxes(item)) FlipBits(dialog, number, 1u << bit, how);
         }
         return;
     case ItemKind::FramedText:
@@ -210,19 +201,44 @@ void MoveItems(DialogRecord& dialog, int number, Platform::Point at, bool all) {
     if (!dialog.IsOpen) return;
     Platform::Ops().DropLayer(dialog.WindowHandle, RubberLayer);
     if (right == 0 && down == 0) return;
-    LastMove = {&dialog, {}};
-    for (const int n : all ? Inside(dialog, number) : std::vector<int>{number}) {
-        Rect& rect = Item(dialog, n).ItemRect;
-        LastMove.Places.emplace_back(n, rect);
-        if (!sizing) {
-            rect.Left += right;
-            rect.Top += down;
-        }
-        rect.Right += right;
-        rect.Bottom += down;
-    }
-    KeepPlaces(dialog);
+    LastMove = {&dialog,
+                all ? Inside(dialog, number) : std::vector<int>{number},
+                {sizing ? 0 : right, sizing ? 0 : down, right, down}};
+    for (const int n : LastMove.Items) MoveEdges(Item(dialog, n).ItemRect, LastMove.Change);
+    KeepLayout(dialog);
     UpdateDialog(dialog);
+}
+
+void ChooseEntry(DialogRecord& dialog, int number, const Activation& how) {
+    DialogItem& item = Item(dialog, number);
+    std::vector<Platform::MenuEntry> entries;
+    for (int i = 0; i < static_cast<int>(item.ListEntries.size()); ++i)
+        entries.push_back({.Text = ListText(item, i), .Enabled = EntryEnabled(item, i)});
+    if (entries.empty()) return;
+    int chosen = 0;
+    {
+        const TrackingGuard guard;
+        SetBusy(dialog, number, true);
+        chosen = Platform::Ops().PopupMenu(dialog.WindowHandle, item.ItemRect.Area(), entries,
+                                           ListIndex(item) + 1);
+        if (!dialog.IsOpen) return;
+        SetBusy(dialog, number, false);
+    }
+    if (chosen < 1 || !EntryEnabled(item, chosen - 1) || chosen - 1 == ListIndex(item)) return;
+    const HeldValue before = Hold(item);
+    SetNumber(item, chosen - 1);
+    Finish(dialog, number, before, how);
+}
+
+void FlipBits(DialogRecord& dialog, int number, unsigned bits, const Activation& how) {
+    DialogItem& item = Item(dialog, number);
+    const HeldValue before = Hold(item);
+    SetNumber(item, static_cast<double>(static_cast<unsigned>(before.Number) ^ bits));
+    Finish(dialog, number, before, how);
+}
+
+void Forget(const DialogRecord& dialog) {
+    if (LastMove.Dialog == &dialog) LastMove = {};
 }
 
 bool CanUndoMove() {
@@ -232,9 +248,12 @@ bool CanUndoMove() {
 bool UndoMove() {
     if (!CanUndoMove()) return false;
     DialogRecord& dialog = *LastMove.Dialog;
-    for (auto& [number, place] : LastMove.Places)
-        if (HasItem(dialog, number)) std::swap(Item(dialog, number).ItemRect, place);
-    KeepPlaces(dialog);
+    Editing::Leave(dialog);
+    Rect& change = LastMove.Change;
+    change = {-change.Left, -change.Top, -change.Right, -change.Bottom};
+    for (const int number : LastMove.Items)
+        if (HasItem(dialog, number)) MoveEdges(Item(dialog, number).ItemRect, change);
+    KeepLayout(dialog);
     UpdateDialog(dialog);
     return true;
 }

@@ -17,6 +17,14 @@ void TrackItem(DialogRecord& dialog, int number, const Events::Event& event, Pla
 // Moves or sizes an item with the mouse, with all that lies inside of it where all is set.
 void MoveItems(DialogRecord& dialog, int number, Platform::Point at, bool all);
 
+// Shows the entries of a list, and takes the one that the user chooses.
+void ChooseEntry(DialogRecord& dialog, int number, const Activation& how);
+// Changes these bits of a multicheck item.
+void FlipBits(DialogRecord& dialog, int number, unsigned bits, const Activation& how);
+
+// A dialog goes: nothing of it can be put back any more.
+void Forget(const DialogRecord& dialog);
+
 // Shows the item pressed for a moment.
 void Flash(DialogRecord& dialog, int number);
 
