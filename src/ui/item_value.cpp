@@ -24,12 +24,15 @@ void Put(void* place, T value) {
     std::memcpy(place, &value, sizeof value);
 }
 
+// The largest whole number of 64 bits is no double: the bound is the power of two above it.
 template <class T>
 T Whole(double value) {
+    using Limits = std::numeric_limits<T>;
     if (std::isnan(value)) return 0;
     const double rounded = std::round(value);
-    return static_cast<T>(std::clamp(rounded, static_cast<double>(std::numeric_limits<T>::min()),
-                                     static_cast<double>(std::numeric_limits<T>::max())));
+    if (rounded >= std::ldexp(1.0, Limits::digits)) return Limits::max();
+    if (rounded <= static_cast<double>(Limits::min())) return Limits::min();
+    return static_cast<T>(rounded);
 }
 
 std::string Plain(std::string text) {
