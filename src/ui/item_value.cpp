@@ -35,6 +35,12 @@ T Whole(double value) {
     return static_cast<T>(rounded);
 }
 
+// A finite value stays finite.
+float Short(double value) {
+    constexpr double Most = std::numeric_limits<float>::max();
+    return static_cast<float>(std::isfinite(value) ? std::clamp(value, -Most, Most) : value);
+}
+
 std::string Plain(std::string text) {
     return std::string(NumberText::Trimmed(text));
 }
@@ -87,7 +93,7 @@ void SetNumber(DialogItem& item, double value) {
     }
     switch (item.ValueKind) {
     case ValueKind::Real64: Put(place, value); break;
-    case ValueKind::Real32: Put(place, static_cast<float>(value)); break;
+    case ValueKind::Real32: Put(place, Short(value)); break;
     case ValueKind::Int32: Put(place, Whole<std::int32_t>(value)); break;
     case ValueKind::Int16: Put(place, Whole<std::int16_t>(value)); break;
     case ValueKind::Set16: Put(place, Whole<std::uint16_t>(value)); break;
@@ -100,7 +106,7 @@ void SetNumber(DialogItem& item, double value) {
 double Kept(ValueKind kind, double value) {
     switch (kind) {
     case ValueKind::Real64: return value;
-    case ValueKind::Real32: return static_cast<double>(static_cast<float>(value));
+    case ValueKind::Real32: return static_cast<double>(Short(value));
     case ValueKind::Int32: return Whole<std::int32_t>(value);
     case ValueKind::Int16: return Whole<std::int16_t>(value);
     case ValueKind::Set16: return Whole<std::uint16_t>(value);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 
 namespace {
 
@@ -64,7 +65,7 @@ TEST(Macros, ALineDoesWhatAHandDoes) {
 }
 
 TEST(Macros, NumbersStayWithinTheirBounds) {
-    const MacroDesk desk;
+    MacroDesk desk;
     const Messages::Recorder said;
     EXPECT_TRUE(Do("Desk Count 1000"));
     EXPECT_EQ(Now.Count, 100);
@@ -76,6 +77,9 @@ TEST(Macros, NumbersStayWithinTheirBounds) {
     EXPECT_EQ(Now.Level, 1); // two states
     EXPECT_TRUE(Do("Desk Mask 7FFFFFFF"));
     EXPECT_EQ(Now.Mask, 32767);
+    desk.Item(Gain).ValueHigh = 1E300;
+    EXPECT_TRUE(Do("Desk Gain 1E200"));
+    EXPECT_EQ(Now.Gain, std::numeric_limits<float>::max());
     EXPECT_FALSE(Do("Desk Tau 1E999"));
     EXPECT_EQ(Now.Tau, 1e-3);
     EXPECT_FALSE(Do("Desk Amplitude 101 mV")); // strict
