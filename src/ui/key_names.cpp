@@ -4,6 +4,7 @@
 #include "platform/event_record.h"
 
 #include <charconv>
+#include <vector>
 
 namespace KeyNames {
 
@@ -137,14 +138,26 @@ bool TakeCode(std::string_view& text, Shortcut& key) {
     return true;
 }
 
+// 0 when it names none.
+std::uint32_t CodeNamed(std::string_view name) {
+    constexpr auto Last = static_cast<std::uint32_t>(KeyCode::F15);
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all(Last + 1);
+        for (std::uint32_t code = 1; code <= Last; ++code) all[code] = NamesOf(code).Long;
+        return all;
+    }();
+    for (std::uint32_t code = 1; code <= Last; ++code)
+        if (Texts::SameFolded(names[code], name)) return code;
+    return 0;
+}
+
 bool TakeName(std::string_view name, Shortcut& key) {
     if (Texts::SameFolded(name, "SPACE")) {
         key.Class = KeyClass::Printable;
         key.Char = ' ';
         return true;
     }
-    for (std::uint32_t code = 1; code <= static_cast<std::uint32_t>(KeyCode::F15); ++code) {
-        if (!Texts::SameFolded(NamesOf(code).Long, name)) continue;
+    if (const std::uint32_t code = CodeNamed(name); code != 0) {
         key.Class = KeyClass::Special;
         key.Char = code;
         return true;

@@ -14,7 +14,7 @@ namespace MacroFile {
 namespace {
 
 constexpr std::string_view Head = "MACRO-FILE";
-constexpr std::size_t BlockBytes = 16384;
+constexpr std::size_t BlockBytes = 4096;
 constexpr int VersionColumns = 11;
 
 void SayReadError(const std::string& path, int error, Report report) {

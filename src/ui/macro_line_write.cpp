@@ -87,6 +87,10 @@ std::string ListWord(const DialogItem& item) {
     return text + "  ; " + WithoutControls(Dialogs::ListText(item, Dialogs::ListIndex(item)));
 }
 
+const char* BoolWord(bool value) {
+    return value ? "  TRUE" : "  FALSE";
+}
+
 std::string Target(const DialogRecord& dialog) {
     return "  " + AsWord(dialog.DialogIDName).value_or(dialog.DialogIDName) + " ";
 }
@@ -124,7 +128,7 @@ std::string ValueWord(const DialogItem& item) {
     if (Dialogs::IsList(item)) return ListWord(item);
     switch (item.ValueKind) {
     case ValueKind::String: return InQuotes(WithoutControls(Dialogs::TextOf(item)));
-    case ValueKind::Boolean: return Dialogs::BoolOf(item) ? "  TRUE" : "  FALSE";
+    case ValueKind::Boolean: return BoolWord(Dialogs::BoolOf(item));
     case ValueKind::Set16:
         return item.NumberFormat == NumberText::Format::Hexadecimal
                    ? WholeWord(item)
@@ -142,6 +146,8 @@ std::string LineOf(const DialogRecord& dialog, int number, std::string_view valu
 
 std::string ValueLine(const DialogRecord& dialog, int number) {
     const DialogItem& item = Dialogs::Item(dialog, number);
+    if (item.Kind == Dialogs::ItemKind::Pane && item.PaneSelects != 0)
+        return LineOf(dialog, number, BoolWord(dialog.CurrentPage == item.PaneSelects));
     return LineOf(dialog, number, NeedsNoValue(item) ? std::string() : ValueWord(item));
 }
 

@@ -130,13 +130,16 @@ void Chosen(int menu, int entry) {
     if (menu > 1) Append(MacroLine::MenuLine(menu, entry));
 }
 
+// The head is on the disk under the file's name once the old content is safe under another.
 int BeginFile(const std::string& file) {
-    if (Files::Exists(file)) {
-        const int error = Files::Rename(file, file + ".bak");
-        if (error != 0) return error;
-    }
-    const int error = Files::Open(State.File, file, Files::Mode::Create);
-    State.Length = 0;
+    const std::string head = MacroFile::HeadLine(MacroFile::MacroVersion) + "\n";
+    Files::Replacement fresh;
+    int error = fresh.Begin(file);
+    if (error == 0) error = Files::WriteAt(fresh.Content, 0, std::as_bytes(std::span(head)));
+    if (error == 0 && Files::Exists(file)) error = Files::CopyFile(file, file + ".bak");
+    if (error == 0) error = fresh.Commit();
+    if (error == 0) error = Files::Open(State.File, file, Files::Mode::ReadWrite);
+    State.Length = static_cast<std::int64_t>(head.size());
     return error;
 }
 
@@ -162,8 +165,7 @@ bool StartRecording(const std::string& file) {
     State.Going.clear();
     Dialogs::ItemHooks = {.Before = Before, .After = After, .AfterKey = AfterKey};
     Menus::Chosen = Chosen;
-    Append(MacroFile::HeadLine(MacroFile::MacroVersion));
-    return IsRecording();
+    return true;
 }
 
 void StopRecording() {
@@ -208,7 +210,9 @@ const std::string& RecordedFile() {
 }
 
 void RecordKey(const DialogRecord& dialog, int number, bool second) {
-    if (IsRecorded(dialog, number)) Append(MacroLine::KeyLine(dialog, number, second));
+    if (!IsRecorded(dialog, number)) return;
+    const DialogItem& item = Dialogs::Item(dialog, number);
+    if ((second ? item.Key2 : item.Key).IsSet()) Append(MacroLine::KeyLine(dialog, number, second));
 }
 
 }

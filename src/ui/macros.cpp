@@ -245,8 +245,11 @@ bool ExecuteMacroLine(std::string_view text, bool silent) {
 
 bool StartMacro(const std::string& file) {
     if (!MayPlay()) return false;
-    if (State.Files.size() >= MostNested) {
-        Messages::Note(" ## too many macros wait for one another ## ");
+    const bool waits = std::ranges::any_of(
+        State.Files, [&](const auto& each) { return !each->Ended && each->Source.Path == file; });
+    if (waits || State.Files.size() >= MostNested) {
+        Messages::Note(waits ? " ## a macro cannot start itself ## "
+                             : " ## too many macros wait for one another ## ");
         return false;
     }
     auto playing = std::make_unique<Playing>();

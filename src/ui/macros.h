@@ -28,7 +28,7 @@ bool ExecuteMacroLine(std::string_view text, bool silent = false);
 // The same for any record, menus included.
 [[nodiscard]] MacroLine::Failure Execute(const MacroLine::MacroRecord& record, bool execute);
 
-// Begins to play a file. False after the reason was said.
+// Begins to play a file. False after the reason was said; also for one that is being played already.
 bool StartMacro(const std::string& file);
 [[nodiscard]] bool IsPlaying();
 // Ends all that play: "Macros playback aborted."

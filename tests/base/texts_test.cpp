@@ -61,6 +61,22 @@ TEST(TimeScale, KnownMomentsBothWays) {
     EXPECT_GT(TimeScale::Now(), 5362761600.0);
 }
 
+TEST(Texts, CharactersGoToUtf8AndBack) {
+    for (std::uint32_t character = 0; character <= 0x110000; ++character) {
+        const std::string text = Texts::Utf8Of(character);
+        const bool none = (character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF;
+        ASSERT_EQ(text.empty(), none) << character;
+        if (none) continue;
+        const std::string before = text + "x";
+        std::string_view rest = before;
+        ASSERT_EQ(Texts::TakeCharacter(rest), character);
+        ASSERT_EQ(rest, "x") << character;
+    }
+    std::string_view broken = "\xE2\x82";
+    EXPECT_EQ(Texts::TakeCharacter(broken), 0xE2u);
+    EXPECT_EQ(broken.size(), 1u);
+}
+
 namespace {
 
 std::string Started;

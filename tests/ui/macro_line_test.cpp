@@ -205,6 +205,8 @@ TEST(MacroLine, LinesHaveTheirColumns) {
     EXPECT_EQ(line(Name), "  Desk             Name                     'it's \"so\"'");
     EXPECT_EQ(line(Remarks), "  Desk             Remarks                  \"one two\"");
     EXPECT_EQ(line(Digits), "  Desk             \"300\"");
+    Now.Name = "it's";
+    EXPECT_EQ(line(Name), "  Desk             Name                     \"it's\"");
     EXPECT_EQ(line(Behind), "  Desk             25"); // no quotes hold its name
     EXPECT_EQ(MacroLine::KeyLine(desk.Dialog, Mode, true),
               "  Desk             Mode                     Key2 CursorUp back");
@@ -212,6 +214,18 @@ TEST(MacroLine, LinesHaveTheirColumns) {
     EXPECT_EQ(MacroLine::MenuLine(2, 3), "  @  Edit          'Find \"it\"'");
     EXPECT_EQ(MacroLine::MenuKeyLine(3, 1),
               "  @  \"File Format\" \"CR\"                     Key Char  \"1\"");
+}
+
+TEST(MacroLine, WholeNumbersBeyondTheirWidthStayAtItsEnd) {
+    MacroDesk desk;
+    Dialogs::DialogItem& item = desk.Item(Count);
+    item.TextLength = 30;
+    EXPECT_EQ(Dialogs::NumberAsText(item, 1e300), "9223372036854775807");
+    EXPECT_EQ(Dialogs::NumberAsText(item, 0x1p63), "9223372036854775807");
+    EXPECT_EQ(Dialogs::NumberAsText(item, -1e300), "-9223372036854775808");
+    EXPECT_EQ(Dialogs::Kept(Dialogs::ValueKind::Int32, 2147483647.6), 2147483647);
+    EXPECT_EQ(Dialogs::Kept(Dialogs::ValueKind::Byte, 255.4), 255);
+    EXPECT_EQ(Dialogs::Kept(Dialogs::ValueKind::Int16, -1e9), -32768);
 }
 
 // What is written is read as the same stored value, whatever the format shows of it.

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 
 namespace {
 
@@ -64,7 +65,7 @@ TEST(Macros, ALineDoesWhatAHandDoes) {
 }
 
 TEST(Macros, NumbersStayWithinTheirBounds) {
-    const MacroDesk desk;
+    MacroDesk desk;
     const Messages::Recorder said;
     EXPECT_TRUE(Do("Desk Count 1000"));
     EXPECT_EQ(Now.Count, 100);
@@ -76,6 +77,9 @@ TEST(Macros, NumbersStayWithinTheirBounds) {
     EXPECT_EQ(Now.Level, 1); // two states
     EXPECT_TRUE(Do("Desk Mask 7FFFFFFF"));
     EXPECT_EQ(Now.Mask, 32767);
+    desk.Item(Gain).ValueHigh = 1E300;
+    EXPECT_TRUE(Do("Desk Gain 1E200"));
+    EXPECT_EQ(Now.Gain, std::numeric_limits<float>::max());
     EXPECT_FALSE(Do("Desk Tau 1E999"));
     EXPECT_EQ(Now.Tau, 1e-3);
     EXPECT_FALSE(Do("Desk Amplitude 101 mV")); // strict
@@ -296,14 +300,21 @@ TEST(Macros, AMacroWaitsForTheOneItStarts) {
     ASSERT_TRUE(Macros::StartMacro(outer));
     Macros::RunToEnd();
     EXPECT_EQ(Now.Count, 5);
-    // One that starts itself comes to an end.
+    // One that starts itself, or more than there is patience for, comes to an end.
     const Messages::Recorder said;
-    Now.Started = folder.Write("self.mac", "MACRO-FILE 1\nDesk Go\nDesk Count 7\n");
+    Now.Started = folder.Write("self.mac", "MACRO-FILE 1\nDesk Go\nDesk Go\nDesk Count 7\n");
     ASSERT_TRUE(Macros::StartMacro(Now.Started));
+    EXPECT_FALSE(Macros::StartMacro(Now.Started));
+    PlayAll();
+    EXPECT_EQ(said.Notes, " ## a macro cannot start itself ## \n ## a macro cannot start itself ## \n"
+                          " ## a macro cannot start itself ## \n");
+    EXPECT_EQ(Now.Count, 7);
+    int started = 0;
+    for (int i = 0; i < 2 * Macros::MostNested; ++i)
+        started += Macros::StartMacro(folder.Write(std::to_string(i), "MACRO-FILE 1\nDesk Count 8\n"));
+    EXPECT_EQ(started, Macros::MostNested);
     PlayAll();
     EXPECT_FALSE(Macros::IsPlaying());
-    EXPECT_NE(said.Notes.find(" ## too many macros wait for one another ## "), std::string::npos);
-    EXPECT_EQ(Now.Count, 7);
 }
 
 TEST(Macros, StopEndsAllThatPlay) {
@@ -313,7 +324,8 @@ TEST(Macros, StopEndsAllThatPlay) {
     Macros::StopMacro();
     EXPECT_EQ(said.Notes, "");
     const std::string file = folder.Write("a.mac", "MACRO-FILE 1\nDesk Count 1\nDesk Count 2\n");
-    ASSERT_TRUE(Macros::StartMacro(file) && Macros::StartMacro(file));
+    const std::string other = folder.Write("b.mac", "MACRO-FILE 1\nDesk Count 3\n");
+    ASSERT_TRUE(Macros::StartMacro(file) && Macros::StartMacro(other));
     Macros::StopMacro();
     EXPECT_EQ(said.Notes, "Macros playback aborted.\n");
     EXPECT_FALSE(Macros::IsPlaying());
