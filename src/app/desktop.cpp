@@ -15,6 +15,7 @@
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
 #include "ui/help.h"
+#include "ui/item_config.h"
 #include "ui/menus.h"
 #include "ui/notebook.h"
 #include "ui/theme.h"
@@ -253,6 +254,7 @@ bool StartUp(const StartOptions& options) {
     Messages::Status("Initializing Qorvanite ...");
     if (!LoadConfiguration(options)) return false;
     Themes::Apply(Themes::Chosen()); // with the colours of the settings
+    if (!ItemConfig::Initialise()) return false;
     ControlWindow::ShowMemory = TellTale::Check("ShowMemory.On");
     if (!InitTools()) return false;
     Messages::Status("Updating Windows ...");
