@@ -5,6 +5,7 @@
 #include <cmath>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace Vectors {
 
@@ -17,6 +18,12 @@ inline nlohmann::json Cases(const std::string& name) {
 // Numbers that are not finite stand as texts.
 inline double Number(const nlohmann::json& value) {
     return value.is_string() ? std::stod(value.get<std::string>()) : value.get<double>();
+}
+
+inline std::vector<float> Samples(const nlohmann::json& list) {
+    std::vector<float> samples;
+    for (const nlohmann::json& value : list) samples.push_back(static_cast<float>(Number(value)));
+    return samples;
 }
 
 inline bool Near(double got, double want, double relative) {

@@ -6,11 +6,13 @@
 #include "app/tools.h"
 #include "base/files.h"
 #include "base/messages.h"
+#include "base/places.h"
 #include "data/file_info.h"
 #include "data/recovery_copy.h"
 #include "platform/headless/headless.h"
 #include "platform/module.h"
 #include "setup/settings_file.h"
+#include "trees/tree.h"
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
@@ -156,8 +158,14 @@ bool LoadConfiguration(const StartOptions& options) {
                                                       path);
         return found ? path : std::string();
     };
-    return Setup::LoadSettings({.NamedFile = options.SettingsFile, .Ask = options.Visible}) &&
-           Setup::State.State < Setup::SettingsState::Ended;
+    // On the very first start nobody can be expected to have settings; from then on there is a file.
+    const bool firstStart = !Files::Exists(Places::ConfigFolder());
+    const bool ask = options.Visible && !firstStart;
+    if (!Setup::LoadSettings({.NamedFile = options.SettingsFile, .Ask = ask})) return false;
+    if (Setup::State.State >= Setup::SettingsState::Ended) return false;
+    if (options.Visible && Setup::State.State == Setup::SettingsState::BuiltIn)
+        (void)Setup::SaveConfiguration(true);
+    return true;
 }
 
 bool InitTools() {
@@ -168,8 +176,24 @@ bool InitTools() {
     return true;
 }
 
+std::string Counted(int count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+// What the middle says while no tool fills it.
+std::string HintText() {
+    if (!DataFiles::IsOpen()) return "Open a data file: Ctrl+O";
+    void* const root = Tree::Root(CurrentSession().Vennic.Handle);
+    int series = 0;
+    for (int group = 1; group <= Tree::ChildCount(root); ++group)
+        series += Tree::ChildCount(Tree::Child(root, group));
+    return DataFiles::BaseName() + "\n" + Counted(Tree::ChildCount(root), "group", "groups") + ", " +
+           Counted(series, "series", "series") + "\n\nTools open from the Windows menu";
+}
+
 void ShowTitle() {
     const std::string name = Start::Program().ProgramName;
+    Platform::Ops().SetHint(HintText());
     if (!DataFiles::IsOpen()) {
         Platform::Ops().SetTitle(Platform::FrameWindow, name, "no data file");
         return;

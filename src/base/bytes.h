@@ -39,6 +39,12 @@ inline void Store(void* to, const T& value) {
     return static_cast<std::int32_t>(__builtin_bswap32(static_cast<std::uint32_t>(v)));
 }
 
+// The number whose bytes stand in little-endian order in the value, or the other way round.
+template <class T>
+[[nodiscard]] constexpr T Little(T value) {
+    return MachineIsLittle ? value : Swapped(value);
+}
+
 // Reverses the bytes of each element; elementSize is 1, 2, 4 or 8, and a rest shorter than it stays.
 void ReverseElements(std::span<std::byte> data, std::size_t elementSize);
 

@@ -1,5 +1,6 @@
 #include "base/journal.h"
 
+#include "base/bytes.h"
 #include "base/checksum.h"
 #include "base/journal_steps.h"
 
@@ -39,7 +40,7 @@ struct Change::State {
     }
     template <class T>
     int PutNumber(T value) {
-        const T stored = Little(value);
+        const T stored = Bytes::Little(value);
         return Put(&stored, sizeof stored);
     }
     int PutName(const std::string& name) {

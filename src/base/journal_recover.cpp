@@ -1,3 +1,4 @@
+#include "base/bytes.h"
 #include "base/checksum.h"
 #include "base/journal.h"
 #include "base/journal_steps.h"
@@ -27,7 +28,7 @@ int ReadState(Files::File& file, std::int64_t length, State& state) {
     std::array<char, HeaderBytes> header{};
     const auto headerBytes = static_cast<std::size_t>(std::min(length, HeaderBytes));
     if (!reader.Read(header.data(), headerBytes)) return reader.LastError;
-    const std::uint32_t version = Little(Version);
+    const std::uint32_t version = Bytes::Little(Version);
     std::array<char, HeaderBytes> ours{};
     std::memcpy(ours.data(), Magic.data(), Magic.size());
     std::memcpy(ours.data() + Magic.size(), &version, sizeof version);
@@ -47,7 +48,7 @@ int ReadState(Files::File& file, std::int64_t length, State& state) {
         sum = Checksum::Crc32(sum, std::span(piece).first(bytes));
     }
     if (!reader.Read(&stored, sizeof stored)) return reader.LastError;
-    if (sum == Little(stored)) state = State::Complete;
+    if (sum == Bytes::Little(stored)) state = State::Complete;
     return 0;
 }
 

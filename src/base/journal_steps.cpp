@@ -1,5 +1,7 @@
 #include "base/journal_steps.h"
 
+#include "base/bytes.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -19,7 +21,7 @@ constexpr std::chrono::milliseconds WaitMax{2000}, WaitStep{10};
 bool ReadName(Files::Reader& reader, std::string& name) {
     std::uint16_t bytes = 0;
     if (!reader.Read(&bytes, sizeof bytes)) return false;
-    bytes = Little(bytes);
+    bytes = Bytes::Little(bytes);
     if (bytes == 0 || bytes > NameBytesMax) return false;
     name.resize(bytes);
     return reader.Read(name.data(), bytes) && IsBareName(name);
@@ -28,7 +30,7 @@ bool ReadName(Files::Reader& reader, std::string& name) {
 bool ReadNumber(Files::Reader& reader, std::int64_t& value, std::int64_t least) {
     std::uint64_t stored = 0;
     if (!reader.Read(&stored, sizeof stored)) return false;
-    value = static_cast<std::int64_t>(Little(stored));
+    value = static_cast<std::int64_t>(Bytes::Little(stored));
     return value >= least;
 }
 

@@ -1,7 +1,6 @@
 // What writing a change down and completing it share: the layout of a journal's entries, the lock under which
 // a journal is used, and the doing of its steps. For journal.cpp and journal_recover.cpp only.
 #pragma once
-#include "base/bytes.h"
 #include "base/files.h"
 
 #include <cstdint>
@@ -34,11 +33,6 @@ struct Entry {
     std::int64_t Count = 0;     // of a write: the bytes follow in the file
     std::int64_t NewLength = 0; // of a length entry and of a file entry
 };
-
-template <class T>
-[[nodiscard]] T Little(T value) {
-    return Bytes::MachineIsLittle ? value : Bytes::Swapped(value);
-}
 
 // Reads the next entry up to the bytes of a write. False when there is none that follows the layout.
 [[nodiscard]] bool ReadEntry(Files::Reader& reader, Entry& entry);

@@ -1,5 +1,6 @@
 #include "platform/module.h"
 
+#include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <system_error>
@@ -10,6 +11,11 @@ namespace {
 
 constexpr const char* ModuleFile = "qorvanite_desktop.so";
 constexpr const char* Entry = "QorvaniteDesktop";
+
+bool IsSet(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
 
 std::filesystem::path ProgramFolder() {
     std::error_code error;
@@ -29,6 +35,13 @@ std::filesystem::path FindModule() {
 }
 
 bool UseDesktop(std::string& reason) {
+    // Without any display the library would end the process.
+    if (!IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY") && !IsSet("QT_QPA_PLATFORM")) {
+        reason =
+            "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set. \"qorvanite --help\" lists the "
+            "commands that need none.";
+        return false;
+    }
     const std::filesystem::path file = FindModule();
     if (file.empty()) {
         reason = "This program was built without its desktop: install qt6-base-dev and build it again.";

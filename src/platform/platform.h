@@ -157,6 +157,7 @@ struct Operations {
     void (*SetTheme)(const Theme& theme);
     bool (*DesktopIsDark)();
     void (*SetStatusBar)(const StatusBar& bar);
+    void (*SetHint)(std::string_view text); // in the middle of the frame, as long as no panel fills it
 
     // Drawing. A window shows its layers in the order of their numbers; a layer that is drawn again replaces
     // what it was, and only the old and the new bounds are painted.

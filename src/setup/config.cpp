@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <initializer_list>
 #include <memory>
+#include <numeric>
 #include <utility>
 
 namespace Setup {
@@ -19,14 +21,15 @@ namespace {
 
 // A line that starts with a key word, by offsets into the content.
 struct KeyLine {
-    std::uint32_t Start, Word, WordEnd, End;
+    std::uint32_t Word, WordEnd, End;
 };
 
 // The parts of a pass that nobody else sees.
 struct PassState {
-    std::string Content;        // read, or written so far
-    std::vector<KeyLine> Lines; // in the order of their words, lines of one word in that of the file
-    std::size_t Place = 0;      // end of the line of the last key found
+    std::string Content;               // read, or written so far
+    std::vector<KeyLine> Lines;        // in the order of the file
+    std::vector<std::uint32_t> ByWord; // places in Lines in the order of words; empty until one is searched
+    std::size_t Next = 0;              // place in Lines behind the last key found
     bool Listing = false;
     std::vector<ConfigEntry> Entries;
     std::unique_ptr<Files::Replacement> NewFile;
@@ -40,22 +43,23 @@ constexpr const char* OutputOverflow = ": output buffer overflow.";
 constexpr const char* InputOverflow = ": input buffer overflow.";
 constexpr const char* EncodingError = ": encoding error.";
 
-void SetText(std::string text) {
-    Config.ConfigText = std::move(text);
-    if (Config.ConfigText.size() > ConfigTextMax) Config.ConfigText.resize(ConfigTextMax);
-}
-
 bool Fail(int error, const std::string& text) {
     Config.ConfigError = error;
-    SetText(text);
+    Config.ConfigText = text.substr(0, ConfigTextMax);
     return false;
+}
+
+// In place: of a file with few keys this is said of all others.
+void SetText(std::string_view key, const char* reason) {
+    Config.ConfigText.assign(1, '"').append(key).append(1, '"').append(reason);
+    if (Config.ConfigText.size() > ConfigTextMax) Config.ConfigText.resize(ConfigTextMax);
 }
 
 // A file of nothing but such values must not fill the memory with their texts.
 constexpr std::size_t UndecodedMax = 100;
 
 void Undecoded(std::string_view key, const char* reason) {
-    SetText("\"" + std::string(key) + "\"" + reason);
+    SetText(key, reason);
     if (Config.ConfigUndecoded.size() < UndecodedMax) Config.ConfigUndecoded.push_back(Config.ConfigText);
 }
 
@@ -70,9 +74,11 @@ bool IsWordCharacter(char c) {
 // Lines end at LF, CR LF or CR; one that is longer than the line buffer comes in pieces.
 template <class Step>
 void ForEachLine(std::string_view content, Step step) {
-    std::size_t at = 0;
+    std::size_t at = 0, carriageReturn = content.find('\r'), lineFeed = content.find('\n');
     while (at < content.size()) {
-        const std::size_t end = std::min(content.find_first_of("\r\n", at), content.size());
+        if (carriageReturn < at) carriageReturn = content.find('\r', at);
+        if (lineFeed < at) lineFeed = content.find('\n', at);
+        const std::size_t end = std::min({carriageReturn, lineFeed, content.size()});
         for (; end - at >= ConfigLineBytes; at += ConfigLineBytes - 1) step(at, at + ConfigLineBytes - 1);
         if (end > at) step(at, end);
         at = end + 1;
@@ -87,45 +93,55 @@ std::string_view WordOf(const KeyLine& line) {
     return Piece(line.Word, line.WordEnd);
 }
 
-void IndexLines() {
+void FindLines() {
     Pass.Lines.clear();
+    Pass.ByWord.clear();
     ForEachLine(Pass.Content, [](std::size_t start, std::size_t end) {
-        std::size_t word = start;
-        while (word < end && IsBlank(Pass.Content[word])) ++word;
-        std::size_t wordEnd = word;
-        while (wordEnd < end && IsWordCharacter(Pass.Content[wordEnd])) ++wordEnd;
+        const char* const text = Pass.Content.data();
+        const char* const word = std::find_if_not(text + start, text + end, IsBlank);
+        const char* const wordEnd = std::find_if_not(word, text + end, IsWordCharacter);
         if (wordEnd > word)
-            Pass.Lines.push_back({static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(word),
-                                  static_cast<std::uint32_t>(wordEnd), static_cast<std::uint32_t>(end)});
-    });
-    std::sort(Pass.Lines.begin(), Pass.Lines.end(), [](const KeyLine& a, const KeyLine& b) {
-        const int order = WordOf(a).compare(WordOf(b));
-        return order != 0 ? order < 0 : a.Start < b.Start;
+            Pass.Lines.push_back({static_cast<std::uint32_t>(word - text),
+                                  static_cast<std::uint32_t>(wordEnd - text),
+                                  static_cast<std::uint32_t>(end)});
     });
 }
 
-// The line of the key from a place on; null when there is none.
-const KeyLine* LineFrom(std::string_view key, std::size_t place) {
-    const auto found =
-        std::lower_bound(Pass.Lines.begin(), Pass.Lines.end(), std::pair(key, place),
-                         [](const KeyLine& line, const std::pair<std::string_view, std::size_t>& wanted) {
-                             const int order = WordOf(line).compare(wanted.first);
-                             return order != 0 ? order < 0 : line.Start < wanted.second;
-                         });
-    return found != Pass.Lines.end() && WordOf(*found) == key ? &*found : nullptr;
+void SortWords() {
+    Pass.ByWord.resize(Pass.Lines.size());
+    std::iota(Pass.ByWord.begin(), Pass.ByWord.end(), 0u);
+    std::sort(Pass.ByWord.begin(), Pass.ByWord.end(), [](std::uint32_t a, std::uint32_t b) {
+        const int order = WordOf(Pass.Lines[a]).compare(WordOf(Pass.Lines[b]));
+        return order != 0 ? order < 0 : a < b;
+    });
+}
+
+// The first line of the key from the place of the last one on, else from the start; null when there is none.
+const KeyLine* LineOf(std::string_view key) {
+    // In a file as it is saved, a key follows the one before, or a line that nobody reads stands between.
+    for (std::size_t place = Pass.Next; place < std::min(Pass.Next + 2, Pass.Lines.size()); ++place)
+        if (WordOf(Pass.Lines[place]) == key) return &Pass.Lines[place];
+    if (Pass.ByWord.empty()) SortWords();
+    const auto word = [](std::uint32_t place) { return WordOf(Pass.Lines[place]); };
+    const auto first = std::ranges::lower_bound(Pass.ByWord, key, {}, word);
+    if (first == Pass.ByWord.end() || word(*first) != key) return nullptr;
+    const auto onward = std::partition_point(first, Pass.ByWord.end(), [&](std::uint32_t place) {
+        return place < Pass.Next && word(place) == key;
+    });
+    const bool found = onward != Pass.ByWord.end() && word(*onward) == key;
+    return &Pass.Lines[found ? *onward : *first];
 }
 
 // The text of the key's value, to the end of its line. False for a key that is missing or has no value.
 bool Find(std::string_view key, std::string_view& value) {
     if (Config.ConfigError != 0) return false;
-    const KeyLine* line = LineFrom(key, Pass.Place);
-    if (!line) line = LineFrom(key, 0);
+    const KeyLine* const line = LineOf(key);
     if (!line) {
         ++Config.ConfigMissing;
-        SetText("\"" + std::string(key) + "\"" + NotFound);
+        SetText(key, NotFound);
         return false;
     }
-    Pass.Place = line->End;
+    Pass.Next = static_cast<std::size_t>(line - Pass.Lines.data()) + 1;
     value = Piece(line->WordEnd, line->End);
     value.remove_prefix(std::min(value.find(' '), value.size()));
     value.remove_prefix(std::min(value.find_first_not_of(' '), value.size()));
@@ -151,38 +167,44 @@ bool TakeNumber(std::string_view& text, T& number) {
     return true;
 }
 
-std::string RealText(double value) {
-    char text[32];
-    const auto [end, error] = std::to_chars(text, text + sizeof text, value, std::chars_format::general, 16);
-    return error == std::errc{} ? std::string(text, end) : "0";
-}
-
 bool Writing() {
     return Config.Write && Config.ConfigError == 0;
 }
 
-void AppendLine(std::string_view key, std::string_view value) {
-    if (key.size() + 1 + value.size() >= ConfigLineBytes) return Undecoded(key, OutputOverflow);
-    Pass.Content.append(key).append(" ").append(value).append("\n");
+// A line of the content: the key, and behind it the pieces of its value.
+void AppendLine(std::string_view key, std::initializer_list<std::string_view> value) {
+    std::size_t bytes = key.size() + 1;
+    for (const std::string_view piece : value) bytes += piece.size();
+    if (bytes >= ConfigLineBytes) return Undecoded(key, OutputOverflow);
+    Pass.Content.append(key).append(1, ' ');
+    for (const std::string_view piece : value) Pass.Content.append(piece);
+    Pass.Content.append(1, '\n');
 }
 
-void Emit(std::string_view key, ConfigKind kind, std::string value) {
+void Emit(std::string_view key, ConfigKind kind, std::string_view value) {
     if (!Writing()) return;
     if (Pass.Listing) {
-        Pass.Entries.push_back({std::string(key), kind, std::move(value)});
+        Pass.Entries.push_back({std::string(key), kind, std::string(value)});
     } else if (kind == ConfigKind::Bool) {
-        AppendLine(key, " " + value);
+        AppendLine(key, {" ", value});
     } else if (kind == ConfigKind::String) {
-        AppendLine(key, "\"" + value + "\"");
+        AppendLine(key, {"\"", value, "\""});
     } else {
-        AppendLine(key, value);
+        AppendLine(key, {value});
     }
+}
+
+template <class T, class... Form>
+void EmitNumber(std::string_view key, ConfigKind kind, T value, Form... form) {
+    char text[32]; // for the longest real of 16 digits
+    const auto [end, error] = std::to_chars(text, text + sizeof text, value, form...);
+    Emit(key, kind, error == std::errc{} ? std::string_view(text, end) : "0");
 }
 
 // All whole numbers are read through the 32-bit form; one that its place cannot hold is not decoded.
 template <class Place, class Read = std::int32_t>
 void ConfigNumber(std::string_view key, Place& place) {
-    if (Config.Write) return Emit(key, ConfigKind::Number, std::to_string(place));
+    if (Config.Write) return EmitNumber(key, ConfigKind::Number, place);
     std::string_view value;
     Read number = 0;
     if (!Find(key, value)) return;
@@ -205,12 +227,14 @@ std::string BlockKey(std::string_view key, std::size_t blockBytes, std::size_t s
 template <class Step>
 void ForEachBlockLine(std::string_view key, std::span<const std::uint8_t> block, Step step) {
     for (std::size_t at = 0; at < block.size(); at += ConfigBlockLineBytes) {
-        std::string value = "\"";
+        char value[2 * ConfigBlockLineBytes + 2] = {'"'};
+        char* end = value + 1;
         for (const std::uint8_t byte : block.subspan(at, std::min(ConfigBlockLineBytes, block.size() - at))) {
-            value.push_back(static_cast<char>((byte & 15) + 32));
-            value.push_back(static_cast<char>((byte >> 4) + 32));
+            *end++ = static_cast<char>((byte & 15) + 32);
+            *end++ = static_cast<char>((byte >> 4) + 32);
         }
-        step(BlockKey(key, block.size(), at), value + "\"");
+        *end++ = '"';
+        step(BlockKey(key, block.size(), at), std::string_view(value, end));
     }
 }
 
@@ -219,30 +243,30 @@ const char* DecodeBlockLine(std::string_view value, std::span<std::uint8_t> byte
     if (!value.starts_with('"')) return NoQuotes;
     value.remove_prefix(1);
     for (std::uint8_t& byte : bytes) {
-        unsigned nibbles[2];
-        for (unsigned& nibble : nibbles) {
-            if (value.empty()) return InputOverflow;
-            nibble = static_cast<unsigned char>(value[0]) - 32u;
+        unsigned pair = 0;
+        for (std::size_t half = 0; half < 2; ++half) {
+            if (half == value.size()) return InputOverflow;
+            const unsigned nibble = static_cast<unsigned char>(value[half]) - 32u;
             if (nibble > 15) return EncodingError;
-            value.remove_prefix(1);
+            pair |= nibble << 4 * half;
         }
-        byte = static_cast<std::uint8_t>(nibbles[0] | nibbles[1] << 4);
+        byte = static_cast<std::uint8_t>(pair);
+        value.remove_prefix(2);
     }
     // A double quote is also a pair's half: only the one behind the last byte ends the line.
     return value.starts_with('"') ? nullptr : value.empty() ? InputOverflow : OutputOverflow;
 }
 
 std::uint32_t LineSum(std::string_view line) {
-    const auto byte = [&](std::size_t i) { return std::uint32_t{static_cast<unsigned char>(line[i])}; };
+    const char* const end = line.data() + line.size();
+    const char* at = line.data();
     std::uint32_t sum = 0;
-    std::size_t at = 0;
-    for (; line.size() - at >= 4; at += 4)
-        sum += byte(at) | byte(at + 1) << 8 | byte(at + 2) << 16 | byte(at + 3) << 24;
-    if (line.size() - at >= 2) {
-        sum += byte(at) | byte(at + 1) << 8;
+    for (; end - at >= 4; at += 4) sum += Bytes::Little(Bytes::Load<std::uint32_t>(at));
+    if (end - at >= 2) {
+        sum += Bytes::Little(Bytes::Load<std::uint16_t>(at));
         at += 2;
     }
-    if (at < line.size()) sum += byte(at);
+    if (at < end) sum += static_cast<unsigned char>(*at);
     return sum;
 }
 
@@ -268,7 +292,7 @@ bool BeginConfig(const std::string& file, bool write) {
     }
     const int error = Files::ReadWhole(file, ConfigFileBytesMax, Pass.Content);
     if (error != 0) return Fail(error, Files::ErrorText(error));
-    IndexLines();
+    FindLines();
     return true;
 }
 
@@ -276,7 +300,7 @@ void BeginConfigText(std::string text) {
     Config = {};
     Pass = {};
     Pass.Content = std::move(text);
-    IndexLines();
+    FindLines();
 }
 
 void RewindConfig() {
@@ -284,7 +308,7 @@ void RewindConfig() {
     Config.ConfigUndecoded.clear();
     Config.ConfigIndex = 0;
     Config.ConfigText.clear();
-    Pass.Place = 0;
+    Pass.Next = 0;
 }
 
 bool EndConfig() {
@@ -334,13 +358,13 @@ void ConfigChar(std::string_view key, char& place) {
     // A control character would break the line.
     if (Config.Write)
         return Emit(key, ConfigKind::Char,
-                    static_cast<unsigned char>(place) < 32 ? "\"\"" : std::string(1, place));
+                    static_cast<unsigned char>(place) < 32 ? "\"\"" : std::string_view(&place, 1));
     std::string_view value;
     if (Find(key, value)) place = value.starts_with("\"\"") ? '\0' : value[0];
 }
 
 void ConfigReal(std::string_view key, double& place) {
-    if (Config.Write) return Emit(key, ConfigKind::Real, RealText(place));
+    if (Config.Write) return EmitNumber(key, ConfigKind::Real, place, std::chars_format::general, 16);
     std::string_view value;
     if (Find(key, value) && !TakeNumber(value, place)) Undecoded(key, NoNumber);
 }
@@ -350,7 +374,7 @@ void ConfigString(std::string_view key, std::string& place, std::size_t longest)
         std::string text = place.substr(0, longest);
         std::replace_if(
             text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
-        return Emit(key, ConfigKind::String, std::move(text));
+        return Emit(key, ConfigKind::String, text);
     }
     std::string_view value;
     if (!Find(key, value)) return;
@@ -390,7 +414,9 @@ void ConfigBlock(std::string_view key, std::span<std::uint8_t> place) {
     if (Config.Write) {
         if (!Writing()) return;
         if (Pass.Listing) return Emit(key, ConfigKind::Block, Texts::Hex(std::as_bytes(place)));
-        ForEachBlockLine(key, place, AppendLine);
+        ForEachBlockLine(key, place, [](std::string_view lineKey, std::string_view value) {
+            AppendLine(lineKey, {value});
+        });
         return;
     }
     std::vector<std::uint8_t> bytes(place.size());
@@ -440,20 +466,15 @@ void ConfigKept(std::string_view keyStart, std::vector<std::string>& lines) {
             const std::size_t keyEnd = std::min(line.find(' '), line.size());
             const std::string_view value = std::string_view(line).substr(std::min(keyEnd + 1, line.size()));
             if (Pass.Listing)
-                Emit(line.substr(0, keyEnd), ConfigKind::Kept, std::string(value));
+                Emit(std::string_view(line).substr(0, keyEnd), ConfigKind::Kept, value);
             else
                 Pass.Content.append(line).append("\n");
         }
         return;
     }
-    std::vector<KeyLine> found;
-    auto line = std::lower_bound(Pass.Lines.begin(), Pass.Lines.end(), keyStart,
-                                 [](const KeyLine& a, std::string_view start) { return WordOf(a) < start; });
-    for (; line != Pass.Lines.end() && WordOf(*line).starts_with(keyStart); ++line) found.push_back(*line);
-    std::sort(found.begin(), found.end(),
-              [](const KeyLine& a, const KeyLine& b) { return a.Start < b.Start; });
     lines.clear();
-    for (const KeyLine& one : found) lines.emplace_back(Piece(one.Word, one.End));
+    for (const KeyLine& line : Pass.Lines)
+        if (WordOf(line).starts_with(keyStart)) lines.emplace_back(Piece(line.Word, line.End));
 }
 
 void ConfigCheckSum(std::uint32_t& storedValue, std::uint32_t& computedValue) {

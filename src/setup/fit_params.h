@@ -48,6 +48,7 @@ struct FitParams {
         double LastResidual = 0.0;
         bool StopMaxIteration = true, StopEpsilon = true;
         std::uint8_t FitTermination = 0; // 0 none, 1 max. iterations, 2 converged, 3 break
+        bool operator==(const Control&) const = default;
     };
     Control Sweep = {.MaxIterations = 200, .StepSize = 0.01, .Epsilon = 1E-8, .DisplayUpdate = 50};
 
@@ -72,6 +73,7 @@ struct FitParams {
 
     std::uint8_t LogTarget = 0;  // 0 Off, 1 Notebook, 2 File, 3 Notebook and File
     std::uint8_t NumberType = 0; // 0 Engineering, 1 Scientific
+    bool operator==(const FitParams&) const = default;
 };
 
 // The keys of the block, in either direction.

@@ -330,10 +330,8 @@ void MainKeys(SettingsRecord& s) {
     RecordKeys(s);
 }
 
-}
-
 void ConfigHeader(ConfigurationHeader& header, const std::string& programVersion) {
-    ConfigString("CONFIGURATION", header.ConfigSignature, 15);
+    ConfigSignature(header.ConfigSignature);
     if (Config.Write) {
         std::string version = programVersion;
         ConfigString("ProgramVersion", version, 31);
@@ -343,6 +341,12 @@ void ConfigHeader(ConfigurationHeader& header, const std::string& programVersion
     ConfigBool("IsLittleEndian", header.IsLittleEndian);
     ConfigBool("NeverStored", header.NeverStored);
     ConfigEnum("FileOS", header.FileOS);
+}
+
+}
+
+void ConfigSignature(std::string& signature) {
+    ConfigString("CONFIGURATION", signature, 15);
 }
 
 void ConfigSettings(SettingsRecord& s, const std::string& programVersion) {

@@ -49,16 +49,19 @@ struct ConfigurationHeader {
     bool IsLittleEndian = true;         // byte order of the machine that wrote the file
     bool NeverStored = true;            // these are the built-in defaults: until the user saves them
     std::uint8_t FileOS = 3;            // writer's system: 1 MacOS, 2 Windows, 3 UNIX
+    bool operator==(const ConfigurationHeader&) const = default;
 };
 
 struct WindowPlace {
     std::int16_t Left = 0, Top = 0, Width = 0, Height = 0; // pixels; a window that is not sized has no extent
     bool Show = false;                                     // open when the program starts
+    bool operator==(const WindowPlace&) const = default;
 };
 
 struct FontChoice {
     std::string Name = "Sans"; // key without "Name"
     std::int16_t Size = 10;    // points
+    bool operator==(const FontChoice&) const = default;
 };
 
 struct ColorSettings {
@@ -72,6 +75,7 @@ struct ColorSettings {
     Color DimmedTrace = {45000, 45000, 45000}, Grid = {50000, 50000, 50000}, Fit = {50000, 0, 0};
 
     static PerTrace<Color> DefaultTraces();
+    bool operator==(const ColorSettings&) const = default;
 };
 
 struct WindowSettings {
@@ -83,6 +87,7 @@ struct WindowSettings {
     FontChoice DialogFont, ProtListFont = {"Monospace", 10}, OnlineFont, TreeFont;
     std::string FrameWDescr, NotebookWDescr; // descriptions of the frame and of the notebook's window
     std::uint8_t WindowSwitch = 0;           // the set of windows in use
+    bool operator==(const WindowSettings&) const = default;
 };
 
 // The recording side, kept as it was read.
@@ -116,6 +121,7 @@ struct RecordingSettings {
     bool DacTheo = true, AdcTheo = true; // theoretical calibration
     std::string TestSeries;
     std::uint8_t AmplWindMode = 0;
+    bool operator==(const RecordingSettings&) const = default;
 };
 
 // The parameters that come with a sweep where the amplifier tells none.
@@ -124,6 +130,7 @@ struct ParameterSettings {
     double CellPotential = 0.0, Temperature = 20.0, RsValue = 0.0, PipettePressure = 0.0, RMSNoise = 0.0;
     double PipetteResistance = 0.0, SealResistance = 0.0, Bandwidth = 0.0, LockInExtPhase = 0.0;
     std::string UserParam1 = "User Param 1", UserParam2 = "User Param 2"; // names
+    bool operator==(const ParameterSettings&) const = default;
 };
 
 // What the Oscilloscope draws, and how.
@@ -142,11 +149,13 @@ struct DisplaySettings {
     PerTrace<double> DispGain = EachTrace(1.0), DispOffset = EachTrace(0.0);
     PerTrace<std::uint8_t> DrawKind{}; // marker of the points
     PerTrace<std::uint8_t> TBufScale{};
+    bool operator==(const DisplaySettings&) const = default;
 };
 
 struct ReplaySettings {
     std::uint8_t ShowLevel = 4, HighShow = 0, LowShow = 4, Tracing = 4; // levels, 0 Root to 4 Trace
     bool ShowTreeInfo = false;
+    bool operator==(const ReplaySettings&) const = default;
 };
 
 struct ExportSettings {
@@ -164,6 +173,7 @@ struct ExportSettings {
     bool ExpTrace1 = true, ExpTrace2 = true; // the displayed traces; all that are marked for it
     std::string PrinterParams;
     std::int16_t GraphsPerPage = 4; // 1 to 32
+    bool operator==(const ExportSettings&) const = default;
 };
 
 struct OnlineSettings {
@@ -172,12 +182,14 @@ struct OnlineSettings {
     std::uint8_t OnlineMode = 0;     // 2: wrap
     std::int16_t OnlineMaxSwp = 1000;
     std::int16_t ActiveMethodIndex = 0, MethodScrollOffset = 0;
+    bool operator==(const OnlineSettings&) const = default;
 };
 
 struct BatchSettings {
     std::uint8_t BatchCommKind = 0; // 0 off, 1 receiver, 2 sender
     bool BatchCommNoWrite = false, BatchCommSync = false;
     std::string BatchCommPath; // with its separator at the end
+    bool operator==(const BatchSettings&) const = default;
 };
 
 struct ProtocolSettings {
@@ -191,6 +203,7 @@ struct ProtocolSettings {
     // share.
     std::array<double, Setup::Values> Values{}; // Value-0 ...
     double MinWaitTime = 0.0;                   // s
+    bool operator==(const ProtocolSettings&) const = default;
 };
 
 struct FileSettings {
@@ -200,6 +213,7 @@ struct FileSettings {
     bool FileFlush = true;
     std::string Username, NameDescr = "[DATE]_[001]"; // the second: of new data files, at most 63 characters
     bool AutoName = true, ClearComment = true, WipeAtStart = true;
+    bool operator==(const FileSettings&) const = default;
 };
 
 struct ProgramSettings {
@@ -209,12 +223,14 @@ struct ProgramSettings {
     std::int32_t NotebookLength = 100'000; // lines, 100 to 10000000
     std::int16_t NotebookDigits = 6, TimerDigits = 3; // 1 to 15, 0 to 9
     std::uint8_t SoundMode = 0;
+    bool operator==(const ProgramSettings&) const = default;
 };
 
 struct SolutionSettings {
     std::int32_t IntSol = 0, ExtSol = 0;
     std::string SolBaseFile;
     std::array<std::int32_t, FavouriteSolutions> IntSols{}, ExtSols{}; // IntSols1 ...
+    bool operator==(const SolutionSettings&) const = default;
 };
 
 struct SettingsRecord {
@@ -261,6 +277,7 @@ struct SettingsRecord {
         Ampl; // lines of the blocks Photo_, LockIn_, Ampl_, kept as they are
     Setup::FitParams FitParams;
     std::array<std::uint8_t, 2048> GLPParams{}; // bytes of another unit
+    bool operator==(const SettingsRecord&) const = default;
 };
 
 extern SettingsRecord Settings;
@@ -278,8 +295,8 @@ void SetDefaults();
 // All keys of the record in the order of the file, from CONFIGURATION to GLPParams, in either direction.
 // programVersion is the text that a writing pass puts into the file; a reading pass skips it.
 void ConfigSettings(SettingsRecord& settings, const std::string& programVersion);
-// Those of the header alone.
-void ConfigHeader(ConfigurationHeader& header, const std::string& programVersion);
+// CONFIGURATION alone, by which a settings file is known.
+void ConfigSignature(std::string& signature);
 
 // Brings what was read from outside into the ranges told above.
 void SettingsLimits(SettingsRecord& settings);

@@ -40,10 +40,8 @@ bool CheckHead(const std::string& file, Silence silence) {
     if (head.size() < HeadBytes)
         return Refuse("Error reading Configuration Header: \"" + file + "\"", silence);
     if (isText) {
-        ConfigurationHeader header;
-        header.ConfigSignature.clear();
-        ConfigHeader(header, "");
-        signature = header.ConfigSignature;
+        signature.clear();
+        ConfigSignature(signature);
     }
     if (signature != ProgramName)
         return Refuse("File \"" + file + "\" is not a correct Configuration file!", silence);

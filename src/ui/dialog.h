@@ -95,6 +95,15 @@ struct Shortcut {
     [[nodiscard]] bool IsSet() const { return Class >= Events::KeyClass::Printable; }
 };
 
+inline constexpr Shortcut EscapeKey{.Class = Events::KeyClass::Special,
+                                    .Char = static_cast<std::uint32_t>(Platform::KeyCode::Escape)};
+// Works in either case, and with any modifier.
+[[nodiscard]] constexpr Shortcut LetterKey(char upperCase) {
+    return {.Class = Events::KeyClass::Printable,
+            .Char = static_cast<std::uint32_t>(upperCase),
+            .AnyModifier = true};
+}
+
 // How a number looks and what it may be. Bounds are those of the stored value.
 struct NumberForm {
     std::string_view Unit{};

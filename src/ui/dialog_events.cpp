@@ -408,7 +408,7 @@ int ItemAt(const DialogRecord& dialog, Platform::Point at, bool fromTop) {
         const int number = fromTop ? count + 1 - i : i;
         if (!IsVisible(dialog, number) || !Item(dialog, number).Enabled) continue;
         const DialogItem& item = Item(dialog, number);
-        if (item.Role == Role::Card && !fromTop) continue;
+        if (item.Role == Role::Card && item.Kind == ItemKind::Text && !fromTop) continue;
         if (IsScrollFrame(dialog, number) && !fromTop) continue;
         if (!item.ItemRect.Area().Holds(at)) continue;
         if (item.ScrollFrame != 0 && HasItem(dialog, item.ScrollFrame) &&

@@ -169,12 +169,18 @@ void DrawStatic(const Look& look) {
 }
 
 void EntryFace(const Look& look) {
-    Face(look, look.Item.BackColor.value_or(Colors().Panel),
+    // What cannot be typed into stands on the ground of the buttons.
+    Face(look, look.Item.BackColor.value_or(look.Item.Executable ? Colors().Panel : Colors().Soft),
          look.Item.Role == Role::Warning ? Colors().Warning : Colors().Line);
 }
 
 void DrawEntry(const Look& look) {
-    EntryFace(look);
+    // A text that fills its window needs no frame.
+    if (look.Item.Role == Role::Card) {
+        look.Out.Fill(look.Place, Colors().Panel);
+    } else {
+        EntryFace(look);
+    }
     if (look.Item.TextBox != 0) return; // the platform draws what is being edited
     std::string text = TextOf(look.Item);
     if (look.Item.Password)
@@ -284,7 +290,7 @@ Color GroundOf(const DialogRecord& dialog, const DialogItem& item) {
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!HasItem(dialog, number)) continue;
         const DialogItem& card = Item(dialog, number);
-        if (card.Role == Role::Card && IsVisible(dialog, number) &&
+        if (card.Role == Role::Card && card.Kind == ItemKind::Text && IsVisible(dialog, number) &&
             card.ItemRect.Left <= item.ItemRect.Left && card.ItemRect.Right >= item.ItemRect.Right &&
             card.ItemRect.Top <= item.ItemRect.Top && card.ItemRect.Bottom >= item.ItemRect.Bottom)
             return Colors().Window;
@@ -308,14 +314,11 @@ void DrawItem(const DialogRecord& dialog, int number, Drawing& drawing) {
     const DialogItem& item = Item(dialog, number);
     const auto index = static_cast<std::size_t>(item.Kind);
     if (index >= std::size(Kinds)) return;
-    const bool passive = item.Kind == ItemKind::Text || item.Kind == ItemKind::User ||
-                         item.Kind == ItemKind::GWindow || item.Kind == ItemKind::Offscreen;
     const Look look{.Dialog = dialog,
                     .Item = item,
                     .Place = item.ItemRect.Area(),
                     .Type = ItemFont(dialog, item),
-                    .Enabled =
-                        (passive ? item.Enabled : Accepts(dialog, number)) && !ItemIsLocked(dialog, number),
+                    .Enabled = item.Enabled && item.UserLevel <= UserLevel && !ItemIsLocked(dialog, number),
                     .Pressed = item.Busy && !IsTextItem(item),
                     .Focused = dialog.CurrentItem == number && !item.Busy,
                     .Ground = GroundOf(dialog, item),
@@ -328,7 +331,7 @@ void DrawBackground(const DialogRecord& dialog, Platform::Size size, Drawing& dr
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!HasItem(dialog, number) || !IsVisible(dialog, number)) continue;
         const DialogItem& item = Item(dialog, number);
-        if (item.Role != Role::Card) continue;
+        if (item.Role != Role::Card || item.Kind != ItemKind::Text) continue;
         const Area place = item.ItemRect.Area();
         if (place.Height <= 1) {
             drawing.Fill(place, Colors().Line);

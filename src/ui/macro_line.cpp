@@ -143,6 +143,7 @@ bool ReadWhole(const DialogItem& item, std::string_view text, bool relative, dou
 }
 
 bool ReadReal(std::string_view text, std::string_view unit, double scale, double& value) {
+    if (text.starts_with('=')) return NumberText::ReadEngineering(text.substr(1), value);
     if (!NumberText::ReadEngineering(Dialogs::WithoutUnit(text, unit), value)) return false;
     if (scale != 1.0) value *= scale;
     return true;

@@ -22,9 +22,10 @@
 // With RELATIVE ahead: numbers are added, a boolean is toggled, a list goes so many enabled entries on, and a
 // set gets the bit n, or loses it where there is a minus sign ahead.
 //
-// Written values read back to the same value. Numbers take 11 columns in the item's format, and more digits
-// where those would lose something. Control characters of a text, line ends among them, are written as
-// blanks. A text that holds both kinds of quotes, and one of them ahead of ";", does not read back.
+// Written values read back to the same value. Numbers take 11 columns in the item's format, more digits where
+// those would lose something, and "=" where no number times ValueScale gives the last bit. Control characters
+// of a text, line ends among them, are written as blanks. A text that holds both kinds of quotes, and one of
+// them ahead of ";", does not read back.
 #pragma once
 #include "ui/dialog.h"
 

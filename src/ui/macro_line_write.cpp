@@ -62,7 +62,7 @@ std::string RealWord(const DialogItem& item) {
     const double stored = Dialogs::NumberOf(item);
     const double shown = item.ValueScale == 1.0 ? stored : stored / item.ValueScale;
     if (!std::isfinite(shown)) return InFormat(item, stored);
-    // The division may have lost the last bit, which a neighbour then gives back.
+    // The division may have lost the last bit, which a neighbour gives back where one does.
     const std::array<std::string, 4> numbers = {InFormat(item, shown), Shortest(shown),
                                                 Shortest(std::nextafter(shown, INFINITY)),
                                                 Shortest(std::nextafter(shown, -INFINITY))};
@@ -70,7 +70,7 @@ std::string RealWord(const DialogItem& item) {
     for (const std::string& number : numbers)
         for (const std::string& text : {number + item.UnitText, number + " " + unit, number})
             if (ReadsBack(item, text, stored)) return text;
-    return numbers[1];
+    return "=" + Shortest(stored);
 }
 
 std::string WholeWord(const DialogItem& item) {

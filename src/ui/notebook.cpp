@@ -54,6 +54,7 @@ const Dialogs::Row Rows[] = {
      .Proc = TextEdited,
      .Tip = TextTip,
      .Anchor = Dialogs::ToLeft | Dialogs::ToRight | Dialogs::ToTop | Dialogs::ToBottom,
+     .Role = Dialogs::Role::Card,
      .Macro = false,
      .Lines = true,
      .FontNumber = 1},

@@ -35,7 +35,7 @@ TEST(CommandLine, UseAndFailureHaveTheirStatus) {
         const char* Errors; // a part of what is said
     } cases[] = {
         {"--version", 0, ""},
-        {"", 2, "A command is needed."},
+        {"", 1, "There is no display"}, // the desktop is meant
         {"unknown plain.dat", 2, ""},
         {"info", 2, "FILE is required"},
         {"info plain.dat --tree vnc,xyz", 2, "There is no tree \"xyz\": vnc, pgf, amp, sol, ana, onl."},

@@ -15,12 +15,7 @@
 namespace {
 
 using nlohmann::json;
-
-std::vector<float> Samples(const json& list) {
-    std::vector<float> samples;
-    for (const json& value : list) samples.push_back(static_cast<float>(Vectors::Number(value)));
-    return samples;
-}
+using Vectors::Samples;
 
 template <class Detector, class Event>
 std::vector<Event> All(Detector detector) {

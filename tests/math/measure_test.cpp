@@ -12,12 +12,7 @@
 namespace {
 
 using nlohmann::json;
-
-std::vector<float> Samples(const json& list) {
-    std::vector<float> samples;
-    for (const json& value : list) samples.push_back(static_cast<float>(Vectors::Number(value)));
-    return samples;
-}
+using Vectors::Samples;
 
 void ExpectNear(double got, const json& one, const char* name) {
     const double want = Vectors::Number(one["out"][name]);

@@ -18,7 +18,6 @@
 #include <map>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -28,10 +27,9 @@ enum class Fault : std::uint8_t {
     None,
     DiskFull,      // from there on nothing can be written or made
     IoError,       // once
-    Unplugged,     // from there on every operation fails
+    Unplugged,     // from there on every operation fails: the disk is left as by a program that is killed
     ShortWrite,    // half of the bytes written or copied, once
-    Kill,          // the program ends before the operation
-    KillInWrite,   // it ends with half of the bytes written or copied
+    KillInWrite,   // the program ends with half of the bytes written or copied
     PowerCut,      // it ends, and what was not flushed is lost
     PowerCutZeros, // it ends, names and lengths stand, and bytes that were not flushed are lost
     PowerCutNames, // it ends, bytes stand, and names that were not flushed are lost
@@ -40,7 +38,7 @@ enum class Fault : std::uint8_t {
 struct FaultRun {
     Fault Kind = Fault::None;
     int At = 0;           // the operation that was hit, from 1
-    bool Ended = false;   // the program ended there
+    bool Ended = false;   // the fault is of a kind that ends the program
     bool Returned = true; // the work returned, with Result
     int Result = 0;
 };
@@ -50,6 +48,7 @@ namespace FaultyDisk {
 struct State {
     Fault Kind = Fault::None;
     int At = 0, Count = 0;
+    bool Over = false;        // nothing reaches the disk any more
     std::vector<bool> Writes; // of each operation so far: it writes or copies bytes
     std::string Folder;
     std::map<ino_t, std::string> Content; // flushed
@@ -60,13 +59,11 @@ inline State Now;
 // What copies where no fault strikes; a test may give another one.
 inline auto SystemCopy = Files::Native().Copy;
 
-constexpr int StruckCode = 250;
-
 inline bool CutsPower(Fault fault) {
     return fault == Fault::PowerCut || fault == Fault::PowerCutZeros || fault == Fault::PowerCutNames;
 }
 inline bool EndsProgram(Fault fault) {
-    return fault == Fault::Kill || fault == Fault::KillInWrite || CutsPower(fault);
+    return fault == Fault::KillInWrite || CutsPower(fault);
 }
 
 inline std::map<std::string, ino_t> NamesNow() {
@@ -116,25 +113,15 @@ inline void CutPower() {
     for (const auto& [name, number] : names) WriteWhole(Now.Folder + "/" + name, Now.Content[number]);
 }
 
-// 0, or the error of a fault that strikes here; does not return where it ends the program.
+// 0, or the error of a fault that strikes here.
 inline int Strike(bool isWrite, bool makes) {
     ++Now.Count;
     Now.Writes.push_back(isWrite);
     const bool here = Now.Count == Now.At, since = Now.At > 0 && Now.Count >= Now.At;
-    switch (Now.Kind) {
-    case Fault::DiskFull: return since && makes ? ENOSPC : 0;
-    case Fault::Unplugged: return since ? EIO : 0;
-    case Fault::IoError: return here ? EIO : 0;
-    case Fault::PowerCut:
-    case Fault::PowerCutZeros:
-    case Fault::PowerCutNames:
-        if (here) CutPower();
-        [[fallthrough]];
-    case Fault::Kill:
-        if (here) ::_exit(StruckCode);
-        return 0;
-    default: return 0;
-    }
+    if (here && CutsPower(Now.Kind)) CutPower();
+    if (here && (Now.Kind == Fault::Unplugged || CutsPower(Now.Kind))) Now.Over = true;
+    if (Now.Over || (here && Now.Kind == Fault::IoError)) return EIO;
+    return since && makes && Now.Kind == Fault::DiskFull ? ENOSPC : 0;
 }
 
 inline int Open(const char* path, Files::Mode mode) {
@@ -151,7 +138,7 @@ inline std::int64_t WriteAt(int handle, const void* data, std::size_t bytes, std
     const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
     if (!half || Now.Count != Now.At) return Files::Native().WriteAt(handle, data, bytes, position);
     (void)Files::Native().WriteAt(handle, data, bytes / 2, position);
-    if (Now.Kind == Fault::KillInWrite) ::_exit(StruckCode);
+    Now.Over = Now.Kind == Fault::KillInWrite;
     return -ENOSPC;
 }
 
@@ -161,7 +148,7 @@ inline std::int64_t Copy(int from, std::int64_t fromAt, std::size_t bytes, int t
     const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
     const bool stopsShort = half && Now.Count == Now.At;
     const std::int64_t done = SystemCopy(from, fromAt, stopsShort ? bytes / 2 : bytes, to, toAt);
-    if (stopsShort && Now.Kind == Fault::KillInWrite) ::_exit(StruckCode);
+    if (stopsShort) Now.Over = Now.Kind == Fault::KillInWrite;
     return done;
 }
 
@@ -216,38 +203,25 @@ inline int Run(const std::function<int()>& work) {
 }
 
 // Runs the work, which changes files of the folder, with the fault at its n-th operation. Where the fault
-// ends the program, a copy of this one runs it and ends; behind the last operation, power is cut at the
-// return.
+// ends the program, nothing that the work still does reaches the disk, and its result counts for nothing;
+// behind the last operation, power is cut at the return.
 inline FaultRun RunWithFault(const TempFolder& folder, Fault fault, int at,
                              const std::function<int()>& work) {
     FaultyDisk::Now = {.Kind = fault,
                        .At = at,
                        .Count = 0,
+                       .Over = false,
                        .Writes = {},
                        .Folder = folder.Path,
                        .Content = {},
                        .Names = {},
                        .Held = {}};
-    FaultRun run{.Kind = fault, .At = at};
-    if (!FaultyDisk::EndsProgram(fault)) {
-        run.Result = FaultyDisk::Run(work);
-        return run;
-    }
-    const pid_t child = ::fork();
-    if (child == 0) {
-        if (FaultyDisk::CutsPower(fault)) FaultyDisk::NoteAllFlushed();
-        const int result = FaultyDisk::Run(work);
-        if (FaultyDisk::CutsPower(fault)) FaultyDisk::CutPower();
-        ::_exit(result & 0xFF);
-    }
-    int status = 0;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-        ADD_FAILURE() << "the program did not end by itself";
-        return run;
-    }
-    run.Ended = true;
-    run.Returned = WEXITSTATUS(status) != FaultyDisk::StruckCode;
-    run.Result = run.Returned ? static_cast<signed char>(WEXITSTATUS(status)) : 0;
+    FaultRun run{.Kind = fault, .At = at, .Ended = FaultyDisk::EndsProgram(fault)};
+    if (FaultyDisk::CutsPower(fault)) FaultyDisk::NoteAllFlushed();
+    run.Result = FaultyDisk::Run(work);
+    run.Returned = !run.Ended || !FaultyDisk::Now.Over;
+    if (FaultyDisk::CutsPower(fault) && run.Returned) FaultyDisk::CutPower();
+    for (const auto& [number, handle] : FaultyDisk::Now.Held) ::close(handle);
     return run;
 }
 

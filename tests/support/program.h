@@ -1,4 +1,5 @@
-// The built program as users run it, with settings of its own: nothing of the developer's account counts.
+// The built program as users run it, with settings of its own and no display: nothing of the developer's
+// account counts.
 #pragma once
 #include "support/fixtures.h"
 
@@ -20,9 +21,10 @@ inline Result Qorvanite(const std::string& words, const std::string& out = "",
     const TempFolder folder;
     const std::string output = out.empty() ? folder.At("out") : out;
     const std::string home = configHome.empty() ? folder.At("config") : configHome;
-    const std::string line = "cd '" + Recording("") + "' && XDG_CONFIG_DIRS='" + folder.At("none") +
-                             "' XDG_CONFIG_HOME='" + home + "' '" QORVANITE_PROGRAM "' " + words +
-                             " </dev/null >'" + output + "' 2>'" + folder.At("errors") + "'";
+    const std::string line =
+        "cd '" + Recording("") + "' && XDG_CONFIG_DIRS='" + folder.At("none") + "' XDG_CONFIG_HOME='" + home +
+        "' env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM '" QORVANITE_PROGRAM "' " + words +
+        " </dev/null >'" + output + "' 2>'" + folder.At("errors") + "'";
     const int status = std::system(line.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out.empty() ? ReadWhole(output) : "",
             ReadWhole(folder.At("errors"))};

@@ -150,6 +150,10 @@ void SetStatusBar(const StatusBar& bar) {
     State.Status = bar;
 }
 
+void SetHint(std::string_view text) {
+    State.Hint = text;
+}
+
 void DrawLayer(WindowId window, int layer, Area bounds, Drawing drawing) {
     if (Window* const found = Find(window)) found->Layers[layer] = {bounds, std::move(drawing)};
 }
@@ -379,6 +383,7 @@ constexpr Platform::Operations Table = {
     .SetTheme = SetTheme,
     .DesktopIsDark = DesktopIsDark,
     .SetStatusBar = SetStatusBar,
+    .SetHint = SetHint,
     .DrawLayer = DrawLayer,
     .DropLayer = DropLayer,
     .MeasureText = MeasureText,

@@ -42,7 +42,7 @@ struct DesktopState {
     Platform::StatusBar Status{};
     Platform::Theme Theme{};
     bool Dark = false; // what DesktopIsDark answers
-    std::string Arrangement{}, Clipboard{}, DroppedFile{};
+    std::string Arrangement{}, Clipboard{}, DroppedFile{}, Hint{};
     std::uint32_t Clock = 0, Modifiers = 0;
     Platform::Point Mouse{};
     std::uint32_t Last = 0; // number given out last

@@ -16,19 +16,44 @@ namespace QtDesktop {
 
 namespace {
 
-constexpr int TitleHeight = 30, StatusHeight = 26;
+constexpr int TitleHeight = 30, StatusHeight = 26, MenuHeight = 28;
 constexpr int ArrangementVersion = 1;
 
-QToolButton* QuietButton(const QString& sign, const QString& tip, QWidget* parent) {
-    auto* const button = new QToolButton(parent);
-    button->setText(sign);
-    button->setToolTip(tip);
-    button->setAutoRaise(true);
-    button->setFixedSize(24, 24);
-    button->setFocusPolicy(Qt::NoFocus);
-    button->setObjectName(QStringLiteral("quiet"));
-    return button;
-}
+// A small button of a title bar, with a sign of a few lines.
+class QuietButton final : public QToolButton {
+public:
+    enum class Sign : std::uint8_t { Float, Close };
+
+    QuietButton(Sign sign, const QString& tip, QWidget* parent) : QToolButton(parent), Shown(sign) {
+        setToolTip(tip);
+        setAccessibleName(tip);
+        setFixedSize(24, 24);
+        setFocusPolicy(Qt::NoFocus);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        if (underMouse() || isDown()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(Ink(isDown() ? Desktop.Theme.Line : Desktop.Theme.Soft));
+            painter.drawRoundedRect(rect(), 4, 4);
+        }
+        painter.setPen(QPen(Ink(underMouse() ? Desktop.Theme.Text : Desktop.Theme.Secondary), 1.3));
+        painter.setBrush(Qt::NoBrush);
+        if (Shown == Sign::Close) {
+            painter.drawLine(QPointF(8, 8), QPointF(16, 16));
+            painter.drawLine(QPointF(16, 8), QPointF(8, 16));
+        } else {
+            painter.drawRect(QRectF(7.5, 10.5, 6, 6));
+            painter.drawPolyline(QPolygonF({{10.5, 8}, {10.5, 7.5}, {16.5, 7.5}, {16.5, 13.5}, {16, 13.5}}));
+        }
+    }
+
+private:
+    const Sign Shown;
+};
 
 QLabel* PlainLabel(QWidget* parent, const char* name) {
     auto* const label = new QLabel(parent);
@@ -56,9 +81,9 @@ TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     Aside = PlainLabel(this, "aside");
     Aside->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     Aside->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    Float = QuietButton(QStringLiteral("\u2197"), QStringLiteral("Float or dock this panel"), this);
-    Close = QuietButton(QStringLiteral("\u2715"),
-                        QStringLiteral("Close this panel; the Windows menu opens it again"), this);
+    Float = new QuietButton(QuietButton::Sign::Float, QStringLiteral("Float or dock this panel"), this);
+    Close = new QuietButton(QuietButton::Sign::Close,
+                            QStringLiteral("Close this panel; the Windows menu opens it again"), this);
     row->addWidget(Title);
     row->addWidget(Aside, 1);
     row->addSpacing(4);
@@ -67,6 +92,10 @@ TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     setFixedHeight(TitleHeight);
     connect(Float, &QToolButton::clicked, dock, [dock] { dock->setFloating(!dock->isFloating()); });
     connect(Close, &QToolButton::clicked, dock, [dock] { dock->close(); });
+}
+
+QSize TitleBar::sizeHint() const {
+    return {120, TitleHeight};
 }
 
 void TitleBar::SetTexts(const QString& title, const QString& aside) {
@@ -134,10 +163,11 @@ Frame::Frame() {
     setAcceptDrops(true);
     Hint = PlainLabel(this, "hint");
     Hint->setAlignment(Qt::AlignCenter);
-    Hint->setText(QStringLiteral("Open a data file: Ctrl+O"));
     setCentralWidget(Hint);
     AsideLabel = PlainLabel(menuBar(), "frameaside");
     AsideLabel->setContentsMargins(0, 0, 12, 0);
+    AsideLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    AsideLabel->setMinimumHeight(MenuHeight);
     menuBar()->setCornerWidget(AsideLabel, Qt::TopRightCorner);
     menuBar()->setNativeMenuBar(false);
     MakeStatusBar();

@@ -17,6 +17,7 @@ public:
     explicit TitleBar(QDockWidget* dock);
     void SetTexts(const QString& title, const QString& aside);
     void SetFront(bool front);
+    [[nodiscard]] QSize sizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -59,6 +60,7 @@ public:
     void MarkFront();
     void SetStatus(const Platform::StatusBar& bar);
     void SetAside(const QString& aside);
+    void SetHint(const QString& hint) { Hint->setText(hint); }
     void UpdateHint(); // the middle tells what to do as long as no panel fills it
     [[nodiscard]] std::string Arrangement() const;
     [[nodiscard]] bool Arrange(const std::string& arrangement);

@@ -18,15 +18,7 @@ std::uint32_t Milliseconds();
 
 namespace {
 
-bool Start(const std::string& programName, std::string& reason) {
-    // Without any display Qt ends the process; it is asked only where there is one, or a platform was named.
-    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") ||
-                            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-                            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-    if (!hasDisplay) {
-        reason = "There is no display: neither DISPLAY nor WAYLAND_DISPLAY is set.";
-        return false;
-    }
+bool Start(const std::string& programName, std::string&) {
     static std::string name = programName;
     static int count = 1;
     static std::array<char*, 2> words = {name.data(), nullptr};
@@ -106,6 +98,10 @@ void SetStatusBar(const Platform::StatusBar& bar) {
     Desktop.Main->SetStatus(bar);
 }
 
+void SetHint(std::string_view text) {
+    Desktop.Main->SetHint(Text(text));
+}
+
 void DrawLayer(Platform::WindowId window, int layer, Platform::Area bounds, Platform::Drawing drawing) {
     if (Canvas* const canvas = FindCanvas(window)) canvas->SetLayer(layer, bounds, std::move(drawing));
 }
@@ -138,6 +134,7 @@ constexpr Platform::Operations Table = {
     .SetTheme = SetTheme,
     .DesktopIsDark = DesktopIsDark,
     .SetStatusBar = SetStatusBar,
+    .SetHint = SetHint,
     .DrawLayer = DrawLayer,
     .DropLayer = DropLayer,
     .MeasureText = MeasureText,

@@ -96,8 +96,6 @@ QString SheetOf(const Platform::Theme& t) {
         "QMenu::indicator { width: 13px; height: 13px; left: 7px; }"
         "QStatusBar { background: %panel; border-top: 1px solid %line; }"
         "QStatusBar::item { border: none; }"
-        "QToolButton#quiet { border: none; color: %second; border-radius: 4px; font-size: 12px; }"
-        "QToolButton#quiet:hover { background: %soft; color: %text; }"
         "QPushButton, QToolButton { background: %soft; border: 1px solid %line; border-radius: 5px;"
         "  padding: 3px 14px; color: %text; }"
         "QPushButton { min-height: 20px; min-width: 60px; }"
