@@ -24,14 +24,21 @@ void Put(void* place, T value) {
     std::memcpy(place, &value, sizeof value);
 }
 
+// The largest whole number of 64 bits is no double: the bound is the power of two above it.
 template <class T>
 T Whole(double value) {
+    using Limits = std::numeric_limits<T>;
     if (std::isnan(value)) return 0;
     const double rounded = std::round(value);
-    if (rounded <= static_cast<double>(std::numeric_limits<T>::min())) return std::numeric_limits<T>::min();
-    // The largest 64-bit number is rounded up as a real: equality is out of range already.
-    if (rounded >= static_cast<double>(std::numeric_limits<T>::max())) return std::numeric_limits<T>::max();
+    if (rounded >= std::ldexp(1.0, Limits::digits)) return Limits::max();
+    if (rounded <= static_cast<double>(Limits::min())) return Limits::min();
     return static_cast<T>(rounded);
+}
+
+// A finite value stays finite.
+float Short(double value) {
+    constexpr double Most = std::numeric_limits<float>::max();
+    return static_cast<float>(std::isfinite(value) ? std::clamp(value, -Most, Most) : value);
 }
 
 std::string Plain(std::string text) {
@@ -92,7 +99,7 @@ void SetNumber(DialogItem& item, double value) {
     }
     switch (item.ValueKind) {
     case ValueKind::Real64: Put(place, value); break;
-    case ValueKind::Real32: Put(place, static_cast<float>(value)); break;
+    case ValueKind::Real32: Put(place, Short(value)); break;
     case ValueKind::Int32: Put(place, Whole<std::int32_t>(value)); break;
     case ValueKind::Int16: Put(place, Whole<std::int16_t>(value)); break;
     case ValueKind::Set16: Put(place, Whole<std::uint16_t>(value)); break;
@@ -105,7 +112,7 @@ void SetNumber(DialogItem& item, double value) {
 double Kept(ValueKind kind, double value) {
     switch (kind) {
     case ValueKind::Real64: return value;
-    case ValueKind::Real32: return static_cast<double>(static_cast<float>(value));
+    case ValueKind::Real32: return static_cast<double>(Short(value));
     case ValueKind::Int32: return Whole<std::int32_t>(value);
     case ValueKind::Int16: return Whole<std::int16_t>(value);
     case ValueKind::Set16: return Whole<std::uint16_t>(value);
