@@ -17,6 +17,7 @@
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
 #include "ui/help.h"
+#include "ui/item_config.h"
 #include "ui/macro_recorder.h"
 #include "ui/macros.h"
 #include "ui/menus.h"
@@ -306,6 +307,7 @@ bool StartUp(const StartOptions& options) {
     Messages::Status("Initializing Qorvanite ...");
     if (!LoadConfiguration(options)) return false;
     Themes::Apply(Themes::Chosen()); // with the colours of the settings
+    if (!ItemConfig::Initialise()) return false;
     ControlWindow::ShowMemory = TellTale::Check("ShowMemory.On");
     if (!InitTools()) return false;
     Messages::Status("Updating Windows ...");

@@ -18,6 +18,7 @@ namespace Dialogs {
 Activation Current;
 ActivationHooks ItemHooks;
 void (*EventStep)() = nullptr;
+void (*DialogCloses)(DialogRecord& dialog) = nullptr;
 std::uint8_t UserLevel = 255;
 bool Tracking = false;
 
@@ -123,6 +124,22 @@ void SetPanes(DialogRecord& dialog) {
         DialogItem& item = Item(dialog, number);
         item.PaneHidden = item.PaneNumber != 0 && item.PaneNumber != dialog.CurrentPage;
     }
+}
+
+// The item with what its tool draws in it, cut to the frame that scrolls it.
+void DrawWhole(DialogRecord& dialog, int number, Platform::Drawing& drawing) {
+    const DialogItem& item = Item(dialog, number);
+    const Platform::Area place = item.ItemRect.Area();
+    const bool clipped = HasItem(dialog, item.ScrollFrame);
+    if (clipped) drawing.Clip(Item(dialog, item.ScrollFrame).ItemRect.Area());
+    DrawItem(dialog, number, drawing);
+    if (item.DrawProc != nullptr) {
+        Platform::Drawing own;
+        item.DrawProc(dialog, number, own, {place.Width, place.Height});
+        drawing.Inside(place, own);
+    }
+    if (ShowKeys && item.Key.IsSet()) DrawKey(item, drawing);
+    if (clipped) drawing.Unclip();
 }
 
 bool OpenWindow(DialogRecord& dialog) {
@@ -374,6 +391,7 @@ void CloseDialog(DialogRecord& dialog) {
     if (!dialog.IsOpen) return; // the procedure of what was entered has closed it
     dialog.Closing = true;
     if (dialog.Procs.CloseProc != nullptr) dialog.Procs.CloseProc(dialog, {});
+    if (DialogCloses != nullptr) DialogCloses(dialog);
     dialog.Closing = false;
     Editing::CloseBoxes(dialog);
     if (dialog.Arranged) dialog.KeptLayout = DiaFile::Image(dialog);
@@ -428,19 +446,19 @@ void RedrawItem(DialogRecord& dialog, int number) {
     if (!dialog.IsOpen) return;
     const Platform::Area place = item.ItemRect.Area();
     Platform::Drawing drawing;
-    const bool clipped = item.ScrollFrame != 0 && HasItem(dialog, item.ScrollFrame);
-    if (clipped) drawing.Clip(Item(dialog, item.ScrollFrame).ItemRect.Area());
-    DrawItem(dialog, number, drawing);
-    if (item.DrawProc != nullptr) {
-        Platform::Drawing own;
-        item.DrawProc(dialog, number, own, {place.Width, place.Height});
-        drawing.Inside(place, own);
-    }
-    if (ShowKeys && item.Key.IsSet()) DrawKey(item, drawing);
-    if (clipped) drawing.Unclip();
+    DrawWhole(dialog, number, drawing);
     Platform::Ops().DrawLayer(dialog.WindowHandle, number, place.Inset(-FocusMargin, -FocusMargin),
                               std::move(drawing));
     Editing::ShowBox(dialog, number, true);
+}
+
+Platform::Drawing PictureOf(DialogRecord& dialog) {
+    Platform::Drawing drawing;
+    if (!dialog.IsOpen) return drawing;
+    DrawBackground(dialog, Platform::Ops().ContentSize(dialog.WindowHandle), drawing);
+    for (int number = 1; number <= dialog.ItemCount; ++number)
+        if (IsVisible(dialog, number)) DrawWhole(dialog, number, drawing);
+    return drawing;
 }
 
 void KeepLayout(DialogRecord& dialog) {

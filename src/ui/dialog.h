@@ -91,6 +91,7 @@ struct Shortcut {
     std::uint8_t Modifiers = 0;
     bool AnyModifier = false;
     bool FrontOnly = true;
+    bool operator==(const Shortcut&) const = default;
     [[nodiscard]] bool IsSet() const { return Class >= Events::KeyClass::Printable; }
 };
 
@@ -309,6 +310,8 @@ void ConfigureRows(DialogRecord& dialog, std::span<const Row> rows);
 [[nodiscard]] bool OpenDialog(DialogRecord& dialog);
 // The window goes, after CloseProc; the items stay. An entry that is under way is stored first.
 void CloseDialog(DialogRecord& dialog);
+// Told of each dialog that closes, its window still there; the configuration of items installs it.
+extern void (*DialogCloses)(DialogRecord& dialog);
 // Answers a Modal dialog: runs event steps until it is closed.
 void RunModal(DialogRecord& dialog);
 // What RunModal runs again and again; the event loop installs it.
@@ -321,6 +324,8 @@ void SetAside(DialogRecord& dialog, std::string_view aside); // at the other end
 
 void UpdateDialog(DialogRecord& dialog); // draws everything anew, values refreshed
 void RedrawItem(DialogRecord& dialog, int number);
+// All that it shows at present, as one drawing; texts in open boxes are not part of it.
+[[nodiscard]] Platform::Drawing PictureOf(DialogRecord& dialog);
 // After the window was sized: items keep their distance from the edges they hold on to.
 void FitToWindow(DialogRecord& dialog);
 // After the user has changed places or looks of items: they hold for the window's present size, and outlive

@@ -25,6 +25,7 @@ inline void Called(Dialogs::DialogRecord& dialog, int number) {
                     std::to_string(static_cast<int>(Dialogs::Current.Source)));
 }
 
+// Variables of a test are gone before its dialogs: it ends the entries that it has begun.
 class Desk : public testing::Test {
 protected:
     Desk() {

@@ -267,6 +267,7 @@ TEST_F(DialogEventsTest, TabGoesRoundTheEntriesAndCursorKeysRoundAllItems) {
     Key(dialog, KeyCode::Tab);
     EXPECT_EQ(n, 4);
     EXPECT_TRUE(Editing::IsUnderWay(dialog, 4));
+    Editing::Cancel();
 }
 
 TEST_F(DialogEventsTest, ListsAndMultichecksWorkFromTheKeyboard) {

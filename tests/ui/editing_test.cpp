@@ -218,6 +218,7 @@ TEST_F(EditingTest, APasswordShowsItsLengthOnly) {
     EXPECT_EQ(Shown(dialog).find("ab"), std::string::npos);
     Click(dialog, 1);
     EXPECT_TRUE(Box().Spec.Password);
+    Editing::Cancel();
 }
 
 }

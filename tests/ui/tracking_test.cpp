@@ -93,6 +93,7 @@ TEST_F(TrackingTest, ADragChangesTheNumberByItsStep) {
     Headless::Desktop().Modifiers = 0;
     Drag(dialog, {20, 20}, 3, 0);
     EXPECT_TRUE(Editing::IsUnderWay(dialog, 1));
+    Editing::Cancel();
 }
 
 TEST_F(TrackingTest, AWindowMayCloseWhileTheMouseIsDown) {
