@@ -11,6 +11,16 @@
 
 namespace QtDesktop {
 
+// A line of text that is cut with an ellipsis where it has no room, and then shown whole as a tip.
+class Caption final : public QLabel {
+public:
+    Caption(QWidget* parent, const char* name);
+    [[nodiscard]] QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
 // The bar on top of a panel.
 class TitleBar final : public QWidget {
 public:
@@ -23,8 +33,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QLabel* Title;
-    QLabel* Aside;
+    Caption *Title, *Aside;
     QToolButton *Float, *Close;
     bool Front = false;
 };
@@ -73,8 +82,10 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    void PlaceAtFirst();
     void MakeStatusBar();
-    QLabel *Hint, *AsideLabel, *StatusWord, *StatusLeft, *StatusRight;
+    QLabel* Hint;
+    Caption *AsideLabel, *StatusWord, *StatusLeft, *StatusRight;
     QProgressBar* StatusProgress;
     QToolButton* StatusBreak;
     std::map<Platform::Dock, QList<Panel*>> Placed;
