@@ -18,6 +18,7 @@ namespace QtDesktop {
 namespace {
 
 constexpr int TitleHeight = 30, StatusHeight = 26, MenuHeight = 28;
+constexpr int FloatBorder = 4; // as the style sheet has it
 constexpr int ArrangementVersion = 1;
 
 // A small button of a title bar, with a sign of a few lines.
@@ -82,6 +83,24 @@ void Caption::paintEvent(QPaintEvent*) {
                      cut ? fontMetrics().elidedText(text(), Qt::ElideRight, room.width()) : text());
 }
 
+namespace {
+
+// A panel is as high as the frame; floating it needs no more than its content.
+void FloatOrDock(QDockWidget& dock) {
+    dock.setFloating(!dock.isFloating());
+    const auto* const panel = dynamic_cast<Panel*>(&dock);
+    if (!dock.isFloating() || panel == nullptr) return;
+    const Platform::Size content = panel->Content->Spec.Content;
+    const QSize wanted(static_cast<int>(content.Width) + 2 * FloatBorder,
+                       static_cast<int>(content.Height) + TitleHeight + 2 * FloatBorder);
+    const QRect room = dock.screen()->availableGeometry();
+    dock.resize(wanted.boundedTo(room.size()));
+    dock.move(std::clamp(dock.x(), room.left(), room.right() + 1 - dock.width()),
+              std::clamp(dock.y(), room.top(), room.bottom() + 1 - dock.height()));
+}
+
+}
+
 TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(10, 0, 4, 1);
@@ -99,7 +118,7 @@ TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     row->addWidget(Float);
     row->addWidget(Close);
     setFixedHeight(TitleHeight);
-    connect(Float, &QToolButton::clicked, dock, [dock] { dock->setFloating(!dock->isFloating()); });
+    connect(Float, &QToolButton::clicked, dock, [dock] { FloatOrDock(*dock); });
     connect(Close, &QToolButton::clicked, dock, [dock] { dock->close(); });
 }
 
@@ -139,6 +158,15 @@ void Panel::closeEvent(QCloseEvent* event) {
 void Panel::moveEvent(QMoveEvent* event) {
     QDockWidget::moveEvent(event);
     NoteMoved(Content->Id);
+}
+
+// A floating panel has no frame of the window system around it.
+void Panel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), Ink(Desktop.Theme.Panel));
+    if (!isFloating()) return;
+    painter.setPen(Ink(Desktop.Theme.Secondary));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
 }
 
 Box::Box(Canvas* canvas, QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags), Content(canvas) {}
@@ -293,8 +321,21 @@ bool Frame::Arrange(const std::string& arrangement) {
     if (parts.size() != 3 || parts[0].toInt() != ArrangementVersion) return false;
     if (!restoreGeometry(QByteArray::fromBase64(parts[1].toLatin1()))) return false;
     const bool done = restoreState(QByteArray::fromBase64(parts[2].toLatin1()), ArrangementVersion);
+    if (!isVisible())
+        for (const auto& [id, canvas] : Desktop.Canvases) {
+            auto* const panel = dynamic_cast<Panel*>(canvas->Shell);
+            if (panel == nullptr || !panel->isFloating() || panel->isHidden()) continue;
+            panel->hide();
+            Waiting.append(panel);
+        }
     UpdateHint();
     return done;
+}
+
+void Frame::ShowWaiting() {
+    for (const QPointer<Panel>& panel : Waiting)
+        if (panel) panel->show();
+    Waiting.clear();
 }
 
 void Frame::ApplyTheme() {

@@ -47,6 +47,7 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 };
 
 // A window outside of the frame: a dialog, or the start window.
@@ -73,6 +74,8 @@ public:
     void UpdateHint(); // the middle tells what to do as long as no panel fills it
     [[nodiscard]] std::string Arrangement() const;
     [[nodiscard]] bool Arrange(const std::string& arrangement);
+    // Floating panels of an arrangement come up with the frame, not before it.
+    void ShowWaiting();
     void ApplyTheme();
 
 protected:
@@ -89,6 +92,7 @@ private:
     QProgressBar* StatusProgress;
     QToolButton* StatusBreak;
     std::map<Platform::Dock, QList<Panel*>> Placed;
+    QList<QPointer<Panel>> Waiting;
     bool StatusBusy = false;
 };
 

@@ -15,6 +15,7 @@ namespace QtDesktop {
 
 namespace {
 
+constexpr QPoint Nowhere(-100'000, -100'000);
 constexpr std::array Listened = {SIGTERM, SIGINT, SIGHUP};
 
 // A signal may come in the middle of anything: all it does is to write a byte into a pipe, which the event
@@ -45,6 +46,9 @@ void Ending() {
     }
     if (!Desktop.Ending) {
         Desktop.Ending = true;
+        // What is being pressed comes up where nothing happens.
+        Desktop.Button = 0;
+        Desktop.Mouse = Nowhere;
         if (Desktop.Hooks->BreakPressed) Desktop.Hooks->BreakPressed();
         Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemQuit, 1);
     }

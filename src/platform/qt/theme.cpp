@@ -87,6 +87,7 @@ QString SheetOf(const Platform::Theme& t) {
         "  stop:0 %panel, stop:0.39 %panel, stop:0.4 %line, stop:0.6 %line, stop:0.61 %panel, stop:1 "
         "%panel); }"
         "QMainWindow::separator:hover { background: %accent; }"
+        "QDockWidget { border: 4px solid %panel; }" // of a floating one: where it is resized
         "QLabel#title { font-weight: bold; }"
         "QLabel#aside, QLabel#status, QLabel#frameaside { color: %second; font-size: 12px; }"
         "QLabel#statusword { font-weight: bold; font-size: 12px; }"

@@ -128,6 +128,7 @@ void ShowWindow(Platform::WindowId window, bool shown) {
     shell->setVisible(shown);
     Desktop.Main->UpdateHint();
     if (shown) Desktop.App->processEvents(QEventLoop::ExcludeUserInputEvents);
+    if (shown && window == Platform::FrameWindow) Desktop.Main->ShowWaiting();
 }
 
 bool IsShown(Platform::WindowId window) {
