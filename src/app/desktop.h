@@ -9,9 +9,9 @@
 namespace Desktop {
 
 struct StartOptions {
-    std::string SettingsFile; // of the command line; may be empty
-    std::string DataFile;     // opened for analysis; may be empty
-    bool Visible = true;      // with a display; else in memory
+    std::string SettingsFile{}; // of the command line; may be empty
+    std::string DataFile{};     // opened for analysis; may be empty
+    bool Visible = true;        // with a display; else in memory
 };
 
 // The whole run. The exit status.

@@ -18,15 +18,6 @@ namespace {
 ProgramState State;
 bool ShutdownDone = false;
 
-bool SetProductDefaults() {
-    State.ProgramName = "Qorvanite";
-    State.ProgramVersion = "v" QORVANITE_VERSION;
-    Setup::State.ProgramVersion = State.ProgramVersion;
-    State.NoHardware = true;
-    State.FitEnabled = true;
-    return true;
-}
-
 // The rooms below keep no state that must stand before main, so few units are left to start: the console,
 // which every message goes to, and the product, which names itself.
 bool StartConsole() {
@@ -62,6 +53,15 @@ std::string Joined(const std::vector<std::string>& arguments) {
     return line.substr(0, CommandLineMax);
 }
 
+}
+
+bool SetProductDefaults() {
+    State.ProgramName = "Qorvanite";
+    State.ProgramVersion = "v" QORVANITE_VERSION;
+    Setup::State.ProgramVersion = State.ProgramVersion;
+    State.NoHardware = true;
+    State.FitEnabled = true;
+    return true;
 }
 
 const ProgramState& Program() {

@@ -28,6 +28,9 @@ struct ProgramState {
 // "Qorvanite v0.1.0", as files name their writer.
 [[nodiscard]] std::string VersionName();
 
+// What the product is called and can do; the first step of every start.
+bool SetProductDefaults();
+
 void SetProgress(int code);
 
 // Runs the process: everything from the unit initialisers to the shutdown chain. Returns the exit status:

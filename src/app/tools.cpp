@@ -4,10 +4,13 @@
 #include "app/frame_file.h"
 #include "app/start.h"
 #include "base/messages.h"
+#include "base/number_text.h"
+#include "online/equation_words.h"
 #include "ui/help.h"
 #include "ui/notebook.h"
 #include "windows/configuration.h"
 #include "windows/control_window.h"
+#include "windows/equation_editor.h"
 
 namespace Tools {
 
@@ -46,10 +49,25 @@ constexpr Tool Order[] = {
     {nullptr, RestorePlaces},
 };
 
+// Beside a tool that asks for an equation, the editor is a calculator: what was done goes to the notebook.
+void ShowEquationEditor() {
+    static std::string text;
+    static double value = 0;
+    (void)EquationEditor::Open({.Text = &text,
+                                .Value = &value,
+                                .Words = {.Find = EquationWords::Find, .Read = EquationWords::Read},
+                                .Done = [] {
+                                    Notebook::WriteLine(
+                                        text + " = " +
+                                        std::string(NumberText::Trimmed(NumberText::Scientific(value, 16))));
+                                }});
+}
+
 constexpr WindowRow Windows[] = {
     {"Control Window", ControlWindow::Show},
     {"Configuration", ShowConfiguration},
     {"Notebook", Notebook::Show},
+    {"Equation Editor", ShowEquationEditor},
 };
 
 }

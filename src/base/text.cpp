@@ -75,6 +75,27 @@ std::string CutUtf8(std::string_view text, std::size_t bytes) {
     return std::string(text.substr(0, bytes));
 }
 
+std::string Utf8Of(std::uint32_t character) {
+    if (character > 0x10FFFF || (character >= 0xD800 && character <= 0xDFFF)) return {};
+    if (character < 0x80) return std::string(1, static_cast<char>(character));
+    std::string out;
+    int left = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    const std::uint32_t lead = left == 1 ? 0xC0 : left == 2 ? 0xE0 : 0xF0;
+    out += static_cast<char>(lead | character >> (6 * left));
+    while (left-- > 0) out += static_cast<char>(0x80 | (character >> (6 * left) & 0x3F));
+    return out;
+}
+
+std::uint32_t TakeCharacter(std::string_view& text) {
+    const std::size_t length = std::max<std::size_t>(SequenceLength(text), 1);
+    std::uint32_t character = static_cast<unsigned char>(text[0]);
+    if (length > 1) character &= 0xFFu >> (length + 1);
+    for (std::size_t i = 1; i < length; ++i)
+        character = character << 6 | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+    text.remove_prefix(length);
+    return character;
+}
+
 std::string UpperCase(std::string_view text) {
     std::string upper(text);
     std::ranges::transform(upper, upper.begin(), Upper);

@@ -1,6 +1,7 @@
 // Texts in fixed fields, and their way to the screen.
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,6 +19,12 @@ void ToField(std::span<char> field, std::string_view text);
 
 // The front of a text of valid UTF-8, at most so many bytes, with no character cut in two.
 [[nodiscard]] std::string CutUtf8(std::string_view text, std::size_t bytes);
+
+// A character by its number, as UTF-8; empty for a number that is none.
+[[nodiscard]] std::string Utf8Of(std::uint32_t character);
+// Takes the first character off a text and returns its number; a byte that begins none counts for itself. The
+// text must not be empty.
+[[nodiscard]] std::uint32_t TakeCharacter(std::string_view& text);
 
 // A letter a to z as A to Z, anything else as it is.
 [[nodiscard]] constexpr char Upper(char c) {

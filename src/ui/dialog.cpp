@@ -75,6 +75,19 @@ void FindLastKey(DialogRecord& dialog) {
     }
 }
 
+void PutKey(DialogItem& item, const Shortcut& key, bool second) {
+    Shortcut& place = second ? item.Key2 : item.Key;
+    place = key;
+    if (key.AnyModifier && key.Class == Events::KeyClass::Printable && key.Char >= 'a' && key.Char <= 'z')
+        place.Char = key.Char - 'a' + 'A';
+}
+
+void TakeUserKeys(DialogRecord& dialog) {
+    for (const UserKey& each : dialog.UserKeys)
+        if (HasItem(dialog, each.Number)) PutKey(Item(dialog, each.Number), each.Key, each.Second);
+    FindLastKey(dialog);
+}
+
 void OpenTextBoxes(DialogRecord& dialog) {
     for (int number = 1; number <= dialog.ItemCount; ++number)
         if (HasItem(dialog, number) && Item(dialog, number).Lines) Editing::OpenBox(dialog, number);
@@ -217,16 +230,22 @@ void SetItemProc(DialogRecord& dialog, int number, ValueRef value, ItemProcedure
 
 void SetItemKey(DialogRecord& dialog, int number, const Shortcut& key) {
     if (!HasItem(dialog, number)) return;
-    Shortcut& place = Item(dialog, number).Key;
-    place = key;
-    if (key.AnyModifier && key.Class == Events::KeyClass::Printable && key.Char >= 'a' && key.Char <= 'z')
-        place.Char = key.Char - 'a' + 'A';
+    PutKey(Item(dialog, number), key, false);
     FindLastKey(dialog);
 }
 
 void SetItemKey2(DialogRecord& dialog, int number, const Shortcut& key) {
     if (!HasItem(dialog, number)) return;
-    Item(dialog, number).Key2 = key;
+    PutKey(Item(dialog, number), key, true);
+    FindLastKey(dialog);
+}
+
+void AssignKey(DialogRecord& dialog, int number, const Shortcut& key, bool second) {
+    if (!HasItem(dialog, number)) return;
+    std::erase_if(dialog.UserKeys,
+                  [&](const UserKey& each) { return each.Number == number && each.Second == second; });
+    dialog.UserKeys.push_back({number, second, key});
+    PutKey(Item(dialog, number), key, second);
     FindLastKey(dialog);
 }
 
@@ -306,7 +325,7 @@ bool OpenDialog(DialogRecord& dialog) {
         }
     }
     if (dialog.Spec.Configure != nullptr) dialog.Spec.Configure(dialog);
-    FindLastKey(dialog);
+    TakeUserKeys(dialog);
     SetPanes(dialog);
     if (!OpenWindow(dialog)) return false;
     dialog.IsOpen = true;
@@ -499,15 +518,26 @@ void SelectPage(DialogRecord& dialog, std::int16_t page) {
     UpdateDialog(dialog);
 }
 
-bool Activate(DialogRecord& dialog, int number, const Activation& how) {
-    if (ItemHooks.Before != nullptr && !ItemHooks.Before(dialog, number)) return false;
+bool BeginActivation(DialogRecord& dialog, int number, const Activation& how) {
+    const Activation former = Current;
     Current = how;
     Current.Dialog = &dialog;
     Current.Item = number;
+    if (ItemHooks.Before == nullptr || ItemHooks.Before(dialog, number)) return true;
+    Current = former;
+    return false;
+}
+
+void FinishActivation(DialogRecord& dialog, int number, bool execute) {
     RedrawItem(dialog, number);
-    if (HasItem(dialog, number) && Item(dialog, number).ItemProc != nullptr)
+    if (execute && HasItem(dialog, number) && Item(dialog, number).ItemProc != nullptr)
         Item(dialog, number).ItemProc(dialog, number);
     if (dialog.Items && ItemHooks.After != nullptr) ItemHooks.After(dialog, number);
+}
+
+bool Activate(DialogRecord& dialog, int number, const Activation& how) {
+    if (!BeginActivation(dialog, number, how)) return false;
+    FinishActivation(dialog, number);
     return true;
 }
 

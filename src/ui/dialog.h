@@ -94,6 +94,15 @@ struct Shortcut {
     [[nodiscard]] bool IsSet() const { return Class >= Events::KeyClass::Printable; }
 };
 
+inline constexpr Shortcut EscapeKey{.Class = Events::KeyClass::Special,
+                                    .Char = static_cast<std::uint32_t>(Platform::KeyCode::Escape)};
+// Works in either case, and with any modifier.
+[[nodiscard]] constexpr Shortcut LetterKey(char upperCase) {
+    return {.Class = Events::KeyClass::Printable,
+            .Char = static_cast<std::uint32_t>(upperCase),
+            .AnyModifier = true};
+}
+
 // How a number looks and what it may be. Bounds are those of the stored value.
 struct NumberForm {
     std::string_view Unit{};
@@ -103,6 +112,13 @@ struct NumberForm {
     double Scale = 1.0;  // what is shown is the stored value divided by it
     double Step = 1.0;   // of a drag item
     bool Strict = false; // a number out of bounds is refused, instead of put to the nearest bound
+};
+
+// A shortcut that the user has given to an item.
+struct UserKey {
+    int Number = 0;
+    bool Second = false;
+    Shortcut Key{};
 };
 
 // What a part of the window is for; the theme makes colour and weight of it.
@@ -175,6 +191,7 @@ struct DialogItem {
     // List entries; a list may share those of a tool. A disabled entry begins with "(".
     std::vector<std::string> ListEntries{};
     std::int16_t ListMaxLines = 0;
+    std::int32_t* ListSecond = nullptr;        // a second number that macros set with the entry; the tool's
     double StepSmall = 1.0, DragFactor = 0.25; // drag items
     std::int16_t DragDivisor = 2, DragInterval = 50;
     Platform::BitmapId OffscreenHandle = 0;
@@ -248,6 +265,7 @@ struct DialogRecord {
     std::string DialogName{}, DialogIDName{}, BufferName{};
     std::int16_t CurrentPage = 0;
     DialogSpec Spec{};
+    std::vector<UserKey> UserKeys{};
     std::vector<Rect> BaseRects{}; // places of the items at the size of BaseSize
     Platform::Size BaseSize{};
 };
@@ -268,6 +286,9 @@ void SetItemProc(DialogRecord& dialog, int number, ValueRef value, ItemProcedure
                  ItemProcedure updateProc = nullptr);
 void SetItemKey(DialogRecord& dialog, int number, const Shortcut& key);
 void SetItemKey2(DialogRecord& dialog, int number, const Shortcut& key);
+// A shortcut that the user gives to an item, open or not: it counts until the end of the program, whatever is
+// coded and whatever a .dia file says. second: of a toggle or list.
+void AssignKey(DialogRecord& dialog, int number, const Shortcut& key, bool second = false);
 void SetList(DialogRecord& dialog, int number, std::span<const char* const> entries);
 void SetDialogProcs(DialogRecord& dialog, const DialogProcs& procs, std::string_view idName);
 // All of the above for rows of a table: Define what a .dia file may change, Configure the rest.
@@ -331,15 +352,21 @@ struct Activation {
 };
 extern Activation Current;
 
-// Around every activation: Before may refuse, After sees what was done (the recorder of macros).
+// Around every activation, with Current set: Before may refuse, After sees what was done (the recorder of
+// macros). AfterKey: a key that the dialog's own KeyProc has taken.
 struct ActivationHooks {
     bool (*Before)(DialogRecord& dialog, int number) = nullptr;
     void (*After)(DialogRecord& dialog, int number) = nullptr;
+    void (*AfterKey)(DialogRecord& dialog, const Events::Event& event) = nullptr;
 };
 extern ActivationHooks ItemHooks;
 
 // Draws the item, runs its procedure between the hooks. False when Before refused.
 bool Activate(DialogRecord& dialog, int number, const Activation& how);
+// Its two halves, for whoever changes the value only once Before has agreed. Without execute the procedure
+// does not run.
+[[nodiscard]] bool BeginActivation(DialogRecord& dialog, int number, const Activation& how);
+void FinishActivation(DialogRecord& dialog, int number, bool execute = true);
 
 // While the toolkit tracks the mouse, it takes no other input.
 extern bool Tracking;

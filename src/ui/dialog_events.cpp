@@ -174,7 +174,10 @@ bool HandleKey(DialogRecord& dialog, const Event& event) {
     if (Editing::IsUnderWay() && Editing::IsUnderWay(dialog, dialog.CurrentItem) &&
         HandleEntryKey(dialog, event))
         return true;
-    if (dialog.Procs.KeyProc != nullptr && dialog.Procs.KeyProc(dialog, event)) return true;
+    if (dialog.Procs.KeyProc != nullptr && dialog.Procs.KeyProc(dialog, event)) {
+        if (ItemHooks.AfterKey != nullptr) ItemHooks.AfterKey(dialog, event);
+        return true;
+    }
     if (PressByKey(dialog, event, true)) return true;
     if (!dialog.Modal)
         for (DialogRecord* other = FirstDialog(); other != nullptr; other = other->NextDialog)
@@ -276,6 +279,18 @@ bool HandleWindow(DialogRecord& dialog, const Event& event) {
 
 }
 
+void ChooseRadio(DialogRecord& dialog, int number) {
+    const auto isRadio = [&](int n) {
+        return HasItem(dialog, n) && Item(dialog, n).Kind == ItemKind::RadioButton;
+    };
+    int first = number;
+    while (isRadio(first - 1)) --first;
+    for (int n = first; isRadio(n); ++n) {
+        SetBool(Item(dialog, n), n == number);
+        RedrawItem(dialog, n);
+    }
+}
+
 void PressItem(DialogRecord& dialog, int number, Activation how, int steps) {
     if (!HasItem(dialog, number)) return;
     DialogItem& item = Item(dialog, number);
@@ -285,20 +300,7 @@ void PressItem(DialogRecord& dialog, int number, Activation how, int steps) {
     case ItemKind::FramedBool:
     case ItemKind::TrueFalse:
     case ItemKind::HighLow: SetBool(item, !BoolOf(item)); break;
-    case ItemKind::RadioButton:
-        for (int n = number; n >= 1 && HasItem(dialog, n) && Item(dialog, n).Kind == ItemKind::RadioButton;
-             --n) {
-            SetBool(Item(dialog, n), false);
-            RedrawItem(dialog, n);
-        }
-        for (int n = number + 1;
-             n <= dialog.ItemCount && HasItem(dialog, n) && Item(dialog, n).Kind == ItemKind::RadioButton;
-             ++n) {
-            SetBool(Item(dialog, n), false);
-            RedrawItem(dialog, n);
-        }
-        SetBool(item, true);
-        break;
+    case ItemKind::RadioButton: ChooseRadio(dialog, number); break;
     case ItemKind::List:
         if (!StepList(item, steps)) return;
         break;

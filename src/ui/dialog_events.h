@@ -24,6 +24,9 @@ bool HandleEvent(DialogRecord& dialog, const Events::Event& event);
 // steps: -1 for the second key.
 void PressItem(DialogRecord& dialog, int number, Activation how, int steps = 1);
 
+// Sets a radio button and clears the others of its group: the radio buttons next to it by number.
+void ChooseRadio(DialogRecord& dialog, int number);
+
 // The first item under a point of the window that takes the mouse, from the back when fromTop; 0 for none.
 [[nodiscard]] int ItemAt(const DialogRecord& dialog, Platform::Point at, bool fromTop = false);
 

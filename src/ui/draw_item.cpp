@@ -170,7 +170,8 @@ void DrawStatic(const Look& look) {
 }
 
 void EntryFace(const Look& look) {
-    Face(look, look.Item.BackColor.value_or(Colors().Panel),
+    // What cannot be typed into stands on the ground of the buttons.
+    Face(look, look.Item.BackColor.value_or(look.Item.Executable ? Colors().Panel : Colors().Soft),
          look.Item.Role == Role::Warning ? Colors().Warning : Colors().Line);
 }
 
@@ -311,14 +312,11 @@ void DrawItem(const DialogRecord& dialog, int number, Drawing& drawing) {
     const DialogItem& item = Item(dialog, number);
     const auto index = static_cast<std::size_t>(item.Kind);
     if (index >= std::size(Kinds)) return;
-    const bool passive = item.Kind == ItemKind::Text || item.Kind == ItemKind::User ||
-                         item.Kind == ItemKind::GWindow || item.Kind == ItemKind::Offscreen;
     const Look look{.Dialog = dialog,
                     .Item = item,
                     .Place = item.ItemRect.Area(),
                     .Type = ItemFont(dialog, item),
-                    .Enabled =
-                        (passive ? item.Enabled : Accepts(dialog, number)) && !ItemIsLocked(dialog, number),
+                    .Enabled = item.Enabled && item.UserLevel <= UserLevel && !ItemIsLocked(dialog, number),
                     .Pressed = item.Busy && !IsTextItem(item),
                     .Focused = dialog.CurrentItem == number && !item.Busy,
                     .Ground = GroundOf(dialog, item),

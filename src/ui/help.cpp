@@ -96,7 +96,7 @@ const Dialogs::Row Rows[] = {
      .Kind = ItemKind::FramedText,
      .Name = "Search",
      .Text = "Find a word",
-     .At = {298, 14, 206, 24},
+     .At = {298, 14, 406, 24},
      .Value = &State.Search,
      .Proc = Find,
      .Tip = "A word to look for; Return finds it in all topics",
@@ -105,20 +105,20 @@ const Dialogs::Row Rows[] = {
      .Kind = ItemKind::Button,
      .Name = "FindNext",
      .Text = "Find Next",
-     .At = {510, 14, 94, 24},
+     .At = {710, 14, 94, 24},
      .Proc = Find,
      .Tip = "Goes to the next place where the word stands",
      .Anchor = ToRight | ToTop},
     {.Number = Title,
      .Kind = ItemKind::Text,
      .Name = "Title",
-     .At = {16, 50, 588, 24},
+     .At = {16, 50, 788, 24},
      .Anchor = ToLeft | ToRight | ToTop,
      .Role = Dialogs::Role::Heading},
     {.Number = Text,
      .Kind = ItemKind::EditText,
      .Name = "Text",
-     .At = {8, 78, 604, 390},
+     .At = {8, 78, 804, 440},
      .Tip = "",
      .Anchor = ToLeft | ToRight | ToTop | ToBottom,
      .Macro = false,
@@ -127,11 +127,10 @@ const Dialogs::Row Rows[] = {
      .Kind = ItemKind::Button,
      .Name = "Close",
      .Text = "Close",
-     .At = {510, 478, 94, 26},
+     .At = {710, 528, 94, 26},
      .Proc = CloseHelp,
      .Tip = "Closes the help: Escape",
-     .Key = {.Class = Events::KeyClass::Special,
-             .Char = static_cast<std::uint32_t>(Platform::KeyCode::Escape)},
+     .Key = Dialogs::EscapeKey,
      .Anchor = ToRight | ToBottom,
      .Role = Dialogs::Role::Primary},
 };
@@ -187,7 +186,7 @@ void Parse(std::string_view content) {
         }
     }
     std::erase_if(State.Sections, [](const Section& section) {
-        return NumberText::Trimmed(section.Text).empty() || section.Title.empty();
+        return section.Title.empty() || section.Text.find_first_not_of(" \t\n") == std::string::npos;
     });
     for (Section& section : State.Sections)
         while (section.Text.starts_with('\n')) section.Text.erase(0, 1);
@@ -253,7 +252,7 @@ bool Show(std::string_view title) {
                                           .IDName = "Help",
                                           .BufferName = "Help",
                                           .Count = ItemTotal,
-                                          .Place = {-1, -1, 620, 516},
+                                          .Place = {-1, -1, 820, 566},
                                           .Least = {460, 260},
                                           .Window = Platform::WindowKind::Floating,
                                           .Define = Define,

@@ -47,13 +47,17 @@ std::string Bound(double stored, double scale, NumberText::Format format) {
     return Plain(NumberText::Fixed(shown, 2, 5));
 }
 
+}
+
+std::string BoundsText(double low, double high, double scale, NumberText::Format format) {
+    return "Number must be >= " + Bound(low, scale, format) + " and <= " + Bound(high, scale, format) + "!";
+}
+
 std::string_view WithoutUnit(std::string_view typed, std::string_view unit) {
     const std::string_view text = NumberText::Trimmed(typed);
     const std::string_view name = NumberText::Trimmed(unit);
     if (name.empty() || text.size() <= name.size() || !text.ends_with(name)) return text;
     return NumberText::Trimmed(text.substr(0, text.size() - name.size()));
-}
-
 }
 
 double NumberOf(const DialogItem& item) {
@@ -75,16 +79,7 @@ double NumberOf(const DialogItem& item) {
 void SetNumber(DialogItem& item, double value) {
     void* const place = item.ValuePointer;
     if (place == nullptr) {
-        switch (item.ValueKind) {
-        case ValueKind::Real64:
-        case ValueKind::Real32: item.OwnValue = value; break;
-        case ValueKind::Int32: item.OwnValue = Whole<std::int32_t>(value); break;
-        case ValueKind::Int16: item.OwnValue = Whole<std::int16_t>(value); break;
-        case ValueKind::Set16: item.OwnValue = Whole<std::uint16_t>(value); break;
-        case ValueKind::Boolean: item.OwnValue = value != 0 ? 1 : 0; break;
-        case ValueKind::Byte: item.OwnValue = Whole<std::uint8_t>(value); break;
-        case ValueKind::String: break;
-        }
+        if (item.ValueKind != ValueKind::String) item.OwnValue = Kept(item.ValueKind, value);
         return;
     }
     switch (item.ValueKind) {
@@ -97,6 +92,20 @@ void SetNumber(DialogItem& item, double value) {
     case ValueKind::Byte: Put(place, Whole<std::uint8_t>(value)); break;
     case ValueKind::String: break;
     }
+}
+
+double Kept(ValueKind kind, double value) {
+    switch (kind) {
+    case ValueKind::Real64: return value;
+    case ValueKind::Real32: return static_cast<double>(static_cast<float>(value));
+    case ValueKind::Int32: return Whole<std::int32_t>(value);
+    case ValueKind::Int16: return Whole<std::int16_t>(value);
+    case ValueKind::Set16: return Whole<std::uint16_t>(value);
+    case ValueKind::Boolean: return value != 0 ? 1 : 0;
+    case ValueKind::Byte: return Whole<std::uint8_t>(value);
+    case ValueKind::String: break;
+    }
+    return 0;
 }
 
 bool BoolOf(const DialogItem& item) {
@@ -183,8 +192,7 @@ bool CheckNumberEntry(std::string_view text, double low, double high, double sca
     if (!std::isfinite(value)) return false;
     if (value < low || value > high) {
         if (strict) {
-            Messages::Alert("Number must be >= " + Bound(low, scale, format) +
-                            " and <= " + Bound(high, scale, format) + "!");
+            Messages::Alert(BoundsText(low, high, scale, format));
             return false;
         }
         value = value < low ? low : high;

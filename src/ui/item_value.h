@@ -19,6 +19,9 @@ void SetBool(DialogItem& item, bool value);
 [[nodiscard]] std::string TextOf(const DialogItem& item); // of ValueKind::String, else empty
 void SetText(DialogItem& item, std::string_view text);    // cut to TextLength
 
+// The same for a value without an item: as a variable of the kind would keep it.
+[[nodiscard]] double Kept(ValueKind kind, double value);
+
 [[nodiscard]] bool IsNumberItem(const DialogItem& item); // its value is shown and typed as a number
 [[nodiscard]] bool IsTextItem(const DialogItem& item);   // takes the text cursor, numbers included
 [[nodiscard]] bool IsToggle(const DialogItem& item);     // two states
@@ -37,6 +40,11 @@ struct NumberParts {
 // bounds that is not strict becomes the nearest bound.
 [[nodiscard]] bool CheckNumberEntry(std::string_view text, double low, double high, double scale,
                                     NumberText::Format format, bool strict, double& stored);
+
+// "Number must be >= 0 and <= 10!": the refusal of a strict entry. Bounds are of the stored value.
+[[nodiscard]] std::string BoundsText(double low, double high, double scale, NumberText::Format format);
+// A typed number without the unit that may stand behind it.
+[[nodiscard]] std::string_view WithoutUnit(std::string_view typed, std::string_view unit);
 
 // Stores what was typed into a text or number item; a number may have the item's unit behind it. False when
 // it was refused: the value is as it was.

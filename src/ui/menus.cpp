@@ -10,6 +10,8 @@
 
 namespace Menus {
 
+void (*Chosen)(int menu, int entry) = nullptr;
+
 namespace {
 
 struct EntryRecord {
@@ -55,7 +57,8 @@ Platform::MenuEntry Now(const EntryRecord& entry) {
 }
 
 bool Same(const Platform::MenuEntry& a, const Platform::MenuEntry& b) {
-    return a.Text == b.Text && a.Shortcut == b.Shortcut && a.Enabled == b.Enabled && a.Checked == b.Checked;
+    return a.Text == b.Text && a.Shortcut == b.Shortcut && a.Enabled == b.Enabled && a.Checked == b.Checked &&
+           a.SubMenu == b.SubMenu;
 }
 
 }
@@ -183,7 +186,7 @@ bool AssignKey(int menu, int entry, char letter) {
     if (found == nullptr) return false;
     const bool legal = letter == 0 || (letter >= 'A' && letter <= 'Z') || (letter >= '0' && letter <= '9');
     if (!legal) {
-        Messages::Alert(std::string("illegal shortcut key: ") + letter + "   must be: A to Z, or 0 to 9 !");
+        Messages::Note(std::string("illegal shortcut key: ") + letter + "   must be: A to Z, or 0 to 9 !");
         return false;
     }
     for (MenuRecord& record : All)
@@ -195,7 +198,11 @@ bool AssignKey(int menu, int entry, char letter) {
 
 bool HandleEvent(const Events::Event& event) {
     if (event.Kind != Events::KeyKind::KeyWindow || event.Detail != Platform::MenuChosen) return false;
-    (void)Select(static_cast<int>(event.Parameter1), static_cast<int>(event.Parameter2));
+    const int menu = static_cast<int>(event.Parameter1), entry = static_cast<int>(event.Parameter2);
+    const EntryRecord* const found = Find(menu, entry);
+    if (found == nullptr || !Enabled(*found)) return true;
+    if (Chosen != nullptr && found->Rules.Macro) Chosen(menu, entry);
+    (void)Select(menu, entry);
     return true;
 }
 

@@ -18,6 +18,7 @@ struct Row {
     bool (*Checked)() = nullptr;          // none: never
     std::string (*ShownText)() = nullptr; // a text that changes; Text stays its name in macros
     const char* SubMenu = nullptr;        // title of the menu that opens here
+    bool Macro = true;                    // recorded
 };
 
 // Adds a menu behind those that are there. Only its title is taken where one of that title exists: its rows
@@ -44,9 +45,12 @@ void Refresh();
 
 // Runs the entry's procedure. False for one that is disabled, or none at all.
 bool Select(int menu, int entry);
-// Gives it a shortcut, taking it from an entry that had it; 0 takes its own away. False, with "illegal
-// shortcut key: ...", for any other letter.
+// Gives it a shortcut, taking it from an entry that had it; 0 takes its own away. False, with a line "illegal
+// shortcut key: ..." in the notebook, for any other letter.
 bool AssignKey(int menu, int entry, char letter);
+
+// A choice by hand, ahead of the entry's procedure, of an entry that is recorded: the recorder of macros.
+extern void (*Chosen)(int menu, int entry);
 
 // True when the event was a choice from a menu.
 bool HandleEvent(const Events::Event& event);

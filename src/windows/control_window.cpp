@@ -210,9 +210,8 @@ std::array<std::string, ShownValues> ValueNames, NameNames;
 void DefineValues(DialogRecord& dialog) {
     for (int i = 0; i < ShownValues; ++i) {
         const auto at = static_cast<std::size_t>(i);
-        const auto index = static_cast<std::size_t>(i + 1);
-        ValueNames[at] = "Value-" + std::to_string(index);
-        NameNames[at] = "ValueName" + std::to_string(index);
+        ValueNames[at] = "Value-" + std::to_string(i + 1);
+        NameNames[at] = "ValueName" + std::to_string(i + 1);
         const double top = 274 + 28 * i;
         const Dialogs::Row rows[] = {
             {.Number = FirstValue + 2 * i,
@@ -220,13 +219,13 @@ void DefineValues(DialogRecord& dialog) {
              .Name = NameNames[at].c_str(),
              .Text = ValueNames[at].c_str(),
              .At = {16, top, 118, 24},
-             .Value = &Setup::Settings.Protocol.ValueName[index],
+             .Value = &Setup::Settings.Protocol.ValueName[at],
              .Tip = "A name of your own for the value"},
             {.Number = FirstValue + 2 * i + 1,
              .Kind = ItemKind::FramedNumber,
              .Name = ValueNames[at].c_str(),
              .At = {140, top, 124, 24},
-             .Value = &Setup::Settings.Protocol.Values[index],
+             .Value = Setup::ValueOf(i + 1),
              .Form = {.Format = NumberText::Format::Engineering, .Columns = 7},
              .Tip = "A number that equations read as V[n]; prefixes such as m and p may be typed",
              .Anchor = Wide}};

@@ -70,10 +70,6 @@ void QuitDialog(DialogRecord& dialog, int) {
     Dialogs::CloseDialog(dialog);
 }
 
-constexpr Dialogs::Shortcut Letter(char c) {
-    return {.Class = Events::KeyClass::Printable, .Char = static_cast<std::uint32_t>(c), .AnyModifier = true};
-}
-
 const Dialogs::Row Rows[] = {
     {.Number = Heading,
      .Kind = ItemKind::Text,
@@ -98,7 +94,7 @@ const Dialogs::Row Rows[] = {
      .At = {386, 46, 90, 26},
      .Proc = FindFile,
      .Tip = "Looks for the data file in the folders: F",
-     .Key = Letter('F'),
+     .Key = Dialogs::LetterKey('F'),
      .Anchor = ToRight | ToTop},
     {.Number = Line,
      .Kind = ItemKind::Text,
@@ -113,7 +109,7 @@ const Dialogs::Row Rows[] = {
      .At = {16, 102, 100, 28},
      .Proc = OpenModify,
      .Tip = "Data, trees and analysis may be changed: M",
-     .Key = Letter('M')},
+     .Key = Dialogs::LetterKey('M')},
     {.Number = ModifyH,
      .Kind = ItemKind::Text,
      .Name = "ModifyH",
@@ -127,7 +123,7 @@ const Dialogs::Row Rows[] = {
      .At = {16, 136, 100, 28},
      .Proc = OpenRead,
      .Tip = "Nothing is written, not even the analysis: R or Return",
-     .Key = Letter('R'),
+     .Key = Dialogs::LetterKey('R'),
      .Role = Role::Primary},
     {.Number = ReadH,
      .Kind = ItemKind::Text,
@@ -142,7 +138,7 @@ const Dialogs::Row Rows[] = {
      .At = {16, 170, 100, 28},
      .Proc = OpenAnalysis,
      .Tip = "The recording stays as it is, the analysis file may be stored: A",
-     .Key = Letter('A')},
+     .Key = Dialogs::LetterKey('A')},
     {.Number = AnalysisH,
      .Kind = ItemKind::Text,
      .Name = "AnalysisH",
@@ -156,7 +152,7 @@ const Dialogs::Row Rows[] = {
      .At = {16, 204, 100, 28},
      .Proc = QuitDialog,
      .Tip = "Closes this dialog and leaves everything as it is: Q or Escape",
-     .Key = Letter('Q')},
+     .Key = Dialogs::LetterKey('Q')},
     {.Number = QuitH,
      .Kind = ItemKind::Text,
      .Name = "QuitH",

@@ -187,6 +187,8 @@ void Change(QWidget& widget, const TextBoxSpec& spec) {
                                                                                          : Qt::AlignLeft));
     } else if (LinesBox* const lines = AsLines(&widget)) {
         lines->setReadOnly(spec.ReadOnly);
+        // What is only read is wrapped; what is written keeps its lines.
+        lines->setLineWrapMode(spec.ReadOnly ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
         lines->SetNumbered(spec.LineNumbers);
     }
 }
