@@ -30,6 +30,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <limits>
 
 namespace Desktop {
 
@@ -120,7 +122,7 @@ bool BreakWanted() {
         State.BreakLookedAt = now;
         State.BreakPressed = Events::TakeBreak();
     }
-    return State.BreakPressed;
+    return State.BreakPressed || QuitFlag;
 }
 
 // On a console the program's words go where those of other commands go, and into the notebook.
@@ -235,6 +237,20 @@ void DataFileChanged() {
 
 // -- events ------------------------------------------------------------------------------------------------
 
+// The end is not an orderly one: the copy tells all that has not been stored.
+void KeepUnsaved() {
+    if (DataFiles::IsOpen()) RecoveryCopy::Keep(CurrentSession(), std::numeric_limits<double>::infinity());
+}
+
+// Nobody can be asked: what is unsaved stays in the recovery copy, which the next start offers.
+void QuitAtOnce() {
+    Editing::LeaveAny();
+    for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
+         dialog = dialog->NextDialog)
+        if (dialog->Modal && dialog->IsOpen) Dialogs::CloseDialog(*dialog); // ends the loop that waits for it
+    QuitFlag = true;
+}
+
 void HandleFrame(const Events::Event& event) {
     if (event.Kind == Events::KeyKind::KeyWindowClose) (void)Quit();
     if (event.Kind != Events::KeyKind::KeyOSEvent) return;
@@ -255,7 +271,13 @@ void HandleFrame(const Events::Event& event) {
         }
         return;
     }
-    case Platform::SystemQuit: (void)Quit(); return;
+    case Platform::SystemQuit:
+        if (event.Parameter2 == 1) {
+            QuitAtOnce();
+        } else {
+            (void)Quit();
+        }
+        return;
     default: return;
     }
 }
@@ -296,6 +318,9 @@ bool StartUp(const StartOptions& options) {
     QuitFlag = false;
     if (!StartPlatform(options)) return false;
     State.Started = true;
+    // The platform ends the process when its display goes away. Registered behind it, so that it still
+    // stands.
+    if (options.Visible) std::atexit(Abandon);
     FrameFile::RestoreTheme();
     StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);
     if (options.Console) {
@@ -377,9 +402,18 @@ bool Quit() {
     return true;
 }
 
+void Abandon() {
+    if (!State.Started || State.Down) return;
+    State.Down = true;
+    Messages::Install({}); // no window shows anything any more
+    KeepUnsaved();
+    FrameFile::Store();
+}
+
 void ShutDown() {
     if (!State.Started || State.Down) return;
     State.Down = true;
+    KeepUnsaved();
     FrameFile::Store();
     StartWindow::Close();
     Dialogs::DisposeAll();

@@ -26,8 +26,11 @@ void OpenFirstFile(const StartOptions& options);
 // One event, if there is one, and the idle step. True when there was an event.
 bool EventStep();
 void RunEventLoop();
-// Gives all windows back; also of the exit hook. The second call does nothing.
+// Gives all windows back. The second call does nothing.
 void ShutDown();
+// The same in a process that is ending, whose windows are gone or of no more use: keeps what is unsaved, and
+// the places of the windows.
+void Abandon();
 
 extern bool QuitFlag;
 // The command: asks where something is not stored, closes the data file. False when the user stays.

@@ -1,5 +1,6 @@
 #include "app/frame_file.h"
 
+#include "base/checksum.h"
 #include "base/files.h"
 #include "base/messages.h"
 #include "base/number_text.h"
@@ -10,6 +11,9 @@
 #include "ui/theme.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -45,6 +49,22 @@ std::string Content() {
     return content;
 }
 
+// The platform's own words, which nobody reads but the platform: with a sum in front, so that damaged ones
+// are told from sound ones before it sees them.
+std::string Sealed(const std::string& text) {
+    std::array<char, 16> sum{};
+    std::snprintf(sum.data(), sum.size(), "%08x ",
+                  static_cast<unsigned>(Checksum::Crc32(0, std::as_bytes(std::span(text)))));
+    return sum.data() + text;
+}
+
+std::string Unsealed(const std::string& sealed) {
+    constexpr std::size_t SumLength = 9;
+    if (sealed.size() < SumLength) return {};
+    std::string text = sealed.substr(SumLength);
+    return Sealed(text) == sealed ? text : std::string();
+}
+
 int NumberOf(std::string_view content, std::string_view key, int least, int most, int otherwise) {
     std::int64_t number = 0;
     const std::string text = ValueOf(content, key);
@@ -61,7 +81,7 @@ void RestoreTheme() {
 void Restore() {
     const std::string content = Content();
     if (content.empty()) return;
-    const std::string arrangement = ValueOf(content, "WINDOWS");
+    const std::string arrangement = Unsealed(ValueOf(content, "WINDOWS"));
     if (!arrangement.empty()) (void)Platform::Ops().Arrange(arrangement);
     Dialogs::ShowTooltips = NumberOf(content, "TIPS", 0, 1, 1) == 1;
     Notebook::SetLineNumbers(NumberOf(content, "LINENUMBERS", 0, 1, 0) == 1);
@@ -79,7 +99,7 @@ void Store() {
     content += "TIPS " + std::string(flag(Dialogs::ShowTooltips));
     content += "LINENUMBERS " + std::string(flag(Notebook::State.LineNumbers));
     content += "NOTEBOOKSIZE " + std::to_string(Notebook::State.FontSize) + "\n";
-    content += "WINDOWS " + Platform::Ops().Arrangement() + "\n";
+    content += "WINDOWS " + Sealed(Platform::Ops().Arrangement()) + "\n";
     const int error = Files::WriteWhole(file, content);
     if (error != 0)
         Messages::Log("The places of the windows could not be stored: " + Files::ErrorText(error));

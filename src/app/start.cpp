@@ -94,7 +94,7 @@ int Main(const std::vector<std::string>& arguments) {
 void Shutdown() {
     if (ShutdownDone) return;
     ShutdownDone = true;
-    Desktop::ShutDown();
+    Desktop::Abandon();
     CommandLine::CloseSession();
     Scratch::Release();
     std::fflush(stdout);

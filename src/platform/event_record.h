@@ -20,7 +20,9 @@ inline constexpr std::uint32_t FocusGained = 13, FocusLost = 14;
 inline constexpr std::uint32_t SystemWheel = 1;       // Char: 120ths of a step, as int32; positive is up
 inline constexpr std::uint32_t SystemTheme = 2;       // the desktop changed between light and dark
 inline constexpr std::uint32_t SystemFileDropped = 3; // DroppedFile tells which
-inline constexpr std::uint32_t SystemQuit = 4;        // the desktop session ends
+// The desktop session ends. Char 1: at once, as a signal to the process asks; no question is answered any
+// more.
+inline constexpr std::uint32_t SystemQuit = 4;
 
 // Modifier bits, in Message of mouse and key events. The control key of a keyboard is Control, its alt key
 // Option, and its logo key Command.

@@ -1,12 +1,14 @@
 #include "platform/picture.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <functional>
+#include <span>
 
 namespace Picture {
 
@@ -26,6 +28,14 @@ const char* FamilyOf(const Platform::Font& font) {
                                             : "Arial";
 }
 
+// A size that a picture can have.
+Platform::Size Sound(Platform::Size size) {
+    const auto side = [](double length) {
+        return std::isfinite(length) ? std::clamp(length, 1.0, 1E6) : 1.0;
+    };
+    return {side(size.Width), side(size.Height)};
+}
+
 // -- scalable vector graphics ------------------------------------------------------------------------------
 
 // Three decimals, the shortest way.
@@ -41,9 +51,20 @@ std::string Attribute(const char* name, const std::string& value) {
     return std::string(" ") + name + "=\"" + value + "\"";
 }
 
-std::string Escaped(std::string_view text) {
+// Two characters of Unicode that XML forbids: U+FFFE and U+FFFF.
+bool IsForbidden(std::string_view text) {
+    return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF");
+}
+
+std::string Escaped(std::string_view bytes) {
+    const std::string text = Texts::Utf8(bytes);
     std::string out;
-    for (const char c : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (IsForbidden(std::string_view(text).substr(i))) {
+            i += 2;
+            continue;
+        }
         switch (c) {
         case '&': out += "&amp;"; break;
         case '<': out += "&lt;"; break;
@@ -75,7 +96,8 @@ std::string Filled(const DrawCall& call) {
 
 std::string Stroked(const DrawCall& call) {
     std::string text = Attribute("fill", "none") + Attribute("stroke", Hex(call.Ink)) +
-                       Attribute("stroke-width", Number(call.Width)) + Attribute("stroke-linejoin", "round");
+                       Attribute("stroke-width", Number(std::max(0.0, call.Width))) +
+                       Attribute("stroke-linejoin", "round");
     if (call.Ink.Alpha != 255) text += Attribute("stroke-opacity", Number(call.Ink.Alpha / 255.0));
     if (call.Dashed)
         text += Attribute("stroke-dasharray", Number(call.Width * 4) + " " + Number(call.Width * 3));
@@ -87,7 +109,7 @@ std::string Box(const DrawCall& call, double inset) {
     std::string text = Attribute("x", Number(at.Left)) + Attribute("y", Number(at.Top)) +
                        Attribute("width", Number(std::max(0.0, at.Width))) +
                        Attribute("height", Number(std::max(0.0, at.Height)));
-    if (call.Radius > 0) text += Attribute("rx", Number(call.Radius - inset));
+    if (call.Radius > inset) text += Attribute("rx", Number(call.Radius - inset));
     return text;
 }
 
@@ -116,7 +138,7 @@ std::string SvgText(const DrawCall& call) {
     std::string text = "<text" + Attribute("x", Number(x)) +
                        Attribute("y", Number(at.Top + at.Height / 2 + 0.36 * call.Type.Size)) +
                        Attribute("font-family", Escaped(FamilyOf(call.Type))) +
-                       Attribute("font-size", Number(call.Type.Size)) + Filled(call);
+                       Attribute("font-size", Number(std::max(1.0, call.Type.Size))) + Filled(call);
     if (call.Justify != Align::Left)
         text += Attribute("text-anchor", call.Justify == Align::Right ? "end" : "middle");
     if (call.Type.Bold) text += Attribute("font-weight", "bold");
@@ -127,7 +149,8 @@ std::string SvgText(const DrawCall& call) {
 
 }
 
-std::string Svg(Platform::Size size, const Drawing& drawing) {
+std::string Svg(Platform::Size wanted, const Drawing& drawing) {
+    const Platform::Size size = Sound(wanted);
     std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
                       "version=\"1.1\"" +
                       Attribute("width", Number(size.Width)) + Attribute("height", Number(size.Height)) +
@@ -194,7 +217,7 @@ enum Function : std::uint16_t {
 constexpr std::uint16_t PenSolid = 0, PenDash = 1, PenNull = 5, BrushSolid = 0, BrushNull = 1;
 constexpr std::uint16_t AlignCenterText = 6, AlignRightText = 2, AlignTop = 0;
 constexpr double UnitsPerPixel = 15;      // 1440 to the inch, 96 pixels to the inch
-constexpr std::size_t PointsMost = 16000; // of one record; a longer line goes on in the next one
+constexpr std::size_t PointsMost = 16000; // of one record
 
 class Metafile {
 public:
@@ -262,23 +285,35 @@ struct Objects {
     }
     [[nodiscard]] std::uint16_t At(double pixels) const { return Unit(pixels, Scale); }
 
-    void PointsOf(const DrawCall& call, Function function) const {
-        const std::vector<Platform::Point>& points = call.Points;
-        for (std::size_t from = 0; from + 1 < points.size() || (from == 0 && points.size() == 1);) {
-            const std::size_t count = std::min(PointsMost, points.size() - from);
-            File.Begin(function);
-            File.Put(static_cast<std::uint16_t>(count));
-            for (std::size_t i = from; i < from + count; ++i) {
-                File.Put(At(points[i].X));
-                File.Put(At(points[i].Y));
-            }
-            File.Finish();
-            if (from + count >= points.size()) break;
-            from += count - 1; // the line goes on from its last point
-        }
+    // A line that is too long for one record goes on in the next one, from its last point.
+    void Line(const std::vector<Platform::Point>& points) const {
+        for (std::size_t from = 0; from + 1 < points.size(); from += PointsMost - 1)
+            Points(MetaPolyline, std::span(points).subspan(from, std::min(PointsMost, points.size() - from)));
     }
+    // A polygon cannot go on: one with more corners loses every so many of them.
+    void Polygon(const std::vector<Platform::Point>& points) const {
+        if (points.size() <= PointsMost) {
+            if (points.size() > 2) Points(MetaPolygon, points);
+            return;
+        }
+        std::vector<Platform::Point> fewer(PointsMost);
+        for (std::size_t i = 0; i < PointsMost; ++i) fewer[i] = points[i * points.size() / PointsMost];
+        Points(MetaPolygon, fewer);
+    }
+    void Points(Function function, std::span<const Platform::Point> points) const {
+        File.Begin(function);
+        File.Put(static_cast<std::uint16_t>(points.size()));
+        for (const Platform::Point& point : points) {
+            File.Put(At(point.X));
+            File.Put(At(point.Y));
+        }
+        File.Finish();
+    }
+    // The outline's line lies inside of the place.
     void Shape(const DrawCall& call, bool oval) const {
-        const Platform::Area at = call.Place;
+        const bool outline = call.Kind == DrawKind::Frame || call.Kind == DrawKind::Oval;
+        const double inset = outline ? call.Width / 2 : 0;
+        const Platform::Area at = call.Place.Inset(inset, inset);
         const std::uint16_t right = At(at.Right()), bottom = At(at.Bottom()), left = At(at.Left),
                             top = At(at.Top);
         if (oval) {
@@ -292,17 +327,35 @@ struct Objects {
     }
 };
 
-// Latin-1, with "?" for what it has not.
-std::string Latin1(std::string_view text) {
+// Signs of the code page that are none of Latin-1, and one that it has not but for which another will do.
+struct SignRow {
+    std::string_view Utf8;
+    char Byte;
+};
+constexpr SignRow Signs[] = {
+    {"\u2212", '-'},    {"\u2013", '\x96'}, {"\u2014", '\x97'}, {"\u2026", '\x85'},
+    {"\u2022", '\x95'}, {"\u2018", '\x91'}, {"\u2019", '\x92'}, {"\u201C", '\x93'},
+    {"\u201D", '\x94'}, {"\u20AC", '\x80'}, {"\u03BC", '\xB5'},
+};
+
+// In the code page of metafiles (Windows 1252), with "?" for what it has not.
+std::string CodePage(std::string_view bytes) {
+    const std::string text = Texts::Utf8(bytes);
     std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (c < 0x80) {
-            out += text[i];
-        } else if ((c == 0xC2 || c == 0xC3) && i + 1 < text.size()) {
-            const auto low = static_cast<unsigned char>(text[++i]);
-            out += static_cast<char>((c & 3) << 6 | (low & 0x3F));
-        } else if (c >= 0xC0) {
+    for (std::size_t i = 0; i < text.size();) {
+        const std::string_view rest = std::string_view(text).substr(i);
+        const auto c = static_cast<unsigned char>(rest[0]);
+        const auto* const sign = std::find_if(std::begin(Signs), std::end(Signs), [rest](const SignRow& row) {
+            return rest.starts_with(row.Utf8);
+        });
+        i += c < 0x80 ? 1 : c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
+        if (sign != std::end(Signs)) {
+            out += sign->Byte;
+        } else if (c < 0x80) {
+            if (c >= 32) out += static_cast<char>(c);
+        } else if (c == 0xC2 || c == 0xC3) {
+            out += static_cast<char>((c & 3) << 6 | (static_cast<unsigned char>(rest[1]) & 0x3F));
+        } else {
             out += '?';
         }
     }
@@ -318,15 +371,16 @@ void PutBytes(Metafile& file, std::string bytes) {
 
 void PutText(const Objects& objects, const DrawCall& call) {
     Metafile& file = objects.File;
-    const std::string text = Latin1(call.Text);
+    const std::string text = CodePage(call.Text);
     if (text.empty()) return;
     file.Begin(MetaCreateFont);
-    file.Put(static_cast<std::uint16_t>(-static_cast<std::int16_t>(objects.At(call.Type.Size))));
+    file.Put(static_cast<std::uint16_t>(
+        -static_cast<std::int16_t>(objects.At(std::clamp(call.Type.Size, 1.0, 1000.0)))));
     for (int i = 0; i < 3; ++i) file.Put(0); // width, escapement, orientation
     file.Put(call.Type.Bold ? 700 : 400);
     file.Put(static_cast<std::uint16_t>((call.Type.Italic ? 1 : 0) | (call.Type.Underline ? 1 : 0) << 8));
     for (int i = 0; i < 3; ++i) file.Put(0); // strike-out, character set, precisions, quality, pitch
-    std::string face = FamilyOf(call.Type);
+    std::string face = CodePage(FamilyOf(call.Type));
     face.resize(32);
     face[31] = '\0';
     PutBytes(file, face);
@@ -374,8 +428,8 @@ void PutCall(const Objects& objects, const DrawCall& call, int& clips) {
         call.Kind == DrawKind::Fill || call.Kind == DrawKind::FillOval || call.Kind == DrawKind::Polygon;
     objects.Pen(filled ? nullptr : &call);
     objects.Brush(filled ? &call : nullptr);
-    if (call.Kind == DrawKind::Line || call.Kind == DrawKind::Polyline) objects.PointsOf(call, MetaPolyline);
-    if (call.Kind == DrawKind::Polygon) objects.PointsOf(call, MetaPolygon);
+    if (call.Kind == DrawKind::Line || call.Kind == DrawKind::Polyline) objects.Line(call.Points);
+    if (call.Kind == DrawKind::Polygon) objects.Polygon(call.Points);
     if (call.Kind == DrawKind::Frame || call.Kind == DrawKind::Fill) objects.Shape(call, false);
     if (call.Kind == DrawKind::Oval || call.Kind == DrawKind::FillOval) objects.Shape(call, true);
     objects.Drop();
@@ -393,14 +447,16 @@ std::string BytesOf(const std::vector<std::uint16_t>& words) {
 
 }
 
-std::string Wmf(Platform::Size size, const Drawing& drawing) {
+std::string Wmf(Platform::Size wanted, const Drawing& drawing) {
+    const Platform::Size size = Sound(wanted);
     // A drawing too large for 16 bits is scaled down as a whole.
     const double largest = std::max({size.Width, size.Height, 1.0});
     const double scale = std::min(UnitsPerPixel, 32000 / largest);
     Metafile file;
     const Objects objects{file, scale};
     file.Record(MetaSetWindowOrg, {0, 0});
-    file.Record(MetaSetWindowExt, {Unit(size.Height, scale), Unit(size.Width, scale)});
+    const auto extent = [scale](double side) { return std::max<std::uint16_t>(1, Unit(side, scale)); };
+    file.Record(MetaSetWindowExt, {extent(size.Height), extent(size.Width)});
     file.Record(MetaSetBkMode, {1, 0}); // transparent
     file.Record(MetaSetPolyFillMode, {1, 0});
     int clips = 0;
@@ -410,7 +466,7 @@ std::string Wmf(Platform::Size size, const Drawing& drawing) {
 
     const auto unitsPerInch = static_cast<std::uint16_t>(std::max(1.0, std::round(96 * scale)));
     std::vector<std::uint16_t> words = {
-        0xCDD7, 0x9AC6, 0, 0, 0, Unit(size.Width, scale), Unit(size.Height, scale), unitsPerInch, 0, 0};
+        0xCDD7, 0x9AC6, 0, 0, 0, extent(size.Width), extent(size.Height), unitsPerInch, 0, 0};
     std::uint16_t check = 0;
     for (const std::uint16_t word : words) check = static_cast<std::uint16_t>(check ^ word);
     words.push_back(check);

@@ -260,7 +260,7 @@ bool Initialise() {
                                           .BufferName = "Control",
                                           .Count = ItemTotal,
                                           .Place = {-1, -1, 280, 506},
-                                          .Least = {230, 300},
+                                          .Least = {280, 300},
                                           .Window = Platform::WindowKind::Panel,
                                           .Dock = Platform::Dock::Left,
                                           .Define = Define,

@@ -68,7 +68,10 @@ void Canvas::DropLayer(int number) {
 void Canvas::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     const QRect exposed = event->rect();
-    if (Layers.empty() || Layers.begin()->first != 0) painter.fillRect(exposed, Ink(Desktop.Theme.Panel));
+    // The logic may not have drawn for the present size yet.
+    const bool covered = !Layers.empty() && Layers.begin()->first == 0 &&
+                         Outer(Layers.begin()->second.Bounds).adjusted(1, 1, -1, -1).contains(exposed);
+    if (!covered) painter.fillRect(exposed, Ink(Desktop.Theme.Panel));
     for (const auto& [number, layer] : Layers)
         if (Outer(layer.Bounds).intersects(exposed)) Play(painter, layer.Drawing);
 }
@@ -87,8 +90,9 @@ void Canvas::mouseDoubleClickEvent(QMouseEvent* event) {
 
 void Canvas::mouseReleaseEvent(QMouseEvent* event) {
     NoteMouse(*event);
-    Desktop.Button = 0;
-    Post(Platform::MouseUp, Id, ButtonNumber(event->button()), Desktop.Modifiers);
+    const std::uint32_t button = ButtonNumber(event->button());
+    if (button == Desktop.Button) Desktop.Button = 0;
+    if (button != 0) Post(Platform::MouseUp, Id, button, Desktop.Modifiers);
 }
 
 void Canvas::mouseMoveEvent(QMouseEvent* event) {
@@ -117,7 +121,7 @@ void Canvas::keyPressEvent(QKeyEvent* event) {
 }
 
 void Canvas::resizeEvent(QResizeEvent*) {
-    Post(Platform::WindowEvent, Id, Platform::Resized);
+    NoteResized(Id);
 }
 
 void Canvas::focusInEvent(QFocusEvent*) {

@@ -8,6 +8,7 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPainter>
+#include <QScreen>
 #include <QStatusBar>
 #include <QStyle>
 #include <QUrl>
@@ -17,6 +18,7 @@ namespace QtDesktop {
 namespace {
 
 constexpr int TitleHeight = 30, StatusHeight = 26, MenuHeight = 28;
+constexpr int FloatBorder = 4; // as the style sheet has it
 constexpr int ArrangementVersion = 1;
 
 // A small button of a title bar, with a sign of a few lines.
@@ -55,13 +57,6 @@ private:
     const Sign Shown;
 };
 
-QLabel* PlainLabel(QWidget* parent, const char* name) {
-    auto* const label = new QLabel(parent);
-    label->setTextFormat(Qt::PlainText);
-    label->setObjectName(QLatin1String(name));
-    return label;
-}
-
 Qt::DockWidgetArea AreaOf(Platform::Dock dock) {
     switch (dock) {
     case Platform::Dock::Left: return Qt::LeftDockWidgetArea;
@@ -73,12 +68,45 @@ Qt::DockWidgetArea AreaOf(Platform::Dock dock) {
 
 }
 
+Caption::Caption(QWidget* parent, const char* name) : QLabel(parent) {
+    setTextFormat(Qt::PlainText);
+    setObjectName(QLatin1String(name));
+}
+
+void Caption::paintEvent(QPaintEvent*) {
+    const QRect room = contentsRect();
+    const bool cut = fontMetrics().horizontalAdvance(text()) > room.width();
+    if (cut != !toolTip().isEmpty()) setToolTip(cut ? text() : QString());
+    QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
+    painter.drawText(room, static_cast<int>(alignment()) | Qt::TextSingleLine,
+                     cut ? fontMetrics().elidedText(text(), Qt::ElideRight, room.width()) : text());
+}
+
+namespace {
+
+// A panel is as high as the frame; floating it needs no more than its content.
+void FloatOrDock(QDockWidget& dock) {
+    dock.setFloating(!dock.isFloating());
+    const auto* const panel = dynamic_cast<Panel*>(&dock);
+    if (!dock.isFloating() || panel == nullptr) return;
+    const Platform::Size content = panel->Content->Spec.Content;
+    const QSize wanted(static_cast<int>(content.Width) + 2 * FloatBorder,
+                       static_cast<int>(content.Height) + TitleHeight + 2 * FloatBorder);
+    const QRect room = dock.screen()->availableGeometry();
+    dock.resize(wanted.boundedTo(room.size()));
+    dock.move(std::clamp(dock.x(), room.left(), room.right() + 1 - dock.width()),
+              std::clamp(dock.y(), room.top(), room.bottom() + 1 - dock.height()));
+}
+
+}
+
 TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(10, 0, 4, 1);
     row->setSpacing(2);
-    Title = PlainLabel(this, "title");
-    Aside = PlainLabel(this, "aside");
+    Title = new Caption(this, "title");
+    Aside = new Caption(this, "aside");
     Aside->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     Aside->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     Float = new QuietButton(QuietButton::Sign::Float, QStringLiteral("Float or dock this panel"), this);
@@ -90,7 +118,7 @@ TitleBar::TitleBar(QDockWidget* dock) : QWidget(dock) {
     row->addWidget(Float);
     row->addWidget(Close);
     setFixedHeight(TitleHeight);
-    connect(Float, &QToolButton::clicked, dock, [dock] { dock->setFloating(!dock->isFloating()); });
+    connect(Float, &QToolButton::clicked, dock, [dock] { FloatOrDock(*dock); });
     connect(Close, &QToolButton::clicked, dock, [dock] { dock->close(); });
 }
 
@@ -101,7 +129,6 @@ QSize TitleBar::sizeHint() const {
 void TitleBar::SetTexts(const QString& title, const QString& aside) {
     Title->setText(title);
     Aside->setText(aside);
-    Aside->setToolTip(aside);
 }
 
 void TitleBar::SetFront(bool front) {
@@ -130,7 +157,16 @@ void Panel::closeEvent(QCloseEvent* event) {
 
 void Panel::moveEvent(QMoveEvent* event) {
     QDockWidget::moveEvent(event);
-    Post(Platform::WindowEvent, Content->Id, Platform::Moved);
+    NoteMoved(Content->Id);
+}
+
+// A floating panel has no frame of the window system around it.
+void Panel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), Ink(Desktop.Theme.Panel));
+    if (!isFloating()) return;
+    painter.setPen(Ink(Desktop.Theme.Secondary));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
 }
 
 Box::Box(Canvas* canvas, QWidget* parent, Qt::WindowFlags flags) : QWidget(parent, flags), Content(canvas) {}
@@ -143,7 +179,7 @@ void Box::closeEvent(QCloseEvent* event) {
 
 void Box::moveEvent(QMoveEvent* event) {
     QWidget::moveEvent(event);
-    Post(Platform::WindowEvent, Content->Id, Platform::Moved);
+    NoteMoved(Content->Id);
 }
 
 void Box::changeEvent(QEvent* event) {
@@ -161,17 +197,34 @@ Frame::Frame() {
     setCorner(Qt::TopRightCorner, Qt::RightDockWidgetArea);
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
     setAcceptDrops(true);
-    Hint = PlainLabel(this, "hint");
+    Hint = new QLabel(this);
+    Hint->setTextFormat(Qt::PlainText);
+    Hint->setObjectName(QStringLiteral("hint"));
+    Hint->setMinimumSize(1, 1);
     Hint->setAlignment(Qt::AlignCenter);
     setCentralWidget(Hint);
-    AsideLabel = PlainLabel(menuBar(), "frameaside");
+    AsideLabel = new Caption(menuBar(), "frameaside");
     AsideLabel->setContentsMargins(0, 0, 12, 0);
     AsideLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     AsideLabel->setMinimumHeight(MenuHeight);
     menuBar()->setCornerWidget(AsideLabel, Qt::TopRightCorner);
     menuBar()->setNativeMenuBar(false);
     MakeStatusBar();
-    resize(1440, 876);
+    PlaceAtFirst();
+}
+
+// Where the user has not placed it yet: in the middle of a large screen, all over a small one.
+void Frame::PlaceAtFirst() {
+    constexpr QSize Wanted(1440, 876);
+    constexpr QSize Around(24, 64); // more than the decorations of a window take
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const QRect room = screen != nullptr ? screen->availableGeometry() : QRect(QPoint(0, 0), Wanted + Around);
+    const QSize most = room.size() - Around;
+    const QSize size = Wanted.boundedTo(most);
+    setGeometry(QRect(room.topLeft() + QPoint((room.width() - size.width()) / 2,
+                                              (room.height() - size.height()) / 2 + Around.height() / 4),
+                      size));
+    if (size != Wanted) setWindowState(Qt::WindowMaximized);
 }
 
 void Frame::MakeStatusBar() {
@@ -179,9 +232,9 @@ void Frame::MakeStatusBar() {
     auto* const row = new QHBoxLayout(bar);
     row->setContentsMargins(12, 0, 12, 0);
     row->setSpacing(18);
-    StatusWord = PlainLabel(bar, "statusword");
-    StatusLeft = PlainLabel(bar, "status");
-    StatusRight = PlainLabel(bar, "status");
+    StatusWord = new Caption(bar, "statusword");
+    StatusLeft = new Caption(bar, "status");
+    StatusRight = new Caption(bar, "status");
     StatusProgress = new QProgressBar(bar);
     StatusProgress->setTextVisible(false);
     StatusProgress->setRange(0, 1000);
@@ -189,7 +242,8 @@ void Frame::MakeStatusBar() {
     StatusBreak = new QToolButton(bar);
     StatusBreak->setText(QStringLiteral("Break"));
     StatusBreak->setToolTip(QStringLiteral("Stop what is running: Escape"));
-    StatusBreak->setFixedHeight(22);
+    StatusBreak->setObjectName(QStringLiteral("break"));
+    StatusBreak->setFixedHeight(24);
     row->addWidget(StatusWord);
     row->addWidget(StatusLeft, 1);
     row->addWidget(StatusProgress);
@@ -267,8 +321,21 @@ bool Frame::Arrange(const std::string& arrangement) {
     if (parts.size() != 3 || parts[0].toInt() != ArrangementVersion) return false;
     if (!restoreGeometry(QByteArray::fromBase64(parts[1].toLatin1()))) return false;
     const bool done = restoreState(QByteArray::fromBase64(parts[2].toLatin1()), ArrangementVersion);
+    if (!isVisible())
+        for (const auto& [id, canvas] : Desktop.Canvases) {
+            auto* const panel = dynamic_cast<Panel*>(canvas->Shell);
+            if (panel == nullptr || !panel->isFloating() || panel->isHidden()) continue;
+            panel->hide();
+            Waiting.append(panel);
+        }
     UpdateHint();
     return done;
+}
+
+void Frame::ShowWaiting() {
+    for (const QPointer<Panel>& panel : Waiting)
+        if (panel) panel->show();
+    Waiting.clear();
 }
 
 void Frame::ApplyTheme() {

@@ -11,6 +11,16 @@
 
 namespace QtDesktop {
 
+// A line of text that is cut with an ellipsis where it has no room, and then shown whole as a tip.
+class Caption final : public QLabel {
+public:
+    Caption(QWidget* parent, const char* name);
+    [[nodiscard]] QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
 // The bar on top of a panel.
 class TitleBar final : public QWidget {
 public:
@@ -23,8 +33,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QLabel* Title;
-    QLabel* Aside;
+    Caption *Title, *Aside;
     QToolButton *Float, *Close;
     bool Front = false;
 };
@@ -38,6 +47,7 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 };
 
 // A window outside of the frame: a dialog, or the start window.
@@ -64,6 +74,8 @@ public:
     void UpdateHint(); // the middle tells what to do as long as no panel fills it
     [[nodiscard]] std::string Arrangement() const;
     [[nodiscard]] bool Arrange(const std::string& arrangement);
+    // Floating panels of an arrangement come up with the frame, not before it.
+    void ShowWaiting();
     void ApplyTheme();
 
 protected:
@@ -73,11 +85,14 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    void PlaceAtFirst();
     void MakeStatusBar();
-    QLabel *Hint, *AsideLabel, *StatusWord, *StatusLeft, *StatusRight;
+    QLabel* Hint;
+    Caption *AsideLabel, *StatusWord, *StatusLeft, *StatusRight;
     QProgressBar* StatusProgress;
     QToolButton* StatusBreak;
     std::map<Platform::Dock, QList<Panel*>> Placed;
+    QList<QPointer<Panel>> Waiting;
     bool StatusBusy = false;
 };
 

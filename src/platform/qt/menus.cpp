@@ -5,6 +5,7 @@
 #include <QActionGroup>
 #include <QMenu>
 #include <QMenuBar>
+#include <QScreen>
 
 namespace QtDesktop {
 
@@ -23,12 +24,23 @@ QString EntryText(const std::string& text) {
 void Dress(QAction& action, const Platform::MenuEntry& entry) {
     action.setText(EntryText(entry.Text));
     action.setEnabled(entry.Enabled);
+    action.setShortcutContext(Qt::ApplicationShortcut); // also from floating panels and dialogs
     if (entry.Checked) action.setCheckable(true);
     action.setChecked(entry.Checked);
     action.setShortcut(
         entry.Shortcut != 0
             ? QKeySequence(Qt::CTRL | static_cast<Qt::Key>(static_cast<unsigned char>(entry.Shortcut)))
             : QKeySequence());
+}
+
+// Under the place, or over it where the screen ends.
+QPoint PopupPlace(const Canvas& canvas, Platform::Area place, QSize size) {
+    const QPoint under =
+        canvas.mapToGlobal(QPoint(static_cast<int>(place.Left), static_cast<int>(place.Bottom()) + 2));
+    const QScreen* const screen = canvas.screen();
+    if (screen == nullptr || under.y() + size.height() <= screen->availableGeometry().bottom()) return under;
+    const int over = canvas.mapToGlobal(QPoint(0, static_cast<int>(place.Top))).y() - 2 - size.height();
+    return over >= screen->availableGeometry().top() ? QPoint(under.x(), over) : under;
 }
 
 void FillMenu(std::size_t number, const Platform::Menu& menu) {
@@ -87,8 +99,8 @@ void SetMenuEntry(int menu, int entry, const Platform::MenuEntry& state) {
 
 int PopupMenu(Platform::WindowId window, Platform::Area place, std::span<const Platform::MenuEntry> entries,
               int current) {
-    const QPointer<Canvas> canvas = FindCanvas(window);
-    if (canvas.isNull()) return 0;
+    Canvas* const canvas = FindCanvas(window);
+    if (canvas == nullptr || Desktop.Ending) return 0;
     QMenu menu(canvas);
     QAction* marked = nullptr;
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -105,9 +117,7 @@ int PopupMenu(Platform::WindowId window, Platform::Area place, std::span<const P
     }
     menu.setMinimumWidth(static_cast<int>(place.Width));
     if (marked != nullptr) menu.setActiveAction(marked);
-    const QPoint at =
-        canvas->mapToGlobal(QPoint(static_cast<int>(place.Left), static_cast<int>(place.Bottom()) + 2));
-    const QAction* const chosen = menu.exec(at);
+    const QAction* const chosen = menu.exec(PopupPlace(*canvas, place, menu.sizeHint()));
     // The click that closed the menu came up in it, not here.
     Desktop.Button = 0;
     return chosen != nullptr ? chosen->data().toInt() : 0;

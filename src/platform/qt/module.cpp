@@ -3,6 +3,7 @@
 #include "platform/qt/menus.h"
 #include "platform/qt/paint.h"
 #include "platform/qt/questions.h"
+#include "platform/qt/signals.h"
 #include "platform/qt/text_box.h"
 #include "platform/qt/theme.h"
 
@@ -25,6 +26,7 @@ bool Start(const std::string& programName, std::string&) {
     Desktop.App = std::make_unique<QApplication>(count, words.data());
     Desktop.App->setApplicationName(Text(programName));
     Desktop.App->setQuitOnLastWindowClosed(false);
+    QApplication::setAttribute(Qt::AA_DontShowIconsInMenus);
     QApplication::setStyle(QStringLiteral("Fusion"));
     QApplication::setFont(FontOf({}));
     (void)DesktopIsDark();
@@ -34,10 +36,12 @@ bool Start(const std::string& programName, std::string&) {
         Desktop.App.get(), &QGuiApplication::commitDataRequest, Desktop.App.get(), [](QSessionManager&) {
             Post(Platform::WindowEvent, Platform::FrameWindow, Platform::SystemEvent, Platform::SystemQuit);
         });
+    ListenToSignals();
     return true;
 }
 
 void End() {
+    StopListening();
     while (!Desktop.Canvases.empty()) CloseWindow(Desktop.Canvases.begin()->first);
     Desktop.Bitmaps.clear();
     Desktop.Main.reset();
@@ -47,6 +51,7 @@ void End() {
 void Pump() {
     Desktop.App->processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    PostChanges();
 }
 
 void Wait(int milliseconds) {
@@ -59,6 +64,7 @@ void Wait(int milliseconds) {
     if (milliseconds >= 0) timer.start(milliseconds);
     while (Desktop.Woken == before && !timeIsOver)
         Desktop.App->processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    PostChanges();
 }
 
 Platform::Point MousePosition() {
@@ -67,6 +73,8 @@ Platform::Point MousePosition() {
 }
 
 bool StillDown() {
+    // The release may have gone to another program, or to a window that is no more.
+    if (QGuiApplication::mouseButtons() == Qt::NoButton) Desktop.Button = 0;
     return Desktop.Button != 0;
 }
 

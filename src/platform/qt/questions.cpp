@@ -1,11 +1,14 @@
 #include "platform/qt/questions.h"
 
 #include "platform/qt/frame.h"
+#include "platform/qt/paint.h"
 
 #include <QColorDialog>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPushButton>
 
 namespace QtDesktop {
@@ -24,18 +27,31 @@ struct PointerGuard {
     ~PointerGuard() { Desktop.Button = 0; }
 };
 
-QMessageBox::Icon IconOf(Platform::AlertKind kind) {
-    return kind == Platform::AlertKind::Note       ? QMessageBox::Information
-           : kind == Platform::AlertKind::Question ? QMessageBox::Question
-                                                   : QMessageBox::Warning;
+// "i", "?" or "!" in a disc: crisp at any scale, and of the theme's colours.
+QPixmap SignOf(Platform::AlertKind kind, double scale) {
+    constexpr int Side = 36;
+    QPixmap sign(QSize(Side, Side) * scale);
+    sign.setDevicePixelRatio(scale);
+    sign.fill(Qt::transparent);
+    QPainter painter(&sign);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const bool warns = kind == Platform::AlertKind::Warning;
+    const QColor color = Ink(warns ? Desktop.Theme.Warning : Desktop.Theme.Accent);
+    painter.setPen(QPen(color, 2));
+    painter.drawEllipse(QRectF(1, 1, Side - 2, Side - 2));
+    painter.setFont(FontOf({.Size = 21, .Bold = true}));
+    const char* const letter = warns ? "!" : kind == Platform::AlertKind::Question ? "?" : "i";
+    painter.drawText(QRectF(0, 0, Side, Side), Qt::AlignCenter, QLatin1String(letter));
+    return sign;
 }
 
 }
 
 int Alert(const Platform::AlertSpec& spec) {
+    if (Desktop.Ending) return spec.Escape;
     const PointerGuard guard;
     QMessageBox box(Parent());
-    box.setIcon(IconOf(spec.Kind));
+    box.setIconPixmap(SignOf(spec.Kind, box.devicePixelRatioF()));
     box.setWindowTitle(QApplication::applicationName());
     box.setTextFormat(Qt::PlainText);
     box.setText(Text(spec.Text));
@@ -55,6 +71,7 @@ int Alert(const Platform::AlertSpec& spec) {
 }
 
 bool Prompt(const std::string& question, std::string& text) {
+    if (Desktop.Ending) return false;
     const PointerGuard guard;
     bool taken = false;
     const QString answer = QInputDialog::getText(Parent(), QApplication::applicationName(), Text(question),
@@ -64,6 +81,7 @@ bool Prompt(const std::string& question, std::string& text) {
 }
 
 bool FileDialog(const Platform::FileDialogSpec& spec, std::string& path) {
+    if (Desktop.Ending) return false;
     const PointerGuard guard;
     const QString start = Text(spec.Start);
     QString filter;
@@ -72,24 +90,28 @@ bool FileDialog(const Platform::FileDialogSpec& spec, std::string& path) {
                                                Text(spec.Pattern));
         if (spec.Pattern != "*") filter += QStringLiteral(";;All files (*)");
     }
-    QString chosen;
-    switch (spec.Use) {
-    case Platform::FileUse::Open:
-        chosen = QFileDialog::getOpenFileName(Parent(), Text(spec.Title), start, filter);
-        break;
-    case Platform::FileUse::Save:
-        chosen = QFileDialog::getSaveFileName(Parent(), Text(spec.Title), start, filter);
-        break;
-    case Platform::FileUse::Folder:
-        chosen = QFileDialog::getExistingDirectory(Parent(), Text(spec.Title), start);
-        break;
+    QFileDialog dialog(Parent(), Text(spec.Title), start, filter);
+    dialog.setAcceptMode(spec.Use == Platform::FileUse::Save ? QFileDialog::AcceptSave
+                                                             : QFileDialog::AcceptOpen);
+    dialog.setFileMode(spec.Use == Platform::FileUse::Open   ? QFileDialog::ExistingFile
+                       : spec.Use == Platform::FileUse::Save ? QFileDialog::AnyFile
+                                                             : QFileDialog::Directory);
+    if (spec.Use == Platform::FileUse::Folder) dialog.setOption(QFileDialog::ShowDirsOnly);
+    const QFileInfo first(start);
+    if (!start.isEmpty() && !first.isDir()) {
+        dialog.setDirectory(first.path());
+        dialog.selectFile(first.fileName());
     }
+    dialog.resize(760, 480);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
+    const QString chosen = dialog.selectedFiles().constFirst();
     if (chosen.isEmpty()) return false;
     path = Utf8(chosen);
     return true;
 }
 
 bool ColorDialog(Platform::Color& color) {
+    if (Desktop.Ending) return false;
     const PointerGuard guard;
     const QColor chosen = QColorDialog::getColor(Ink(color), Parent());
     if (!chosen.isValid()) return false;

@@ -7,7 +7,7 @@
 
 namespace QtDesktop {
 
-DesktopState Desktop;
+DesktopState& Desktop = *new DesktopState;
 
 namespace {
 
@@ -89,6 +89,33 @@ void Post(std::int32_t what, Platform::WindowId window, std::uint32_t detail, st
                          .Detail = detail});
 }
 
+namespace {
+struct WindowChange {
+    bool Moved = false, Resized = false;
+};
+std::map<Platform::WindowId, WindowChange> Changes;
+}
+
+void NoteMoved(Platform::WindowId window) {
+    Changes[window].Moved = true;
+    ++Desktop.Woken;
+}
+
+void NoteResized(Platform::WindowId window) {
+    Changes[window].Resized = true;
+    ++Desktop.Woken;
+}
+
+void PostChanges() {
+    const std::map<Platform::WindowId, WindowChange> changes = std::move(Changes);
+    Changes.clear();
+    for (const auto& [window, change] : changes) {
+        if (FindCanvas(window) == nullptr) continue;
+        if (change.Moved) Post(Platform::WindowEvent, window, Platform::Moved);
+        if (change.Resized) Post(Platform::WindowEvent, window, Platform::Resized);
+    }
+}
+
 std::uint32_t ModifierBits(Qt::KeyboardModifiers modifiers) {
     std::uint32_t bits = 0;
     if (modifiers.testFlag(Qt::MetaModifier)) bits |= Platform::Command;
@@ -114,7 +141,8 @@ std::uint32_t CharOf(const QKeyEvent& event) {
         return static_cast<std::uint32_t>('a' + (key - Qt::Key_A));
     if (text.isEmpty()) return key >= 32 && key < 127 ? static_cast<std::uint32_t>(key) : 0;
     const QList<uint> characters = text.toUcs4();
-    return characters.isEmpty() || characters[0] < 32 ? 0 : characters[0];
+    if (!characters.isEmpty() && characters[0] >= 32 && characters[0] != 127) return characters[0];
+    return key >= 32 && key < 127 ? static_cast<std::uint32_t>(key) : 0;
 }
 
 Canvas* FindCanvas(Platform::WindowId window) {

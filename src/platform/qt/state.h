@@ -36,13 +36,23 @@ struct DesktopState {
     std::uint32_t Button = 0;
     std::uint32_t Modifiers = 0;
     std::uint64_t Woken = 0; // counts what ends a Wait
+    bool Ending = false;     // a signal came: questions answer themselves with what Escape means
     QString Dropped;
 };
-extern DesktopState Desktop;
+// Outlives the end of the process: its display may go away in the middle of an event, and what stands then is
+// not to be taken apart.
+extern DesktopState& Desktop;
 
 [[nodiscard]] QString Text(std::string_view utf8);
 [[nodiscard]] std::string Utf8(const QString& text);
 [[nodiscard]] QColor Ink(Platform::Color color);
+
+// A window has moved or has another size. Only the last place counts, and while a question is open nobody
+// takes records out of their ring: they are posted when the logic looks the next time, one of each for a
+// window.
+void NoteMoved(Platform::WindowId window);
+void NoteResized(Platform::WindowId window);
+void PostChanges();
 
 // Posts a record with the present time and pointer.
 void Post(std::int32_t what, Platform::WindowId window, std::uint32_t detail, std::uint32_t message = 0,

@@ -176,9 +176,12 @@ void Dress(QWidget& widget, const TextBoxSpec& spec) {
 void Change(QWidget& widget, const TextBoxSpec& spec) {
     Dress(widget, spec);
     if (LineBox* const line = AsLine(&widget)) {
-        line->setMaxLength(spec.Longest > 0 ? static_cast<int>(spec.Longest) : 32767);
-        line->setReadOnly(spec.ReadOnly);
-        line->setEchoMode(spec.Password ? QLineEdit::Password : QLineEdit::Normal);
+        // Setting these anew drops the selection and the steps to undo.
+        const int longest = spec.Longest > 0 && spec.Longest < 32767 ? static_cast<int>(spec.Longest) : 32767;
+        if (line->maxLength() != longest) line->setMaxLength(longest);
+        if (line->isReadOnly() != spec.ReadOnly) line->setReadOnly(spec.ReadOnly);
+        const QLineEdit::EchoMode echo = spec.Password ? QLineEdit::Password : QLineEdit::Normal;
+        if (line->echoMode() != echo) line->setEchoMode(echo);
         line->setAlignment(Qt::AlignVCenter | (spec.Justify == Platform::Align::Right    ? Qt::AlignRight
                                                : spec.Justify == Platform::Align::Center ? Qt::AlignHCenter
                                                                                          : Qt::AlignLeft));

@@ -48,10 +48,10 @@ void OpenPanel(Canvas* canvas, const Platform::WindowSpec& spec) {
 }
 
 void OpenBox(Canvas* canvas, const Platform::WindowSpec& spec) {
-    Qt::WindowFlags flags = Qt::Dialog;
+    Qt::WindowFlags flags =
+        Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint;
     if (spec.Kind == WindowKind::Start) flags = Qt::SplashScreen | Qt::FramelessWindowHint;
-    if (!spec.CloseBox && spec.Kind != WindowKind::Start)
-        flags |= Qt::CustomizeWindowHint | Qt::WindowTitleHint;
+    if (spec.CloseBox && spec.Kind != WindowKind::Start) flags |= Qt::WindowCloseButtonHint;
     QWidget* const parent = spec.Kind == WindowKind::Start ? nullptr : Desktop.Main.get();
     auto* const box = new Box(canvas, parent, flags);
     canvas->Shell = box;
@@ -113,6 +113,7 @@ void CloseWindow(Platform::WindowId window) {
     std::erase_if(Desktop.TextBoxes, [canvas](const auto& box) {
         return box.second.isNull() || canvas->isAncestorOf(box.second);
     });
+    Desktop.Button = 0; // what was pressed in it will not come up
     QWidget* const shell = canvas->Shell;
     shell->hide();
     shell->deleteLater();
@@ -127,6 +128,7 @@ void ShowWindow(Platform::WindowId window, bool shown) {
     shell->setVisible(shown);
     Desktop.Main->UpdateHint();
     if (shown) Desktop.App->processEvents(QEventLoop::ExcludeUserInputEvents);
+    if (shown && window == Platform::FrameWindow) Desktop.Main->ShowWaiting();
 }
 
 bool IsShown(Platform::WindowId window) {
