@@ -280,13 +280,14 @@ Failure Read(std::string_view text, bool relative, MacroRecord& record) {
     return Failure::None;
 }
 
-bool IsComment(std::string_view line) {
-    line = WithoutBlanks(line);
+bool IsComment(std::string_view text) {
+    const std::string clean = WithoutControls(text);
+    const std::string_view line = WithoutBlanks(clean);
     return line.empty() || line.front() == ';';
 }
 
-bool IsRelative(std::string_view line) {
-    return Texts::SameFolded(WithoutComment(line), "RELATIVE");
+bool IsRelative(std::string_view text) {
+    return Texts::SameFolded(WithoutComment(WithoutControls(text)), "RELATIVE");
 }
 
 }

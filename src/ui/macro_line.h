@@ -87,8 +87,8 @@ struct MacroRecord {
 
 // Reads a line that is no comment. The record is only changed when it succeeds.
 [[nodiscard]] Failure Read(std::string_view text, bool relative, MacroRecord& record);
-[[nodiscard]] bool IsComment(std::string_view line);  // or empty
-[[nodiscard]] bool IsRelative(std::string_view line); // the line RELATIVE
+[[nodiscard]] bool IsComment(std::string_view text);  // or empty
+[[nodiscard]] bool IsRelative(std::string_view text); // the line RELATIVE
 
 [[nodiscard]] std::string WithoutControls(std::string_view text); // blanks for control characters
 

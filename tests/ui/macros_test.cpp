@@ -59,6 +59,9 @@ TEST(Macros, ALineDoesWhatAHandDoes) {
     EXPECT_EQ(Now.IndexRun, 7);
     EXPECT_TRUE(Do("; a comment"));
     EXPECT_TRUE(Do("   "));
+    EXPECT_TRUE(Do("\t; behind a tab"));
+    EXPECT_TRUE(Do("\tDesk\tCount\t6\t"));
+    EXPECT_EQ(Now.Count, 6);
     EXPECT_EQ(said.Notes, "");
     EXPECT_EQ(said.Alerts, "");
     EXPECT_FALSE(Dialogs::Tracking);
