@@ -508,6 +508,7 @@ Row Sample(int number, const char* name, Platform::Area at) {
             .Kind = ItemKind::GWindow,
             .Name = name,
             .At = at,
+            .Tip = "The color that is chosen, or the theme's",
             .Macro = false,
             .Draw = DrawSample};
 }
@@ -591,13 +592,13 @@ const Row Rows[] = {
 
     Label(StyleH, "TextStyleH", "Text Style:", ListAt(2, -1), Role::Heading),
     Check(StyleNormal, "normal", ListAt(2, 0), State.Normal, "None of the styles below", StyleChosen),
-    Check(StyleBold, "bold", ListAt(2, 1), State.Styles[0], "", StyleChosen),
-    Check(StyleItalic, "italic", ListAt(2, 2), State.Styles[1], "", StyleChosen),
-    Check(StyleUnderline, "underline", ListAt(2, 3), State.Styles[2], "", StyleChosen),
-    Check(StyleOutline, "outline", ListAt(2, 4), State.Styles[3], "", StyleChosen),
-    Check(StyleShadow, "shadow", ListAt(2, 5), State.Styles[4], "", StyleChosen),
-    Check(StyleCondense, "condense", ListAt(2, 6), State.Styles[5], "", StyleChosen),
-    Check(StyleExtend, "extend", ListAt(2, 7), State.Styles[6], "", StyleChosen),
+    Check(StyleBold, "bold", ListAt(2, 1), State.Styles[0], "Heavier letters", StyleChosen),
+    Check(StyleItalic, "italic", ListAt(2, 2), State.Styles[1], "Slanted letters", StyleChosen),
+    Check(StyleUnderline, "underline", ListAt(2, 3), State.Styles[2], "A line under the text", StyleChosen),
+    Check(StyleOutline, "outline", ListAt(2, 4), State.Styles[3], "Letters as outlines", StyleChosen),
+    Check(StyleShadow, "shadow", ListAt(2, 5), State.Styles[4], "A shadow behind the text", StyleChosen),
+    Check(StyleCondense, "condense", ListAt(2, 6), State.Styles[5], "Letters closer together", StyleChosen),
+    Check(StyleExtend, "extend", ListAt(2, 7), State.Styles[6], "Letters further apart", StyleChosen),
 
     Label(ColorsH, "ColorsH", "Colors:", {16, 442, 130, 24}, Role::Heading),
     Button(BackColor, "BackCol", "Back Col", {16, 468, 86, 24}, ChooseBackColor,

@@ -128,6 +128,7 @@ TEST_F(DesktopTest, EveryItemOfEveryWindowHasATipAndFitsIntoIt) {
     ASSERT_TRUE(Start({.DataFile = Copy("plain.dat")}));
     for (const char* const window : {"Configuration", "Equation Editor"}) Choose("Windows", window);
     Choose("File", "Open...");
+    Dialogs::ConfigureItem(Dialog("Control"), 1);
     for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
          dialog = dialog->NextDialog) {
         EXPECT_TRUE(dialog->IsOpen) << dialog->DialogName;
