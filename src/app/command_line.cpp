@@ -110,6 +110,7 @@ constexpr CommandRow Rows[] = {
     {"compress", "Replace samples by the means of each so many", Commands::DeclareCompress},
     {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
+    {"pictures", "Save every window of the desktop as a picture, light and dark", Commands::DeclarePictures},
 };
 
 // An expression may begin with a minus, which the option parser would take for an option's; behind "--" it

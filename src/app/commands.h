@@ -24,5 +24,6 @@ Procedure DeclareMerge(CLI::App& command);
 Procedure DeclareCompress(CLI::App& command);
 Procedure DeclareSettings(CLI::App& command);
 Procedure DeclareDemo(CLI::App& command);
+Procedure DeclarePictures(CLI::App& command);
 
 }

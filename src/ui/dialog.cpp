@@ -366,6 +366,11 @@ void SetAside(DialogRecord& dialog, std::string_view aside) {
     if (dialog.IsOpen) Platform::Ops().SetTitle(dialog.WindowHandle, dialog.DialogName, aside);
 }
 
+void UpdateAll() {
+    for (DialogRecord* dialog = FirstDialog(); dialog != nullptr; dialog = dialog->NextDialog)
+        UpdateDialog(*dialog);
+}
+
 void UpdateDialog(DialogRecord& dialog) {
     if (!dialog.IsOpen) return;
     const Platform::Size size = Platform::Ops().ContentSize(dialog.WindowHandle);

@@ -311,6 +311,7 @@ void BringToFront(DialogRecord& dialog);
 void SetAside(DialogRecord& dialog, std::string_view aside); // at the other end of the title bar
 
 void UpdateDialog(DialogRecord& dialog); // draws everything anew, values refreshed
+void UpdateAll();                        // all dialogs, as after a change of colours
 void RedrawItem(DialogRecord& dialog, int number);
 // After the window was sized: items keep their distance from the edges they hold on to.
 void FitToWindow(DialogRecord& dialog);
