@@ -111,6 +111,7 @@ constexpr CommandRow Rows[] = {
     {"settings", "Show the keys of a settings file, or set them", Commands::DeclareSettings},
     {"run", "Play a macro over a data set, without a window", Commands::DeclareRun},
     {"demo", "Write a demonstration data set and analyse it", Commands::DeclareDemo},
+    {"pictures", "Save every window of the desktop as a picture, light and dark", Commands::DeclarePictures},
 };
 
 // An expression may begin with a minus, which the option parser would take for an option's; behind "--" it

@@ -25,5 +25,6 @@ Procedure DeclareCompress(CLI::App& command);
 Procedure DeclareSettings(CLI::App& command);
 Procedure DeclareRun(CLI::App& command);
 Procedure DeclareDemo(CLI::App& command);
+Procedure DeclarePictures(CLI::App& command);
 
 }

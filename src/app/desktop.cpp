@@ -39,6 +39,7 @@ bool QuitFlag = false;
 
 namespace {
 
+constexpr int SettleMost = 1000;          // events
 constexpr int TickTime = 1000;            // ms between two looks at timers while nothing happens
 constexpr std::uint32_t BreakPeriod = 30; // ms between two looks for a Break in running work
 
@@ -190,7 +191,7 @@ bool LoadConfiguration(const StartOptions& options) {
     const bool ask = options.Visible && !firstStart;
     if (!Setup::LoadSettings({.NamedFile = options.SettingsFile, .Ask = ask})) return false;
     if (Setup::State.State >= Setup::SettingsState::Ended) return false;
-    if (options.Visible && Setup::State.State == Setup::SettingsState::BuiltIn)
+    if (options.Visible && options.Remembers && Setup::State.State == Setup::SettingsState::BuiltIn)
         (void)Setup::SaveConfiguration(true);
     return true;
 }
@@ -242,12 +243,16 @@ void KeepUnsaved() {
     if (DataFiles::IsOpen()) RecoveryCopy::Keep(CurrentSession(), std::numeric_limits<double>::infinity());
 }
 
+// A loop that waits for the answer of a dialog ends with it.
+void EndWaiting() {
+    for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
+         dialog = dialog->NextDialog)
+        if (dialog->Modal && dialog->IsOpen) Dialogs::CloseDialog(*dialog);
+}
+
 // Nobody can be asked: what is unsaved stays in the recovery copy, which the next start offers.
 void QuitAtOnce() {
     Editing::LeaveAny();
-    for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
-         dialog = dialog->NextDialog)
-        if (dialog->Modal && dialog->IsOpen) Dialogs::CloseDialog(*dialog); // ends the loop that waits for it
     QuitFlag = true;
 }
 
@@ -258,9 +263,7 @@ void HandleFrame(const Events::Event& event) {
     case Platform::SystemTheme:
         if (Themes::Chosen() != Themes::Choice::Desktop) return;
         Themes::Apply(Themes::Choice::Desktop);
-        for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
-             dialog = dialog->NextDialog)
-            Dialogs::UpdateDialog(*dialog);
+        Dialogs::UpdateAll();
         return;
     case Platform::SystemFileDropped: {
         const std::string path = Platform::Ops().DroppedFile();
@@ -321,6 +324,7 @@ bool StartUp(const StartOptions& options) {
     // The platform ends the process when its display goes away. Registered behind it, so that it still
     // stands.
     if (options.Visible) std::atexit(Abandon);
+    FrameFile::InUse = options.Remembers;
     FrameFile::RestoreTheme();
     StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);
     if (options.Console) {
@@ -341,6 +345,7 @@ bool StartUp(const StartOptions& options) {
     Platform::Ops().ShowWindow(Platform::FrameWindow, true);
     StartWindow::Close();
     State.NormalMode = true;
+    Settle(); // a question may come before the first event, over windows that have their size by then
     DataFileChanged();
     Messages::Log("Welcome to " + Start::Program().ProgramName + ", " + Start::Program().ProgramVersion);
     if (!Setup::State.ReadFile.empty()) Messages::Log("Startup file: \"" + Setup::State.ReadFile + "\"");
@@ -360,7 +365,15 @@ void OpenFirstFile(const StartOptions& options) {
     (void)OpenFiles::Show();
 }
 
+void Settle() {
+    Events::Event event;
+    for (int count = 0; count < SettleMost && Events::GetNextEvent(event); ++count) Dispatch(event);
+    Notebook::Flush();
+    Menus::Refresh();
+}
+
 bool EventStep() {
+    if (QuitFlag) EndWaiting();
     Events::Event event;
     const bool had = Events::GetNextEvent(event);
     if (had) Dispatch(event);

@@ -13,6 +13,7 @@ struct StartOptions {
     std::string DataFile{};     // opened for analysis; may be empty
     bool Visible = true;        // with a display; else in memory
     bool Console = false;       // alerts and questions are those of a command
+    bool Remembers = true;      // windows and theme as the user left them, and kept for the next time
 };
 
 // The whole run. The exit status.
@@ -23,6 +24,8 @@ struct StartOptions {
 [[nodiscard]] bool StartUp(const StartOptions& options);
 // Opens the data file that was named, or brings up the dialog where the settings ask for it.
 void OpenFirstFile(const StartOptions& options);
+// Takes what events there are, without waiting: windows have their sizes and are drawn.
+void Settle();
 // One event, if there is one, and the idle step. True when there was an event.
 bool EventStep();
 void RunEventLoop();

@@ -19,6 +19,8 @@
 
 namespace FrameFile {
 
+bool InUse = true;
+
 namespace {
 
 constexpr std::int64_t BytesMost = 1'000'000;
@@ -44,7 +46,8 @@ std::string ValueOf(std::string_view content, std::string_view key) {
 std::string Content() {
     std::string content;
     const std::string file = FileName();
-    if (file.empty() || Files::ReadWhole(file, BytesMost, content) != 0 || !content.starts_with(Head))
+    if (!InUse || file.empty() || Files::ReadWhole(file, BytesMost, content) != 0 ||
+        !content.starts_with(Head))
         return {};
     return content;
 }
@@ -92,7 +95,7 @@ void Restore() {
 
 void Store() {
     const std::string file = FileName();
-    if (file.empty() || Places::EnsureFolder(Places::ConfigFolder()) != 0) return;
+    if (!InUse || file.empty() || Places::EnsureFolder(Places::ConfigFolder()) != 0) return;
     const auto flag = [](bool on) { return on ? "1\n" : "0\n"; };
     std::string content = std::string(Head) + "\n";
     content += "THEME " + std::to_string(static_cast<int>(Themes::Chosen())) + "\n";

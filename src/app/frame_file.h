@@ -5,6 +5,9 @@
 
 namespace FrameFile {
 
+// Off: nothing is restored, nothing stored.
+extern bool InUse;
+
 // Before the first window: the theme.
 void RestoreTheme();
 // When all windows stand.

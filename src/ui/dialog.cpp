@@ -425,6 +425,11 @@ std::string TitleOf(const DialogRecord& dialog) {
     return own ? Item(dialog, 0).ItemText : dialog.DialogName;
 }
 
+void UpdateAll() {
+    for (DialogRecord* dialog = FirstDialog(); dialog != nullptr; dialog = dialog->NextDialog)
+        UpdateDialog(*dialog);
+}
+
 void UpdateDialog(DialogRecord& dialog) {
     if (!dialog.IsOpen) return;
     const Platform::Size size = Platform::Ops().ContentSize(dialog.WindowHandle);

@@ -323,6 +323,7 @@ void BringToFront(DialogRecord& dialog);
 void SetAside(DialogRecord& dialog, std::string_view aside); // at the other end of the title bar
 
 void UpdateDialog(DialogRecord& dialog); // draws everything anew, values refreshed
+void UpdateAll();                        // all dialogs, as after a change of colours
 void RedrawItem(DialogRecord& dialog, int number);
 // All that it shows at present, as one drawing; texts in open boxes are not part of it.
 [[nodiscard]] Platform::Drawing PictureOf(DialogRecord& dialog);

@@ -78,8 +78,7 @@ void RestartTimer(DialogRecord&, int) {
 }
 void ThemeChosen(DialogRecord&, int) {
     Themes::Apply(static_cast<Themes::Choice>(State.Theme));
-    for (DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr; dialog = dialog->NextDialog)
-        Dialogs::UpdateDialog(*dialog);
+    Dialogs::UpdateAll();
 }
 
 constexpr std::array<const char*, 3> ThemeNames = {"As the desktop", "Light", "Dark"};

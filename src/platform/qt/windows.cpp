@@ -185,6 +185,7 @@ void PlaceWindow(Platform::WindowId window, Platform::Area place) {
     if (shell == nullptr) return;
     const auto* const dock = dynamic_cast<Panel*>(shell);
     if (dock != nullptr && !dock->isFloating()) return; // the frame decides
+    if (shell->isMaximized()) shell->showNormal();
     shell->setGeometry(QRectF(place.Left, place.Top, place.Width, place.Height).toRect());
 }
 
