@@ -116,15 +116,26 @@ bool BreakWanted() {
     return State.BreakPressed || QuitFlag;
 }
 
-void InstallMessages() {
+// Of a run that nobody attends: no question stands there for ever.
+void SayAlert(std::string_view text) {
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+}
+bool TakeDefault(std::string_view, bool defaultAnswer) {
+    return defaultAnswer;
+}
+int TakeDefaultChoice(std::string_view, const Messages::Choice& choice) {
+    return choice.Default;
+}
+
+void InstallMessages(bool attended) {
     Messages::HookTable hooks;
-    hooks.Alert = ShowAlert;
+    hooks.Alert = attended ? ShowAlert : SayAlert;
     hooks.Note = Notebook::WriteLine;
     hooks.Log = Notebook::WriteLog;
     hooks.Status = ShowStatus;
     hooks.Share = ShowShare;
-    hooks.AskYesNo = AskYesNo;
-    hooks.AskChoice = AskChoice;
+    hooks.AskYesNo = attended ? AskYesNo : TakeDefault;
+    hooks.AskChoice = attended ? AskChoice : TakeDefaultChoice;
     hooks.Break = BreakWanted;
     Messages::Install(std::move(hooks));
 }
@@ -165,7 +176,7 @@ bool LoadConfiguration(const StartOptions& options) {
     const bool ask = options.Visible && !firstStart;
     if (!Setup::LoadSettings({.NamedFile = options.SettingsFile, .Ask = ask})) return false;
     if (Setup::State.State >= Setup::SettingsState::Ended) return false;
-    if (options.Visible && options.Remembers && Setup::State.State == Setup::SettingsState::BuiltIn)
+    if (options.Visible && options.Attended && Setup::State.State == Setup::SettingsState::BuiltIn)
         (void)Setup::SaveConfiguration(true);
     return true;
 }
@@ -298,10 +309,10 @@ bool StartUp(const StartOptions& options) {
     // The platform ends the process when its display goes away. Registered behind it, so that it still
     // stands.
     if (options.Visible) std::atexit(Abandon);
-    FrameFile::InUse = options.Remembers;
+    FrameFile::InUse = options.Attended;
     FrameFile::RestoreTheme();
     StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);
-    InstallMessages();
+    InstallMessages(options.Attended);
     Dialogs::EventStep = [] { (void)EventStep(); };
     Messages::Status("Initializing Qorvanite ...");
     if (!LoadConfiguration(options)) return false;
@@ -337,8 +348,7 @@ void OpenFirstFile(const StartOptions& options) {
 void Settle() {
     Events::Event event;
     for (int count = 0; count < SettleMost && Events::GetNextEvent(event); ++count) Dispatch(event);
-    Notebook::Flush();
-    Menus::Refresh();
+    IdleStep(false);
 }
 
 bool EventStep() {
