@@ -123,6 +123,7 @@ int Pictures(const Arguments& arguments) {
     // Without any display, and at the scale of the drawings.
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("QT_SCALE_FACTOR", "1", 1);
+    setenv("QT_LOGGING_RULES", "*.warning=false", 0); // what that platform cannot do, and need not
     Desktop::StartOptions options;
     options.Attended = false;
     if (!Desktop::StartUp(options)) return CommandLine::Failed;
