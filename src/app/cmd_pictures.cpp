@@ -8,6 +8,7 @@
 #include "ui/dialog.h"
 #include "ui/menus.h"
 #include "ui/theme.h"
+#include "windows/data_files.h"
 
 #include <cctype>
 #include <cstdio>
@@ -122,15 +123,17 @@ int Pictures(const Arguments& arguments) {
     // Without any display, and at the scale of the drawings.
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("QT_SCALE_FACTOR", "1", 1);
+    setenv("QT_LOGGING_RULES", "*.warning=false", 0); // what that platform cannot do, and need not
     Desktop::StartOptions options;
-    options.DataFile = arguments.File;
-    options.Remembers = false;
+    options.Attended = false;
     if (!Desktop::StartUp(options)) return CommandLine::Failed;
     State = {};
     State.Folder = arguments.Folder;
     Platform::Ops().PlaceWindow(Platform::FrameWindow, FramePlace);
-    Desktop::OpenFirstFile(options);
-    TakeDialogs(); // the dialog for data files, where the file could not be opened
+    if (!DataFiles::Open(arguments.File, OpenMode::Read)) {
+        Desktop::ShutDown();
+        return CommandLine::Failed;
+    }
     const auto step = std::exchange(Dialogs::EventStep, TakeDialogs);
     for (const Themes::Choice theme : {Themes::Choice::Light, Themes::Choice::Dark}) TakeAll(theme);
     Dialogs::EventStep = step;

@@ -31,7 +31,7 @@ int Play(const Arguments& arguments) {
 }
 
 int Run(const Arguments& arguments) {
-    if (!Desktop::StartUp({.SettingsFile = Setup::State.ReadFile, .Visible = false, .Console = true}))
+    if (!Desktop::StartUp({.SettingsFile = Setup::State.ReadFile, .Visible = false, .Attended = false}))
         return CommandLine::Failed;
     int status = CommandLine::Failed;
     if (DataFiles::Open(arguments.File, CommandLine::Options.Mode.value_or(OpenMode::Analysis)))

@@ -126,7 +126,8 @@ bool BreakWanted() {
     return State.BreakPressed || QuitFlag;
 }
 
-// On a console the program's words go where those of other commands go, and into the notebook.
+// Of a run that nobody attends: the program's words go where those of other commands go, and into the
+// notebook, and no question stands there for ever.
 void InstallConsole() {
     static Messages::HookTable console;
     console = Messages::Install({});
@@ -191,7 +192,7 @@ bool LoadConfiguration(const StartOptions& options) {
     const bool ask = options.Visible && !firstStart;
     if (!Setup::LoadSettings({.NamedFile = options.SettingsFile, .Ask = ask})) return false;
     if (Setup::State.State >= Setup::SettingsState::Ended) return false;
-    if (options.Visible && options.Remembers && Setup::State.State == Setup::SettingsState::BuiltIn)
+    if (options.Visible && options.Attended && Setup::State.State == Setup::SettingsState::BuiltIn)
         (void)Setup::SaveConfiguration(true);
     return true;
 }
@@ -324,13 +325,13 @@ bool StartUp(const StartOptions& options) {
     // The platform ends the process when its display goes away. Registered behind it, so that it still
     // stands.
     if (options.Visible) std::atexit(Abandon);
-    FrameFile::InUse = options.Remembers;
+    FrameFile::InUse = options.Attended;
     FrameFile::RestoreTheme();
     StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);
-    if (options.Console) {
-        InstallConsole();
-    } else {
+    if (options.Attended) {
         InstallMessages();
+    } else {
+        InstallConsole();
     }
     Dialogs::EventStep = [] { (void)EventStep(); };
     Messages::Status("Initializing Qorvanite ...");
@@ -368,8 +369,7 @@ void OpenFirstFile(const StartOptions& options) {
 void Settle() {
     Events::Event event;
     for (int count = 0; count < SettleMost && Events::GetNextEvent(event); ++count) Dispatch(event);
-    Notebook::Flush();
-    Menus::Refresh();
+    IdleStep(false);
 }
 
 bool EventStep() {

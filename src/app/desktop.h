@@ -12,8 +12,9 @@ struct StartOptions {
     std::string SettingsFile{}; // of the command line; may be empty
     std::string DataFile{};     // opened for analysis; may be empty
     bool Visible = true;        // with a display; else in memory
-    bool Console = false;       // alerts and questions are those of a command
-    bool Remembers = true;      // windows and theme as the user left them, and kept for the next time
+    // A user is there: questions are asked, windows and theme are as they were left, and kept for the next
+    // time.
+    bool Attended = true;
 };
 
 // The whole run. The exit status.

@@ -3,6 +3,7 @@
 #include "app/desktop_menus.h"
 #include "app/frame_file.h"
 #include "app/start.h"
+#include "base/files.h"
 #include "base/messages.h"
 #include "base/number_text.h"
 #include "online/equation_words.h"
@@ -33,7 +34,8 @@ bool MakeMenus() {
 }
 
 bool LoadKeys() {
-    (void)KeyFile::Load(KeyFile::Path()); // a start without one is none the worse
+    const std::string file = KeyFile::Path();
+    if (!file.empty() && Files::Exists(file)) (void)KeyFile::Load(file);
     return true;
 }
 

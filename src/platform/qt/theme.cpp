@@ -123,6 +123,7 @@ QString SheetOf(const Platform::Theme& t) {
         "QScrollBar::handle { background: %line; border-radius: 4px; min-height: 24px; min-width: 24px;"
         "  margin: 2px; }"
         "QScrollBar::handle:hover { background: %second; }"
+        "QAbstractScrollArea::corner { background: transparent; border: none; }"
         "QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }"
         "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }"
         "QTabBar::tab { background: %window; color: %second; padding: 6px 12px; border: none;"
