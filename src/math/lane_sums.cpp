@@ -6,6 +6,9 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace LaneSums {
 
@@ -56,18 +59,18 @@ struct PlainSteps {
 #if defined(__x86_64__)
 struct WideSteps {
     [[gnu::target("avx2,fma")]] static inline void Widen(const FourSamples& samples, Four& wide) {
-        wide = __builtin_ia32_cvtps2pd256(samples);
+        wide = _mm256_cvtps_pd(samples);
     }
     // The product is not rounded, which changes nothing where it is exact: that of two samples always is,
     // that of a sample and a row up to MostExactRows.
     [[gnu::target("avx2,fma")]] static inline void AddProduct(const Four& a, const Four& b, Four& sum) {
-        sum = __builtin_ia32_vfmaddpd256(a, b, sum);
+        sum = _mm256_fmadd_pd(a, b, sum);
     }
     [[gnu::target("avx2,fma")]] static inline void TakeLess(const Eight& y, Eight& least) {
-        least = __builtin_ia32_minps256(y, least);
+        least = _mm256_min_ps(y, least);
     }
     [[gnu::target("avx2,fma")]] static inline void TakeGreater(const Eight& y, Eight& greatest) {
-        greatest = __builtin_ia32_maxps256(y, greatest);
+        greatest = _mm256_max_ps(y, greatest);
     }
 };
 // A sample has 24 significant bits, a product has room for 53.
@@ -214,7 +217,7 @@ template <auto& Term>
 [[gnu::target("avx2,fma")]] Blocks BlocksWide(std::span<const float> samples) {
     const Blocks blocks = SearchBlocks<WideSteps>(samples);
     // The compiler forgets it here; what comes behind runs at a fraction of its speed without it.
-    __builtin_ia32_vzeroupper();
+    _mm256_zeroupper();
     return blocks;
 }
 const bool UseWide = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
