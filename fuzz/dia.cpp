@@ -109,6 +109,8 @@ void UseDialog(int number) {
 // The items as they are coded, without the layout of the run before.
 void Fresh() {
     Dialogs::CloseDialog(Dialog());
+    Dialog().KeptLayout.clear(); // or it would count, and no file be read
+    Dialog().Arranged = false;
     Support::Now = {};
     static const std::pmr::vector<Dialogs::DialogItem> fresh = *Dialog().Items;
     std::copy(fresh.begin(), fresh.end(), Dialog().Items->begin());
