@@ -25,8 +25,8 @@ struct Arguments {
 
 // The kind before it is opened for changes, which takes a bundle apart.
 bool KindOf(const std::string& file, Bundle::FileKind& kind) {
-    if (!OpenDataFile(CommandLine::Session(), file)) return false;
-    kind = CommandLine::Session().FileKind;
+    if (!OpenDataFile(CurrentSession(), file)) return false;
+    kind = CurrentSession().FileKind;
     CommandLine::CloseSession();
     return true;
 }
@@ -42,8 +42,8 @@ int Change(const Arguments& arguments, bool asBundle, const std::string& result,
     if (!CommandLine::OpenForChanges(arguments.File)) return CommandLine::Failed;
     const Interrupt::Guard interruptible;
     Setup::Settings.UseBundle = asBundle;
-    const bool done = work(CommandLine::Session());
-    const bool closed = CloseDataFile(CommandLine::Session(), true);
+    const bool done = work(CurrentSession());
+    const bool closed = CloseDataFile(CurrentSession(), true);
     if (Interrupt::Requested()) Messages::Alert("Stopped by the user.");
     return Report(done && closed, arguments.File + ": " + result);
 }

@@ -122,7 +122,7 @@ std::string CountsText(const Shown& shown) {
 }
 
 void PrintSeries(const VennicSeries& series, int group, int index) {
-    const RecordLabel label = GetRecordLabel(CommandLine::Session(), &series);
+    const RecordLabel label = GetRecordLabel(CurrentSession(), &series);
     std::printf("  %d.%-4d %-20s %3d sweeps  %s", group, index, Texts::Utf8(label.Label).c_str(),
                 Tree::ChildCount(&series), TimeScale::TimeText(series.SeTime).c_str());
     const auto* const sweep = Tree::ChildAs<VennicSweep>(&series, 1);
@@ -198,7 +198,7 @@ int ShowTreeFile(const Arguments& arguments, const TreeRow& row) {
 
 int ShowDataSet(const Arguments& arguments, const std::vector<const TreeRow*>& wanted) {
     if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
-    DataSession& session = CommandLine::Session();
+    DataSession& session = CurrentSession();
     if (session.FileKind >= Bundle::FileKind::WithHeader) Bundle::DumpBundleHeader(session.Header);
     Messages::Log(FileInfoLine(session));
     std::vector<Shown> trees;

@@ -86,7 +86,7 @@ bool ComputeRows(const CommandLine::Target& target, OnlineMethod& method, std::v
     void* const series = isSeries ? record : Tree::Parent(record);
     const int first = isSeries ? 1 : target.Positions.back();
     const int last = isSeries ? Tree::ChildCount(series) : first;
-    OnlineCompute::Engine engine(CommandLine::Session());
+    OnlineCompute::Engine engine(CurrentSession());
     if (!OnlineResults::Allocate(engine.Table)) return false;
     Messages::Progress progress("Online analysis", last - first + 1);
     for (int i = first; i <= last; ++i) {

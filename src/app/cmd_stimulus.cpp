@@ -28,7 +28,7 @@ struct Rebuilt {
 
 bool Rebuild(const VennicSweep& sweep, int channel, bool stored, Rebuilt& out) {
     out.Channel = channel;
-    if (!FindStimulus(CommandLine::Session(), sweep, channel, out.Records)) {
+    if (!FindStimulus(CurrentSession(), sweep, channel, out.Records)) {
         Messages::Alert("The stimulus has no channel " + std::to_string(channel) + ".");
         return false;
     }
@@ -104,7 +104,7 @@ int Stimulus(const Arguments& arguments) {
     if (!CommandLine::Open(arguments.File, OpenMode::Read)) return CommandLine::Failed;
     const auto* const sweep = static_cast<const VennicSweep*>(CommandLine::Find(target));
     if (!sweep) return CommandLine::Failed;
-    const int count = Tree::ChildCount(StimulationOf(CommandLine::Session(), sweep));
+    const int count = Tree::ChildCount(StimulationOf(CurrentSession(), sweep));
     if (count == 0) {
         Messages::Alert("This sweep has no stimulus.");
         return CommandLine::Failed;

@@ -76,9 +76,9 @@ int WriteOut(const std::string& path, const std::string& content) {
 }
 
 bool TakeReference(const CommandLine::Target& target) {
-    CommandLine::Session().ReferenceSeries = static_cast<VennicSeries*>(CommandLine::Find(target));
+    CurrentSession().ReferenceSeries = static_cast<VennicSeries*>(CommandLine::Find(target));
     Setup::Settings.SubtractReference = true;
-    return CommandLine::Session().ReferenceSeries != nullptr;
+    return CurrentSession().ReferenceSeries != nullptr;
 }
 
 int Trace(const Arguments& arguments) {
@@ -93,7 +93,7 @@ int Trace(const Arguments& arguments) {
     arguments.Corrections.Apply();
     if (!arguments.Reference.empty() && !TakeReference(reference)) return CommandLine::Failed;
 
-    DataSession& session = CommandLine::Session();
+    DataSession& session = CurrentSession();
     auto* const sweep = static_cast<VennicSweep*>(Tree::Parent(trace));
     const Traces::Range range{arguments.Points, arguments.First, true};
     if (!Traces::LoadAndCorrect(session, sweep, trace, session.DataHeap, range)) return CommandLine::Failed;

@@ -182,7 +182,7 @@ int Make(const Arguments& arguments, SeriesFit::Engine& engine) {
     if (!CommandLine::Open(arguments.From[0], OpenMode::Read)) return CommandLine::Failed;
     void* const series = CommandLine::Find(target);
     if (!series) return CommandLine::Failed;
-    DataSession& session = CommandLine::Session();
+    DataSession& session = CurrentSession();
     GetRelatives(session, series);
     engine.Session = &session;
     int number = arguments.Analysis;

@@ -234,10 +234,6 @@ int Run(const std::vector<std::string>& arguments) {
     return Misused("A command is needed.");
 }
 
-DataSession& Session() {
-    return CurrentSession();
-}
-
 void CloseSession() {
     CurrentSession().AnalysisWritable = false; // this end is not orderly: a recovery copy stays
     (void)CloseDataFile(CurrentSession(), false);

@@ -27,8 +27,7 @@ extern MessageOptions Options;
 
 [[nodiscard]] int Run(const std::vector<std::string>& arguments);
 
-// The one open data set of a run.
-[[nodiscard]] DataSession& Session();
+// Closes the data set of a run that did not come to its end in order: nothing more is stored.
 void CloseSession();
 
 // Opens it, with room for its longest trace, in the mode that the user asked for or else in the given one.

@@ -171,7 +171,7 @@ int RunFitJob(const FitJob& job) {
     CommandLine::Target target;
     if (!CommandLine::ParseTarget(job.Target, 2, 3, target))
         return CommandLine::Misused("A series or sweep is named by group.series or group.series.sweep.");
-    SweepFit::Engine engine(CommandLine::Session());
+    SweepFit::Engine engine(CurrentSession());
     Measurements::Install(engine);
     const int taken = TakeSettings(job, engine);
     if (taken != CommandLine::Done) return taken;

@@ -36,7 +36,8 @@ Answer AskAboutAnalysis() {
 
 bool Open(const std::string& path, OpenMode mode) {
     if (IsOpen() && !Close()) return false;
-    const OpenOptions options{.Mode = mode, .MakeRoom = false, .ProgramVersion = "Qorvanite"};
+    const std::string version = "Qorvanite " + Setup::State.ProgramVersion;
+    const OpenOptions options{.Mode = mode, .MakeRoom = false, .ProgramVersion = version};
     const bool opened = OpenDataFile(CurrentSession(), path, options);
     if (opened) {
         Setup::Settings.Files.DataFile = CurrentSession().FileName;
