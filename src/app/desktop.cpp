@@ -41,6 +41,7 @@ namespace {
 
 constexpr int SettleMost = 1000;          // events
 constexpr int TickTime = 1000;            // ms between two looks at timers while nothing happens
+constexpr int FileLineTime = 5000;        // ms that the line of the file counts
 constexpr std::uint32_t BreakPeriod = 30; // ms between two looks for a Break in running work
 
 struct RunState {
@@ -50,6 +51,8 @@ struct RunState {
     std::string StatusLine; // of running work; empty at rest
     double Share = -1;
     std::string ShownBar;
+    std::string FileLine;
+    Events::Timer FileLineFor; // how long it counts
 };
 RunState State;
 
@@ -87,6 +90,15 @@ std::string StatusWord() {
     return State.Share >= 0 ? "busy" : "idle";
 }
 
+// The file and its disk are asked now and then, not at each event.
+const std::string& FileLine() {
+    if (State.FileLineFor.RunOut() || State.FileLine.empty()) {
+        State.FileLine = NumberText::Trimmed(FileInfoLine(CurrentSession()));
+        Events::Set(State.FileLineFor, FileLineTime);
+    }
+    return State.FileLine;
+}
+
 void ShowBar() {
     const std::string word = StatusWord();
     Platform::StatusBar bar{.Word = word,
@@ -94,7 +106,7 @@ void ShowBar() {
                             .Left = State.StatusLine,
                             .Right = "MaxSamplePoints " + std::to_string(Setup::Settings.MaxSamplePoints),
                             .Progress = State.Share};
-    if (State.StatusLine.empty()) bar.Left = NumberText::Trimmed(FileInfoLine(CurrentSession()));
+    if (State.StatusLine.empty()) bar.Left = FileLine();
     const std::string shown = bar.Word + bar.Left + bar.Right + std::to_string(bar.Progress);
     if (shown == State.ShownBar) return;
     State.ShownBar = shown;
@@ -234,6 +246,7 @@ void ShowTitle() {
 void DataFileChanged() {
     ShowTitle();
     State.ShownBar.clear();
+    State.FileLine.clear();
     ShowBar();
 }
 

@@ -18,6 +18,7 @@ namespace Dialogs {
 Activation Current;
 ActivationHooks ItemHooks;
 void (*EventStep)() = nullptr;
+void (*AfterConfigure)(DialogRecord& dialog) = nullptr;
 void (*DialogCloses)(DialogRecord& dialog) = nullptr;
 std::uint8_t UserLevel = 255;
 bool Tracking = false;
@@ -372,6 +373,7 @@ bool OpenDialog(DialogRecord& dialog) {
     KeepBase(dialog, SizeOf(dialog.WindowRect));
     if (dialog.WasOpen) dialog.WindowRect = former;
     if (dialog.Spec.Configure != nullptr) dialog.Spec.Configure(dialog);
+    if (AfterConfigure != nullptr) AfterConfigure(dialog);
     TakeUserKeys(dialog);
     SetPanes(dialog);
     if (!OpenWindow(dialog)) return false;

@@ -317,6 +317,9 @@ void RunModal(DialogRecord& dialog);
 // What RunModal runs again and again; the event loop installs it.
 extern void (*EventStep)();
 
+// Called when a dialog that opens has been configured: the help puts its tips in.
+extern void (*AfterConfigure)(DialogRecord& dialog);
+
 // Shows or hides the window of an open dialog without closing it.
 void ShowDialog(DialogRecord& dialog, bool shown);
 void BringToFront(DialogRecord& dialog);

@@ -23,6 +23,19 @@ constexpr double FramePadding = 9; // between the frame of an entry and its text
 constexpr double ArrowRoom = 20;   // of a list
 constexpr double DisabledShare = 0.45;
 
+// What an item stands on.
+Color GroundOf(const DialogRecord& dialog, const DialogItem& item) {
+    for (int number = 1; number <= dialog.ItemCount; ++number) {
+        if (!HasItem(dialog, number)) continue;
+        const DialogItem& card = Item(dialog, number);
+        if (card.Role == Role::Card && card.Kind == ItemKind::Text && IsVisible(dialog, number) &&
+            card.ItemRect.Left <= item.ItemRect.Left && card.ItemRect.Right >= item.ItemRect.Right &&
+            card.ItemRect.Top <= item.ItemRect.Top && card.ItemRect.Bottom >= item.ItemRect.Bottom)
+            return Colors().Window;
+    }
+    return Item(dialog, 0).BackColor.value_or(Colors().Panel);
+}
+
 // What is needed to draw one item.
 struct Look {
     const DialogRecord& Dialog;
@@ -30,11 +43,10 @@ struct Look {
     Area Place;
     Font Type;
     bool Enabled, Pressed, Focused;
-    Color Ground; // what the item stands on
     Drawing& Out;
 
     [[nodiscard]] Color Shade(Color color) const {
-        return Enabled ? color : Themes::Mixed(color, Ground, DisabledShare);
+        return Enabled ? color : Themes::Mixed(color, GroundOf(Dialog, Item), DisabledShare);
     }
 };
 
@@ -287,18 +299,6 @@ constexpr KindRow Kinds[] = {
     {"user", DrawOwn},          {"pane", DrawPane},
 };
 
-Color GroundOf(const DialogRecord& dialog, const DialogItem& item) {
-    for (int number = 1; number <= dialog.ItemCount; ++number) {
-        if (!HasItem(dialog, number)) continue;
-        const DialogItem& card = Item(dialog, number);
-        if (card.Role == Role::Card && card.Kind == ItemKind::Text && IsVisible(dialog, number) &&
-            card.ItemRect.Left <= item.ItemRect.Left && card.ItemRect.Right >= item.ItemRect.Right &&
-            card.ItemRect.Top <= item.ItemRect.Top && card.ItemRect.Bottom >= item.ItemRect.Bottom)
-            return Colors().Window;
-    }
-    return Item(dialog, 0).BackColor.value_or(Colors().Panel);
-}
-
 }
 
 const char* KindWord(ItemKind kind) {
@@ -322,7 +322,6 @@ void DrawItem(const DialogRecord& dialog, int number, Drawing& drawing) {
                     .Enabled = item.Enabled && item.UserLevel <= UserLevel && !ItemIsLocked(dialog, number),
                     .Pressed = item.Busy && !IsTextItem(item),
                     .Focused = dialog.CurrentItem == number && !item.Busy,
-                    .Ground = GroundOf(dialog, item),
                     .Out = drawing};
     Kinds[index].Draw(look);
 }

@@ -1,5 +1,6 @@
 #include "ui/editing.h"
 
+#include "base/messages.h"
 #include "ui/draw_item.h"
 #include "ui/item_value.h"
 #include "ui/theme.h"
@@ -15,6 +16,7 @@ struct EntryState {
     DialogRecord* Dialog = nullptr;
     int Number = 0;
     bool Ending = false;
+    bool Refused = false; // which the status line tells
 };
 EntryState Entry;
 
@@ -49,6 +51,7 @@ void CloseEntryBox() {
     item.Busy = false;
     DialogRecord& dialog = *Entry.Dialog;
     const int number = Entry.Number;
+    if (Entry.Refused) Messages::Status("");
     Entry = {};
     Dialogs::RedrawItem(dialog, number);
 }
@@ -72,7 +75,7 @@ void Begin(DialogRecord& dialog, int number, std::string_view typed) {
     Platform::TextBoxSpec spec = BoxSpec(dialog, number);
     spec.SelectAll = true;
     item.TextBox = Platform::Ops().OpenTextBox(dialog.WindowHandle, spec);
-    Entry = {&dialog, number, false};
+    Entry = {&dialog, number, false, false};
     if (!typed.empty()) {
         Platform::Ops().SetTextBoxText(item.TextBox, typed);
         Platform::Ops().SelectInTextBox(item.TextBox, static_cast<int>(typed.size()), 0);
@@ -101,6 +104,8 @@ bool Commit() {
     if (!IsUnderWay(dialog, number)) return taken;
     Entry.Ending = false;
     if (!taken) {
+        Entry.Refused = true;
+        Messages::Status("\"" + Platform::Ops().TextBoxText(item.TextBox) + "\" cannot be stored here.");
         Platform::Ops().SelectInTextBox(item.TextBox, 0, 1'000'000);
         return false;
     }

@@ -151,6 +151,14 @@ void Configure(DialogRecord& dialog) {
         Dialogs::Item(dialog, Text).FontNumber = static_cast<std::int16_t>(found - fonts.begin());
 }
 
+void PutTips(DialogRecord& dialog) {
+    for (int number = 1; number <= dialog.ItemCount && !State.Tips.empty(); ++number) {
+        if (!Dialogs::HasItem(dialog, number)) continue;
+        std::string tip = Tip(dialog.DialogIDName, Dialogs::Item(dialog, number).ItemName);
+        if (!tip.empty()) Dialogs::Item(dialog, number).Tip = std::move(tip);
+    }
+}
+
 void TakeTip(std::string_view line) {
     const auto word = [&line] {
         line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
@@ -234,13 +242,9 @@ std::string Tip(std::string_view dialogIDName, std::string_view itemName) {
 }
 
 void ApplyTips() {
-    if (State.Tips.empty()) return;
+    Dialogs::AfterConfigure = PutTips;
     for (DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr; dialog = dialog->NextDialog)
-        for (int number = 1; number <= dialog->ItemCount; ++number) {
-            if (!Dialogs::HasItem(*dialog, number)) continue;
-            std::string tip = Tip(dialog->DialogIDName, Dialogs::Item(*dialog, number).ItemName);
-            if (!tip.empty()) Dialogs::Item(*dialog, number).Tip = std::move(tip);
-        }
+        PutTips(*dialog);
 }
 
 bool Show(std::string_view title) {

@@ -29,7 +29,7 @@ struct Section {
 [[nodiscard]] const std::vector<Section>& Sections();
 // The tip that the file has for an item; empty where it has none.
 [[nodiscard]] std::string Tip(std::string_view dialogIDName, std::string_view itemName);
-// Puts the tips of the file into the items of all dialogs.
+// Puts the tips of the file into the items of all dialogs, now and whenever one opens.
 void ApplyTips();
 
 // Opens the window at a section, the first one where there is no such title. False after a message.

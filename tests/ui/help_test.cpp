@@ -43,6 +43,9 @@ TEST_F(HelpTest, SectionsAndTipsAreReadWithAnyLineEnd) {
     Help::ApplyTips();
     const int close = Dialogs::FindItem(*dialog, "Close");
     EXPECT_EQ(Dialogs::Item(*dialog, close).Tip, "shuts it");
+    Dialogs::CloseDialog(*dialog);
+    ASSERT_TRUE(Help::Show("two"));
+    EXPECT_EQ(Dialogs::Item(*dialog, close).Tip, "shuts it"); // an opened dialog keeps it
     // A search goes on through the other sections.
     Dialogs::PressItem(*dialog, Dialogs::FindItem(*dialog, "Search"), {});
     Headless::Type("text one");
