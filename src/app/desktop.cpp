@@ -328,6 +328,14 @@ bool ModifiedTextIsSettled() {
     return AskYesNo("An error occurred while saving files. QUIT anyway ?", false);
 }
 
+// The process is ending out of the event loop, with windows in use all the way up to it: what is unsaved is
+// kept, and nothing is taken apart.
+void EndInTheMidst() {
+    if (!State.Started || State.Down) return;
+    Start::Shutdown();
+    std::_Exit(1);
+}
+
 }
 
 bool StartUp(const StartOptions& options) {
@@ -337,7 +345,7 @@ bool StartUp(const StartOptions& options) {
     State.Started = true;
     // The platform ends the process when its display goes away. Registered behind it, so that it still
     // stands.
-    if (options.Visible) std::atexit(Abandon);
+    if (options.Visible) std::atexit(EndInTheMidst);
     FrameFile::InUse = options.Attended;
     FrameFile::RestoreTheme();
     StartWindow::Open(Start::Program().ProgramName, Start::Program().ProgramVersion);

@@ -5,6 +5,7 @@
 #include "base/messages.h"
 #include "base/units.h"
 #include "data/scratch.h"
+#include "data/session.h"
 #include "setup/settings_file.h"
 
 #include <cstdio>
@@ -37,7 +38,9 @@ Units::Unit TopUnit{"Qorvanite", {&ConsoleUnit, &ProductUnit}, StartTop};
 int StartKind(int kind, int miniMode, const std::vector<std::string>& arguments) {
     State.ProgramKind = kind;
     State.MiniMode = miniMode;
-    // Registered as the exit hook, so that it also runs when a unit ends the process.
+    // Registered as the exit hook, so that it also runs when a unit ends the process. What it closes
+    // is made before it, and so outlives it.
+    (void)CurrentSession();
     std::atexit(Shutdown);
     const int status = CommandLine::Run(arguments);
     Shutdown();
