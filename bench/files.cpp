@@ -191,12 +191,15 @@ void BundleFile(benchmark::State& state) {
         });
 }
 
+// A file in order is merged into one of the layout.
 void MergeFiles(benchmark::State& state) {
     const auto place = static_cast<Place>(state.range(0));
-    const std::string& source = Source(place, InOrder, static_cast<int>(state.range(1)));
+    const std::string& own =
+        Source(place, static_cast<Layout>(state.range(1)), static_cast<int>(state.range(2)));
+    const std::string& other = Source(place, InOrder, static_cast<int>(state.range(2)));
     for (auto step : state)
-        Session(state, FreshCopy(place, source),
-                [&](DataSession& session) { return MergeDataFile(session, source); });
+        Session(state, FreshCopy(place, own),
+                [&](DataSession& session) { return MergeDataFile(session, other); });
 }
 
 // The yardstick: so many copies of the file by the system's own command.
@@ -233,7 +236,7 @@ BENCHMARK(RebuildFile)->Apply([](auto* bench) {
     bench->Args({Memory, Reversed, 40})->Args({Memory, Samples, 40});
 });
 BENCHMARK(BundleFile)->Apply([](auto* bench) { EachPlace(bench, {{400}}); });
-BENCHMARK(MergeFiles)->Apply([](auto* bench) { EachPlace(bench, {{400}}); });
+BENCHMARK(MergeFiles)->Apply([](auto* bench) { EachPlace(bench, {{InOrder, 400}, {Reversed, 400}}); });
 BENCHMARK(Copy)->Apply([](auto* bench) { EachPlace(bench, {{400, 1}, {400, 2}}); });
 
 }

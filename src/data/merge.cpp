@@ -222,41 +222,78 @@ bool AddNotebook(DataSession& session, Other& other, SetStore::Step& step) {
     return step.Check(error) && added2;
 }
 
-// Puts new data file, trees, notebook and analysis in place.
-bool Decide(DataSession& session, Other& other, Rebuild::NewDataFile& file) {
-    SetStore::Step step(session);
-    if (!step.Begin() || !step.AddTrees() || !AddNotebook(session, other, step)) return false;
-    return step.AddFile(file.Path, session.FileName) && step.Commit();
+// Where the samples of both sets come to lie: behind those of the open file, where it is in order, so that
+// nothing of it moves; otherwise in a new file.
+struct Target {
+    explicit Target(DataSession& session)
+        : Anew(session), Former(session.DataEnd), Behind(Rebuild::IsCompact(session)) {}
+
+    Rebuild::NewDataFile Anew;
+    std::vector<Rebuild::Moved> Own; // the open set's samples, in the new file
+    std::int64_t Former;             // the end of the open file's samples
+    std::int64_t End = 0;            // of the merged ones
+    bool Behind;
+};
+
+// What nobody leads to is taken off again; where it cannot be, the next update does it.
+bool WriteBehind(DataSession& session, Other& other, Target& target) {
+    const std::int64_t bytes = Rebuild::CheckFile(other.Set).UsedBytes;
+    if (!Rebuild::HasRoomFor(session, bytes)) return false;
+    Messages::Progress progress("merging", bytes);
+    target.End = target.Former;
+    const bool copied = Rebuild::CopySamples(other.Set, session, session.DataFile, Bytes::MachineIsLittle,
+                                             other.Moved, target.End, progress);
+    if (const int error = copied ? Files::Flush(session.DataFile) : 0; error != 0)
+        Messages::Alert(Bundle::FileMessage("Copy - Error writing data", error));
+    else if (copied)
+        return true;
+    (void)Files::SetLength(session.DataFile, target.Former);
+    return false;
 }
 
-bool WriteSamples(DataSession& session, Other& other, Rebuild::NewDataFile& file,
-                  std::vector<Rebuild::Moved>& own, std::int64_t& end) {
+bool WriteAnew(DataSession& session, Other& other, Target& target) {
     const std::int64_t bytes =
         Rebuild::CheckFile(session).UsedBytes + Rebuild::CheckFile(other.Set).UsedBytes;
     constexpr bool FreshHeader = true;
+    Rebuild::NewDataFile& file = target.Anew;
     if (!Rebuild::HasRoomFor(session, bytes) || !file.Begin(FreshHeader)) return false;
     Messages::Progress progress("merging", bytes);
-    return Rebuild::CopySamples(session, file, Bytes::MachineIsLittle, own, end, progress) &&
-           Rebuild::CopySamples(other.Set, file, Bytes::MachineIsLittle, other.Moved, end, progress) &&
-           file.Flush();
+    const auto copy = [&](DataSession& from, std::vector<Rebuild::Moved>& moved) {
+        return Rebuild::CopySamples(from, session, file.File, Bytes::MachineIsLittle, moved, target.End,
+                                    progress);
+    };
+    target.End = file.Start;
+    return copy(session, target.Own) && copy(other.Set, other.Moved) && file.Flush();
 }
 
-// From here on the records in memory are those of the merged data set.
-bool Merge(DataSession& session, Other& other, Rebuild::NewDataFile& file) {
-    std::vector<Rebuild::Moved> own;
-    std::int64_t end = 0;
-    if (!WriteSamples(session, other, file, own, end)) {
+// Puts new data file, trees, notebook and analysis in place.
+bool Decide(DataSession& session, Other& other, Target& target) {
+    SetStore::Step step(session);
+    if (!step.Begin() || !step.AddTrees() || !AddNotebook(session, other, step)) return false;
+    return (target.Behind || step.AddFile(target.Anew.Path, session.FileName)) && step.Commit();
+}
+
+// From the redirections on the records in memory are those of the merged data set.
+bool Merge(DataSession& session, Other& other) {
+    Target target(session);
+    if (!(target.Behind ? WriteBehind : WriteAnew)(session, other, target)) {
         Messages::Alert("Compacting Data File failed.");
         return false;
     }
-    Rebuild::Redirection ownRecords(own, Bytes::MachineIsLittle);
+    Rebuild::Redirection ownRecords(target.Own, Bytes::MachineIsLittle);
     Rebuild::Redirection otherRecords(other.Moved, Bytes::MachineIsLittle);
-    session.DataEnd = end;
-    if (AppendTrees(session, other) && Decide(session, other, file)) {
-        file.TakeOver(end);
+    session.DataEnd = target.End;
+    if (AppendTrees(session, other) && Decide(session, other, target)) {
+        if (target.Behind)
+            session.DiskDataEnd = target.End;
+        else
+            target.Anew.TakeOver(target.End);
         return true;
     }
-    if (session.MustClose) file.Leave();
+    if (session.MustClose)
+        target.Anew.Leave();
+    else if (target.Behind)
+        (void)Files::SetLength(session.DataFile, target.Former);
     (void)CloseDataFile(session, false);
     return false;
 }
@@ -288,10 +325,7 @@ bool MergeDataFile(DataSession& session, const std::string& path) {
     if (!UpdateDataFile(session) || !ReadOther(other, path) || !FitTogether(session, other.Set) ||
         !RaiseReferences(session, other))
         return false;
-    {
-        Rebuild::NewDataFile file(session);
-        if (!Merge(session, other, file)) return false;
-    }
+    if (!Merge(session, other)) return false;
     Messages::Log("File merged: \"" + other.Set.FileName + "\". ");
     session.Native = Rebuild::IsNative(session);
     GetRelatives(session, Tree::Root(session.Vennic.Handle));

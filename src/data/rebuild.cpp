@@ -38,9 +38,9 @@ bool WriteAnew(DataSession& session, bool freshHeader, bool little) {
     Messages::Progress progress(freshHeader ? "rebuilding" : "swapping bytes", state.UsedBytes);
     NewDataFile file(session);
     std::vector<Moved> moved;
-    std::int64_t end = 0;
-    if (!file.Begin(freshHeader) || !CopySamples(session, file, little, moved, end, progress) ||
-        !file.Flush())
+    if (!file.Begin(freshHeader)) return false;
+    std::int64_t end = file.Start;
+    if (!CopySamples(session, session, file.File, little, moved, end, progress) || !file.Flush())
         return false;
     Redirection redirection(moved, little);
     const std::int64_t formerEnd = session.DataEnd;
@@ -89,6 +89,11 @@ FileState CheckFile(const DataSession& session) {
 bool IsNative(const DataSession& session) {
     const FileState state = CheckFile(session);
     return state.Sequential && state.Native && !state.Interleaved;
+}
+
+bool IsCompact(const DataSession& session) {
+    return session.FileKind >= Bundle::FileKind::WithHeader && IsNative(session) &&
+           CheckFile(session).SeqEnd == session.DataEnd;
 }
 
 bool NeedsCompacting(const DataSession& session) {
@@ -198,9 +203,9 @@ void NewDataFile::TakeOver(std::int64_t dataEnd) {
     Session.DataEnd = Session.DiskDataEnd = dataEnd;
 }
 
-bool CopySamples(DataSession& from, NewDataFile& file, bool toLittle, std::vector<Moved>& moved,
-                 std::int64_t& end, Messages::Progress& progress) {
-    RawData::TraceCopier copier(from.DataFile, file.File, toLittle, std::max(end, file.Start));
+bool CopySamples(DataSession& from, DataSession& session, Files::File& file, bool toLittle,
+                 std::vector<Moved>& moved, std::int64_t& end, Messages::Progress& progress) {
+    RawData::TraceCopier copier(from.DataFile, file, toLittle, end);
     copier.Shown = &progress;
     const bool copied = RawData::ForEachStored(Tree::Root(from.Vennic.Handle), [&](VennicTrace& trace) {
         std::int64_t position = 0;
@@ -209,7 +214,7 @@ bool CopySamples(DataSession& from, NewDataFile& file, bool toLittle, std::vecto
         return true;
     });
     const bool done = copied && copier.Finish();
-    if (copier.LastError == ENOSPC) file.Session.DiskWasFull = true;
+    if (copier.LastError == ENOSPC) session.DiskWasFull = true;
     end = copier.End;
     return done;
 }

@@ -32,6 +32,9 @@ struct FileState {
 // Sequential, native and not interleaved.
 [[nodiscard]] bool IsNative(const DataSession& session);
 
+// And behind a header, with nothing else before or behind the samples: a copy of it would be the same.
+[[nodiscard]] bool IsCompact(const DataSession& session);
+
 // Unused space worth a rebuild: a file that is not sequential, at least 10 485 760 bytes unused and less than
 // 0.9 of it used.
 [[nodiscard]] bool NeedsCompacting(const DataSession& session);
@@ -72,9 +75,10 @@ struct Moved {
     VennicTrace* Trace;
     std::int64_t To;
 };
-// Copies all stored traces of a data set one behind the other, from end on, and notes where each goes.
-[[nodiscard]] bool CopySamples(DataSession& from, NewDataFile& file, bool toLittle, std::vector<Moved>& moved,
-                               std::int64_t& end, Messages::Progress& progress);
+// Copies all stored traces of a data set one behind the other into a file of the session's, from end on, and
+// notes where each goes.
+[[nodiscard]] bool CopySamples(DataSession& from, DataSession& session, Files::File& file, bool toLittle,
+                               std::vector<Moved>& moved, std::int64_t& end, Messages::Progress& progress);
 
 // Leads the records to their new samples, and back again.
 class Redirection {

@@ -78,6 +78,10 @@ bool ReplaceSamples(DataSession& session, const Support::TempFolder&) {
     return sweep && RawData::WriteTrace(session, *trace, unused, true, true, true);
 }
 
+bool MergeOther(DataSession& session, const Support::TempFolder& folder) {
+    return MergeDataFile(session, folder.At("other.dat"));
+}
+
 const Case Cases[] = {
     {"store trees beside the data file", "plain", OpenMode::Modify, false, ChangeLabels},
     {"bundle", "plain", OpenMode::Modify, true, Nothing},
@@ -96,11 +100,8 @@ const Case Cases[] = {
      [](DataSession& session, const Support::TempFolder&) {
          return Rebuild::RebuildDataFile(session, !Bytes::MachineIsLittle) && !session.Native;
      }},
-    {"merge", "plain", OpenMode::Modify, true,
-     [](DataSession& session, const Support::TempFolder& folder) {
-         return MergeDataFile(session, folder.At("other.dat"));
-     },
-     "bigtree"},
+    {"merge behind a file in order", "plain", OpenMode::Modify, true, MergeOther, "bigtree"},
+    {"merge into a new file", "bare", OpenMode::Modify, true, MergeOther, "weave"},
     {"compress", "formats", OpenMode::Modify, true,
      [](DataSession& session, const Support::TempFolder&) {
          return RawData::CompressTraces(session, session.CurGroup, 3);
