@@ -31,6 +31,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <limits>
 
 namespace Desktop {
@@ -45,7 +46,7 @@ constexpr int FileLineTime = 5000;        // ms that the line of the file counts
 constexpr std::uint32_t BreakPeriod = 30; // ms between two looks for a Break in running work
 
 struct RunState {
-    bool Started = false, Down = false, NormalMode = false;
+    bool Started = false, Down = false, NormalMode = false, Attended = true;
     bool BreakPressed = false;
     std::uint32_t BreakLookedAt = 0;
     std::string StatusLine; // of running work; empty at rest
@@ -87,6 +88,7 @@ int AskChoice(std::string_view text, const Messages::Choice& choice) {
 std::string StatusWord() {
     if (Macros::IsRecording()) return "recording";
     if (Macros::IsPlaying()) return "run macro";
+    if (Macros::IsWaiting()) return "waiting";
     return State.Share >= 0 ? "busy" : "idle";
 }
 
@@ -299,33 +301,44 @@ void HandleFrame(const Events::Event& event) {
     }
 }
 
+bool IsHelpKey(const Events::Event& event) {
+    return event.Kind == Events::KeyKind::KeyCharacter && event.KeyClass == Events::KeyClass::Special &&
+           (event.Char == static_cast<std::uint32_t>(Platform::KeyCode::Help) ||
+            event.Char == static_cast<std::uint32_t>(Platform::KeyCode::F1));
+}
+
 void Dispatch(const Events::Event& event) {
     if (Menus::HandleEvent(event)) return;
-    if (event.Kind == Events::KeyKind::KeyCharacter && event.KeyClass == Events::KeyClass::Special &&
-        (event.Char == static_cast<std::uint32_t>(Platform::KeyCode::Help) ||
-         event.Char == static_cast<std::uint32_t>(Platform::KeyCode::F1))) {
-        Help::ShowForFront();
-        return;
-    }
-    if (event.Window == Platform::FrameWindow) {
+    if (event.Window == Platform::FrameWindow && !IsHelpKey(event)) {
         HandleFrame(event);
         return;
     }
-    (void)Dialogs::HandleEvent(event);
+    // A user may have given the help key to an item.
+    if (!Dialogs::HandleEvent(event) && IsHelpKey(event)) Help::ShowForFront();
 }
 
-bool ModifiedTextIsSettled() {
-    if (!Notebook::State.Modified) return true;
-    const int answer = Platform::Ops().Alert(
-        {.Kind = Platform::AlertKind::Question,
-         .Text = "Quitting " + Start::Program().ProgramName + " \n\nSave Modified Text ?",
-         .Buttons = {"Yes", "No", "Cancel"},
-         .Default = 0,
-         .Escape = 2});
-    if (answer == 2) return false;
-    if (answer == 1 || Notebook::Save()) return true;
+enum class TextAnswer : std::uint8_t { Save, Drop, Cancel };
+
+// In a run that nobody attends, the text has been printed as well.
+TextAnswer AskAboutText() {
+    static constexpr const char* Buttons[] = {"Yes", "No", "Cancel"};
+    if (!State.Attended || !Notebook::State.Modified) return TextAnswer::Drop;
+    return static_cast<TextAnswer>(
+        AskChoice("Quitting " + Start::Program().ProgramName + " \n\nSave Modified Text ?",
+                  {.Buttons = Buttons, .Default = 0, .Yes = 0, .No = 1}));
+}
+
+bool TextIsSettled(TextAnswer answer) {
+    if (answer == TextAnswer::Drop || Notebook::Save()) return true;
     Platform::Ops().Wait(20);
     return AskYesNo("An error occurred while saving files. QUIT anyway ?", false);
+}
+
+// Escape stays in the program.
+bool QuitIsMeant() {
+    static constexpr const char* Buttons[] = {"Yes", "No"};
+    return AskChoice("Quit " + Start::Program().ProgramName + " ?",
+                     {.Buttons = Buttons, .Default = 0, .Yes = 0, .No = 1}) == 0;
 }
 
 // The process is ending out of the event loop, with windows in use all the way up to it: what is unsaved is
@@ -340,6 +353,7 @@ void EndInTheMidst() {
 
 bool StartUp(const StartOptions& options) {
     State = {};
+    State.Attended = options.Attended;
     QuitFlag = false;
     if (!StartPlatform(options)) return false;
     State.Started = true;
@@ -377,7 +391,8 @@ bool StartUp(const StartOptions& options) {
 void OpenFirstFile(const StartOptions& options) {
     std::string told;
     if (TellTale::Read("ReadDataFile.On", told) && !told.empty()) {
-        if (told.find('/') == std::string::npos) told = Setup::Settings.Files.CommonPath + told;
+        if (told.find('/') == std::string::npos)
+            told = (std::filesystem::path(Setup::Settings.Files.CommonPath) / told).string();
         if (DataFiles::Open(told, OpenMode::Analysis)) return;
     } else if (!options.DataFile.empty()) {
         if (DataFiles::Open(options.DataFile, OpenMode::Analysis)) return;
@@ -423,15 +438,16 @@ int IdleTime() {
 }
 
 bool Quit() {
-    if (Macros::IsPlaying()) Macros::StopMacro();
-    if (Macros::IsRecording()) Macros::StopRecording();
     Editing::LeaveAny();
-    if (Setup::Settings.Program.VerifyExit && !AskYesNo("Quit " + Start::Program().ProgramName + " ?", true))
-        return false;
+    if (State.Attended && Setup::Settings.Program.VerifyExit && !QuitIsMeant()) return false;
     if (Setup::Settings.Program.StoreOnExit && !Setup::SaveConfiguration(false) &&
         !AskYesNo("The configuration was not saved. QUIT anyway ?", false))
         return false;
-    if (!DataFiles::Close() || !ModifiedTextIsSettled()) return false;
+    // Asked ahead of the close: who stays keeps the data file open.
+    const TextAnswer answer = AskAboutText();
+    if (answer == TextAnswer::Cancel || !DataFiles::Close() || !TextIsSettled(answer)) return false;
+    Macros::StopMacro();
+    Macros::StopRecording();
     QuitFlag = true;
     return true;
 }
@@ -449,6 +465,7 @@ void ShutDown() {
     State.Down = true;
     KeepUnsaved();
     FrameFile::Store();
+    Macros::StopRecording();
     StartWindow::Close();
     Dialogs::DisposeAll();
     Menus::Clear();

@@ -207,9 +207,7 @@ bool ShowsTips() {
 const Menus::Row Program[] = {
     {.Text = "About Qorvanite", .Proc = About},
     {},
-    {.Text = "Configuration...", .Proc = ShowConfiguration},
-    {},
-    {.Text = "Quit", .Shortcut = 'Q', .Proc = QuitProgram},
+    {.Text = "Fit Configuration", .Proc = ShowConfiguration},
 };
 const Menus::Row File[] = {
     {.Text = "Open...", .Shortcut = 'O', .Proc = OpenFile},
@@ -218,6 +216,8 @@ const Menus::Row File[] = {
     {.Text = "Close", .Proc = CloseFile, .Enabled = DataFiles::IsOpen},
     {},
     {.Text = "Store Analysis", .Shortcut = 'S', .Proc = StoreAnalysis, .Enabled = AnalysisCanBeStored},
+    {},
+    {.Text = "Quit", .Shortcut = 'Q', .Proc = QuitProgram}, // here, where macros reach it
 };
 const Menus::Row EditRows[] = {
     {.Text = "Undo", .Shortcut = 'Z', .Proc = Undo, .Enabled = CanUndo},
@@ -267,6 +267,8 @@ const Menus::Row HelpRows[] = {
     {},
     {.Text = "List All Items", .Proc = ListItems},
     {.Text = "List All Macro Items", .Proc = ListMacroItems},
+    {},
+    {.Text = "About Qorvanite", .Proc = About},
 };
 const Menus::Row MacroRows[] = {
     {.Text = "Record Macros",

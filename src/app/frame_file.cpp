@@ -26,6 +26,9 @@ namespace {
 constexpr std::int64_t BytesMost = 1'000'000;
 constexpr std::string_view Head = "QORVANITE-FRAME 1";
 
+// A start that fails half-way has nothing that could replace what is stored.
+bool Restored = false;
+
 std::string FileName() {
     const std::string folder = Places::ConfigFolder();
     return folder.empty() ? std::string() : folder + "/Qorvanite.frame";
@@ -78,10 +81,12 @@ int NumberOf(std::string_view content, std::string_view key, int least, int most
 }
 
 void RestoreTheme() {
+    Restored = false;
     Themes::Apply(static_cast<Themes::Choice>(NumberOf(Content(), "THEME", 0, 2, 0)));
 }
 
 void Restore() {
+    Restored = true;
     const std::string content = Content();
     if (content.empty()) return;
     const std::string arrangement = Unsealed(ValueOf(content, "WINDOWS"));
@@ -95,7 +100,7 @@ void Restore() {
 
 void Store() {
     const std::string file = FileName();
-    if (!InUse || file.empty() || Places::EnsureFolder(Places::ConfigFolder()) != 0) return;
+    if (!InUse || !Restored || file.empty() || Places::EnsureFolder(Places::ConfigFolder()) != 0) return;
     const auto flag = [](bool on) { return on ? "1\n" : "0\n"; };
     std::string content = std::string(Head) + "\n";
     content += "THEME " + std::to_string(static_cast<int>(Themes::Chosen())) + "\n";

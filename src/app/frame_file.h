@@ -12,6 +12,7 @@ extern bool InUse;
 void RestoreTheme();
 // When all windows stand.
 void Restore();
+// Nothing before Restore.
 void Store();
 
 }

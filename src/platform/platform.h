@@ -187,7 +187,7 @@ struct Operations {
     void (*DropTextBoxLines)(TextBoxId box, int lines);            // the first ones
     void (*ChangeTextBox)(TextBoxId box, const TextBoxSpec& spec); // all but text and focus
     void (*SelectInTextBox)(TextBoxId box, int from, int count);   // characters; takes the focus
-    bool (*FindInTextBox)(TextBoxId box, std::string_view text);   // from the cursor on, once around
+    bool (*FindInTextBox)(TextBoxId box, std::string_view text);   // from the cursor on, any case
     // On the text box that has the focus. False when there is none.
     bool (*EditTextBox)(EditCommand command);
 

@@ -391,6 +391,7 @@ void CloseDialog(DialogRecord& dialog) {
     if (!dialog.IsOpen || dialog.Closing) return;
     Editing::Leave(dialog);
     if (!dialog.IsOpen) return; // the procedure of what was entered has closed it
+    if (Editing::IsUnderWay(dialog, dialog.CurrentItem)) Editing::Cancel(); // or has begun it anew
     dialog.Closing = true;
     if (dialog.Procs.CloseProc != nullptr) dialog.Procs.CloseProc(dialog, {});
     if (DialogCloses != nullptr) DialogCloses(dialog);

@@ -57,14 +57,18 @@ void TopicChosen(DialogRecord& dialog, int) {
     ShowSection(dialog);
 }
 
-// Searches this section from the cursor on, then the others.
+bool Holds(std::string_view text, std::string_view word) {
+    return Texts::UpperCase(text).find(Texts::UpperCase(word)) != std::string::npos;
+}
+
+// Searches this section from the cursor on, then the others, and at last what stands ahead of the cursor.
 void Find(DialogRecord& dialog, int) {
     if (State.Search.empty()) return;
     const Platform::TextBoxId box = Dialogs::Item(dialog, Text).TextBox;
     if (Platform::Ops().FindInTextBox(box, State.Search)) return;
-    for (std::size_t i = 1; i < State.Sections.size(); ++i) {
+    for (std::size_t i = 1; i <= State.Sections.size(); ++i) {
         const std::size_t at = (State.Topic + i) % State.Sections.size();
-        if (State.Sections[at].Text.find(State.Search) == std::string::npos) continue;
+        if (!Holds(State.Sections[at].Text, State.Search)) continue;
         State.Topic = static_cast<std::uint8_t>(at);
         ShowSection(dialog);
         Dialogs::RedrawItem(dialog, Topic);
@@ -262,6 +266,7 @@ bool Show(std::string_view title) {
                                           .Define = Define,
                                           .Configure = Configure};
     if (!State.Dialog.Items && !Dialogs::SetupDialogBuffer(State.Dialog, Spec)) return false;
+    State.Topic = 0;
     for (std::size_t i = 0; i < State.Sections.size(); ++i)
         if (Texts::SameFolded(State.Sections[i].Title, title)) State.Topic = static_cast<std::uint8_t>(i);
     if (!Dialogs::OpenDialog(State.Dialog)) {
@@ -275,6 +280,7 @@ bool Show(std::string_view title) {
 
 void ShowForFront() {
     const DialogRecord* const front = Dialogs::FrontDialog();
+    if (front != nullptr && front == &State.Dialog) return; // the reader has chosen what to read
     (void)Show(front != nullptr ? front->DialogName : "Overview");
 }
 

@@ -4,6 +4,7 @@
 #include "base/messages.h"
 #include "base/places.h"
 #include "base/text.h"
+#include "setup/settings.h"
 #include "ui/dialog.h"
 #include "ui/item_value.h"
 #include "ui/macro_file.h"
@@ -111,8 +112,9 @@ bool Load(const std::string& file) {
 }
 
 bool Save(const std::string& file) {
-    std::string text = MacroFile::HeadLine(MacroFile::KeyVersion) + "\n\n\n";
-    for (const std::string& line : Lines()) text += line + "\n";
+    const std::string end = Setup::EndOfLine();
+    std::string text = MacroFile::HeadLine(MacroFile::KeyVersion) + end + end + end;
+    for (const std::string& line : Lines()) text += line + end;
     int error = file.empty() ? ENOENT : 0;
     if (error == 0 && file == Path()) error = Places::EnsureFolder(Places::ConfigFolder());
     if (error == 0 && !KeepOld(file)) return false;

@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "base/messages.h"
 #include "platform/platform.h"
+#include "setup/settings.h"
 #include "ui/item_value.h"
 #include "ui/macro_file.h"
 #include "ui/macro_line.h"
@@ -49,7 +50,7 @@ void Append(const std::string& line, bool replaces = false) {
         Messages::Note(line.substr(0, MacroLine::ValueColumn) + " ## too long to be recorded ## ");
         return;
     }
-    const std::string text = line + "\n";
+    const std::string text = line + Setup::EndOfLine();
     int error = Files::WriteAt(State.File, State.Length, std::as_bytes(std::span(text)));
     State.LastStart = State.Length;
     State.LastTyped = nullptr;
@@ -132,7 +133,7 @@ void Chosen(int menu, int entry) {
 
 // The head is on the disk under the file's name once the old content is safe under another.
 int BeginFile(const std::string& file) {
-    const std::string head = MacroFile::HeadLine(MacroFile::MacroVersion) + "\n";
+    const std::string head = MacroFile::HeadLine(MacroFile::MacroVersion) + Setup::EndOfLine();
     Files::Replacement fresh;
     int error = fresh.Begin(file);
     if (error == 0) error = Files::WriteAt(fresh.Content, 0, std::as_bytes(std::span(head)));

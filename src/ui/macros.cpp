@@ -263,6 +263,10 @@ bool IsPlaying() {
     return std::ranges::any_of(State.Files, [](const auto& each) { return !each->Ended; });
 }
 
+bool IsWaiting() {
+    return !State.Files.empty() && !IsPlaying();
+}
+
 void StopMacro() {
     if (!IsPlaying()) return;
     for (const auto& each : State.Files) each->Ended = true;

@@ -31,6 +31,8 @@ bool ExecuteMacroLine(std::string_view text, bool silent = false);
 // Begins to play a file. False after the reason was said; also for one that is being played already.
 bool StartMacro(const std::string& file);
 [[nodiscard]] bool IsPlaying();
+// All lines are read, but what the last one does goes on, such as a dialog that has to be answered.
+[[nodiscard]] bool IsWaiting();
 // Ends all that play: "Macros playback aborted."
 void StopMacro();
 // One line, of the idle step. False when nothing plays, or it has to wait.

@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "base/messages.h"
 #include "base/number_text.h"
+#include "base/text.h"
 #include "setup/settings.h"
 #include "ui/dialog.h"
 #include "ui/theme.h"
@@ -20,7 +21,7 @@ using Dialogs::DialogRecord;
 enum Items : std::uint8_t { TextItem = 1, ItemTotal = 1 };
 
 constexpr std::int64_t MergeBytesMost = 100'000'000;
-constexpr std::size_t LineBytesMost = 100'000; // of one line: a text without line ends does not grow on
+constexpr std::size_t LineBytesMost = 100'000;                        // of one line
 constexpr double PageWidth = 794, PageHeight = 1123, PageMargin = 57; // A4 in pixels
 
 struct BufferState {
@@ -140,20 +141,32 @@ std::string ForFile(std::string_view text) {
     return out;
 }
 
-// All three kinds of line ends become "\n"; other control characters but the tabulator become blanks.
-std::string FromFile(std::string_view bytes) {
+void AddLine(std::string_view line, std::size_t& column, std::string& out) {
+    for (const char c : line) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool insideCharacter = (byte & 0xC0u) == 0x80u;
+        if (column >= LineBytesMost && !insideCharacter) {
+            out += '\n';
+            column = 0;
+        }
+        out += byte < 32 && c != '\t' ? ' ' : c;
+        ++column;
+    }
+}
+
+// Any bytes as the notebook has them: all three kinds of line ends become "\n", a line that is no UTF-8 is
+// taken for Latin-1, control characters but the tabulator become blanks, and what is too long for a line goes
+// on in the next one. column: bytes that stand ahead of the first line.
+std::string AsLines(std::string_view bytes, std::size_t column = 0) {
     std::string out;
     out.reserve(bytes.size());
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const char c = bytes[i];
-        if (c == '\r') {
-            out += '\n';
-            if (i + 1 < bytes.size() && bytes[i + 1] == '\n') ++i;
-        } else if (static_cast<unsigned char>(c) < 32 && c != '\n' && c != '\t') {
-            out += ' ';
-        } else {
-            out += c;
-        }
+    while (!bytes.empty()) {
+        const std::size_t end = bytes.find_first_of("\r\n");
+        AddLine(Texts::Utf8(bytes.substr(0, end)), column, out);
+        if (end == std::string_view::npos) break;
+        out += '\n';
+        column = 0;
+        bytes.remove_prefix(end + (bytes.substr(end).starts_with("\r\n") ? 2 : 1));
     }
     return out;
 }
@@ -174,11 +187,13 @@ bool AskNumber(const std::string& question, std::int64_t least, std::int64_t mos
     return true;
 }
 
-// A page of lines in the notebook's font.
+// Pages of lines in the notebook's font; a line that is wider than the page goes on in the next one.
 std::vector<Platform::Drawing> Pages(std::string_view text) {
     const Platform::Font font = Themes::FontOf(1, 9, 0);
     const double line = font.Size * 1.35;
     const auto perPage = static_cast<int>((PageHeight - 2 * PageMargin - 30) / line);
+    const double letter = std::max(1.0, Platform::Ops().MeasureText(font, "0").Width);
+    const auto perLine = static_cast<std::size_t>((PageWidth - 2 * PageMargin) / letter);
     const Platform::Color black{0, 0, 0, 255};
     std::vector<Platform::Drawing> pages;
     int onPage = 0;
@@ -188,11 +203,13 @@ std::vector<Platform::Drawing> Pages(std::string_view text) {
             onPage = 0;
         }
         const std::size_t end = text.find('\n');
-        const std::string_view one = text.substr(0, end);
+        const std::string_view whole = text.substr(0, end);
+        const std::string one = Texts::CutUtf8(whole, perLine);
         const double top = PageMargin + onPage * line;
         pages.back().Text({PageMargin, top, PageWidth - 2 * PageMargin, line}, one, font, black);
         ++onPage;
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        const bool goesOn = !one.empty() && one.size() < whole.size();
+        text.remove_prefix(goesOn ? one.size() : std::min(whole.size() + 1, text.size()));
     }
     for (std::size_t i = 0; i < pages.size(); ++i)
         pages[i].Text({PageMargin, PageHeight - PageMargin - 12, PageWidth - 2 * PageMargin, line},
@@ -238,8 +255,7 @@ void Show() {
 
 void WriteString(std::string_view text) {
     const std::size_t lineStart = Book.Text.find_last_of('\n') + 1;
-    const std::size_t room = LineBytesMost - std::min(LineBytesMost, Book.Text.size() - lineStart);
-    Put(FromFile(text.substr(0, room)));
+    Put(AsLines(text, Book.Text.size() - lineStart));
 }
 
 void WriteLine(std::string_view text) {
@@ -328,7 +344,7 @@ bool MergeFile(const std::string& file) {
         Messages::Alert("Merge failed: \"" + file + "\": " + Files::ErrorText(error));
         return false;
     }
-    std::string text = "Merged file: " + BaseName(file) + "\n" + FromFile(content);
+    std::string text = "Merged file: " + BaseName(file) + "\n" + AsLines(content);
     if (!text.ends_with('\n')) text += '\n';
     Put(text);
     Flush();

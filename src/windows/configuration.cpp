@@ -11,6 +11,7 @@
 
 #include <array>
 #include <iterator>
+#include <vector>
 
 namespace Configuration {
 
@@ -41,12 +42,12 @@ enum ExportBytes : std::uint8_t {
     TitlesByte,
     TreeUnitsByte
 };
-constexpr std::uint8_t TreeBit = 1, UnitsBit = 2;
+constexpr unsigned TreeBit = 1, UnitsBit = 2;
 
 struct ConfigurationState {
     DialogRecord Dialog;
-    Setup::FitParams Before;   // what Cancel brings back
-    std::uint8_t LoggedTo = 0; // the logbook's present target
+    std::vector<double> Before; // values of the items, by their numbers: what Cancel brings back
+    std::uint8_t LoggedTo = 0;  // the logbook's present target
     bool IncludeTree = false, IncludeUnits = false;
 };
 ConfigurationState State;
@@ -69,8 +70,10 @@ void TargetChanged(DialogRecord&, int) {
 }
 
 void LastByteChanged(DialogRecord&, int) {
-    Params().SGExport[TreeUnitsByte] =
-        static_cast<std::uint8_t>((State.IncludeTree ? TreeBit : 0) | (State.IncludeUnits ? UnitsBit : 0));
+    std::uint8_t& byte = Params().SGExport[TreeUnitsByte];
+    const unsigned others = byte & ~(TreeBit | UnitsBit);
+    byte = static_cast<std::uint8_t>(others | (State.IncludeTree ? TreeBit : 0u) |
+                                     (State.IncludeUnits ? UnitsBit : 0u));
 }
 
 void TakeLastByte() {
@@ -82,9 +85,20 @@ void Done(DialogRecord& dialog, int) {
     Dialogs::CloseDialog(dialog);
 }
 
+void KeepValues() {
+    State.Before.assign(1, 0);
+    for (int number = 1; number <= State.Dialog.ItemCount; ++number)
+        State.Before.push_back(Dialogs::NumberOf(Dialogs::Item(State.Dialog, number)));
+}
+
+// Only what stands in this dialog: what the tools have changed beside it stays.
 void Cancel(DialogRecord& dialog, int) {
     Editing::Cancel();
-    Params() = State.Before;
+    for (std::size_t number = 1; number < State.Before.size(); ++number) {
+        Dialogs::DialogItem& item = Dialogs::Item(dialog, static_cast<int>(number));
+        if (item.ValuePointer != nullptr) Dialogs::SetNumber(item, State.Before[number]);
+    }
+    LastByteChanged(dialog, 0);
     TargetChanged(dialog, 0);
     Dialogs::CloseDialog(dialog);
 }
@@ -782,11 +796,14 @@ bool Initialise() {
 }
 
 bool Show() {
-    if (!State.Dialog.IsOpen) State.Before = Params();
+    const bool wasOpen = State.Dialog.IsOpen;
     State.LoggedTo = Params().LogTarget;
     TakeLastByte();
     if (State.Dialog.CurrentPage == 0) State.Dialog.CurrentPage = GeneralPage;
-    if (Dialogs::OpenDialog(State.Dialog)) return true;
+    if (Dialogs::OpenDialog(State.Dialog)) {
+        if (!wasOpen) KeepValues();
+        return true;
+    }
     Messages::Alert("Qorvanite Configuration: BringToFront failed");
     return false;
 }

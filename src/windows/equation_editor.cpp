@@ -298,7 +298,7 @@ void StringRows(DialogRecord& dialog, void (*apply)(DialogRecord&, std::span<con
 void Define(DialogRecord& dialog) {
     Dialogs::DefineRows(dialog, Rows);
     StringRows(dialog, Dialogs::DefineRows);
-    for (const int number : {static_cast<int>(TotalH), static_cast<int>(Total)})
+    for (int number = XH; number <= Total; ++number)
         Dialogs::Item(dialog, number).Visible = State.Task.Ranged;
     if (State.Task.Ranged) return;
     // One row: what stands below the rows moves up.

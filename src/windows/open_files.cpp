@@ -89,7 +89,7 @@ const Dialogs::Row Rows[] = {
      .TextLength = 259},
     {.Number = GetFile,
      .Kind = ItemKind::Button,
-     .Name = "GetFile",
+     .Name = "Get File",
      .Text = "Get File",
      .At = {386, 46, 90, 26},
      .Proc = FindFile,
@@ -182,7 +182,7 @@ bool Show() {
                                           .Define = Define,
                                           .Configure = Configure};
     if (!State.Dialog.Items && !Dialogs::SetupDialogBuffer(State.Dialog, Spec)) return false;
-    State.FileName = Setup::Settings.Files.DataFile;
+    if (!State.Dialog.IsOpen) State.FileName = Setup::Settings.Files.DataFile;
     return Dialogs::OpenDialog(State.Dialog);
 }
 

@@ -9,10 +9,13 @@
 #include "support/fixtures.h"
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
+#include "ui/editing.h"
 #include "ui/item_value.h"
+#include "ui/macros.h"
 #include "ui/menus.h"
 #include "ui/notebook.h"
 #include "windows/data_files.h"
+#include "windows/equation_editor.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -125,7 +128,7 @@ TEST_F(DesktopTest, ComesUpWithItsWindowsAndGoesDownWithoutAQuestion) {
 }
 
 TEST_F(DesktopTest, EveryItemOfEveryWindowHasATipAndFitsIntoIt) {
-    ASSERT_TRUE(Start({.DataFile = Copy("plain.dat")}));
+    ASSERT_TRUE(Start({.DataFile = Copy("bigtree.dat")}));
     for (const char* const window : {"Configuration", "Equation Editor"}) Choose("Windows", window);
     Choose("File", "Open...");
     Dialogs::ConfigureItem(Dialog("Control"), 1);
@@ -182,75 +185,139 @@ TEST_F(DesktopTest, OpensInEachModeAndSaysSo) {
 }
 
 TEST_F(DesktopTest, SettingsAreEditedCancelledAndSaved) {
+    Setup::FitParams& params = Setup::Settings.FitParams;
     ASSERT_TRUE(Start());
+    params.SGExport[10] = 0x82; // a bit that the dialog does not know
     Choose("Windows", "Configuration");
     Click("Configuration", "PaneTraceFit");
     Enter("Configuration", "SweepEpsilon", "1u");
-    EXPECT_EQ(Setup::Settings.FitParams.Sweep.Epsilon, 1E-6);
+    EXPECT_EQ(params.Sweep.Epsilon, 1E-6);
     Enter("Configuration", "SweepDisplayUpdate", "-5"); // the nearest bound
-    EXPECT_EQ(Setup::Settings.FitParams.Sweep.DisplayUpdate, 0);
+    EXPECT_EQ(params.Sweep.DisplayUpdate, 0);
     Click("Configuration", "LinLeakOn");
-    EXPECT_TRUE(Setup::Settings.FitParams.LinLeakOn);
     Screen().Answers = {6};
     Click("Configuration", "FitZoom");
-    EXPECT_EQ(Setup::Settings.FitParams.FitZoom, 5);
     Click("Configuration", "PaneExport");
+    Click("Configuration", "ScrapTree");
     Click("Configuration", "ScrapUnits");
-    EXPECT_EQ(Setup::Settings.FitParams.SGExport[10], 2);
+    EXPECT_EQ(params.SGExport[10], 0x81);
     Click("Configuration", "Save");
+    params.SweepFitType = 5; // a tool's, meanwhile
     Click("Configuration", "Cancel");
-    EXPECT_EQ(Setup::Settings.FitParams.Sweep.Epsilon, 1E-8);
-    EXPECT_FALSE(Setup::Settings.FitParams.LinLeakOn);
-    EXPECT_EQ(Setup::Settings.FitParams.SGExport[10], 0);
+    EXPECT_EQ(params.Sweep.Epsilon, 1E-8);
+    EXPECT_FALSE(params.LinLeakOn);
+    EXPECT_EQ(params.SGExport[10], 0x82);
+    EXPECT_EQ(params.SweepFitType, 5);
     ASSERT_TRUE(Setup::LoadConfiguration(Setup::State.SettingsFile));
-    EXPECT_EQ(Setup::Settings.FitParams.Sweep.Epsilon, 1E-6);
-    EXPECT_EQ(Setup::Settings.FitParams.FitZoom, 5);
+    EXPECT_EQ(params.Sweep.Epsilon, 1E-6);
+    EXPECT_TRUE(params.LinLeakOn);
+    EXPECT_EQ(params.FitZoom, 5);
 }
 
 TEST_F(DesktopTest, TheEquationEditorShowsWhereAnErrorIsAndStoresWhatIsRight) {
     ASSERT_TRUE(Start());
     Enter("Control", "Value-1", "2.5m");
-    EXPECT_EQ(*Setup::ValueOf(1), 2.5E-3);
     Choose("Windows", "Equation Editor");
     Enter("EquationEditor", "String0", "v[1]+x*");
     Dialogs::DialogRecord& editor = Dialog("EquationEditor");
-    const int error = Dialogs::FindItem(editor, "Error");
-    EXPECT_TRUE(Dialogs::IsVisible(editor, error));
-    EXPECT_EQ(Dialogs::Item(editor, error).ItemText, "Error parsing at pos. 7");
+    const auto item = [&](const char* name) { return Dialogs::FindItem(editor, name); };
+    EXPECT_TRUE(Dialogs::IsVisible(editor, item("Error")));
+    EXPECT_EQ(Dialogs::Item(editor, item("Error")).ItemText, "Error parsing at pos. 7");
     Click("EquationEditor", "Done");
     EXPECT_TRUE(editor.IsOpen);
+    // Closed with the wrong text, it comes up anew.
+    Enter("EquationEditor", "String0", "v[1]+*");
+    Headless::Notify(editor.WindowHandle, Platform::CloseRequested);
+    Settle();
+    EXPECT_FALSE(editor.IsOpen || Editing::IsUnderWay());
+    Choose("Windows", "Equation Editor");
     Enter("EquationEditor", "String0", "v[1]+x");
     Enter("EquationEditor", "String1", "1");
     Enter("EquationEditor", "String2", "7");
-    EXPECT_FALSE(Dialogs::IsVisible(editor, error));
-    Enter("EquationEditor", "X", "2");
-    EXPECT_EQ(Dialogs::NumberOf(Dialogs::Item(editor, Dialogs::FindItem(editor, "TotResult"))), 7);
-    Enter("EquationEditor", "X", "1");
-    EXPECT_EQ(Dialogs::NumberOf(Dialogs::Item(editor, Dialogs::FindItem(editor, "TotResult"))), 1.0025);
+    EXPECT_FALSE(Dialogs::IsVisible(editor, item("Error")));
+    for (const auto& [x, total] : {std::pair{"2", 7.0}, {"1", 1.0025}}) {
+        Enter("EquationEditor", "X", x);
+        EXPECT_EQ(Dialogs::NumberOf(Dialogs::Item(editor, item("TotResult"))), total);
+    }
     Click("EquationEditor", "Done");
     EXPECT_FALSE(editor.IsOpen);
     EXPECT_NE(Notebook::Text().find("v[1]+x {1} 7 = 1.00250000"), std::string::npos) << Notebook::Text();
 }
 
+TEST_F(DesktopTest, AnEditorOfOneRowGivesBackWhatWasThereOrStoresAtDone) {
+    ASSERT_TRUE(Start());
+    std::string text = "1+1";
+    double value = 5;
+    ASSERT_TRUE(
+        EquationEditor::Open({.Text = &text, .Value = &value, .Words = {}, .Done = {}, .Ranged = false}));
+    for (const char* const name : {"X", "TotResult", "String1"}) {
+        const int number = Dialogs::FindItem(Dialog("EquationEditor"), name);
+        EXPECT_FALSE(Dialogs::IsVisible(Dialog("EquationEditor"), number)) << name;
+    }
+    Enter("EquationEditor", "String0", "3*4");
+    Click("EquationEditor", "Undo");
+    Click("EquationEditor", "Cancel");
+    EXPECT_EQ(text, "1+1");
+    EXPECT_EQ(value, 5);
+    ASSERT_TRUE(
+        EquationEditor::Open({.Text = &text, .Value = &value, .Words = {}, .Done = {}, .Ranged = false}));
+    Enter("EquationEditor", "String0", "3*4");
+    Click("EquationEditor", "Done");
+    EXPECT_EQ(text, "3*4");
+    EXPECT_EQ(value, 12);
+}
+
 TEST_F(DesktopTest, QuittingAsksForWhatIsNotStored) {
-    ASSERT_TRUE(Start({.DataFile = Copy("plain.dat")}));
+    ASSERT_TRUE(Start({.DataFile = Copy("bigtree.dat")}));
     Notebook::WriteLine("worth keeping");
-    Screen().Answers = {2}; // Cancel
-    Choose("Qorvanite", "Quit");
-    EXPECT_FALSE(Desktop::QuitFlag);
+    Setup::Settings.Program.VerifyExit = true;
+    Screen().Answers = {1};
+    Choose("File", "Quit");
+    EXPECT_TRUE(Was("Quit Qorvanite ?"));
+    Screen().Answers = {0, 2}; // Cancel
+    Choose("File", "Quit");
     EXPECT_TRUE(Was("Quitting Qorvanite \n\nSave Modified Text ?"));
+    EXPECT_TRUE(DataFiles::IsOpen());
+    Setup::Settings.Program.VerifyExit = false;
     Screen().Answers = {0, 1}; // Yes, but no file is named; then: not anyway
-    Choose("Qorvanite", "Quit");
-    EXPECT_FALSE(Desktop::QuitFlag);
+    Choose("File", "Quit");
     EXPECT_TRUE(Was("An error occurred while saving files. QUIT anyway ?"));
+    EXPECT_FALSE(Desktop::QuitFlag);
     Screen().Answers = {0};
     Screen().Texts = {Folder.At("kept.txt")};
     Setup::Settings.Program.StoreOnExit = true;
     Setup::Settings.Files.Username = "Anna";
-    Choose("Qorvanite", "Quit");
+    EXPECT_TRUE(Macros::ExecuteMacroLine("@ File Quit"));
     EXPECT_TRUE(Desktop::QuitFlag);
     EXPECT_NE(Support::ReadWhole(Folder.At("kept.txt")).find("worth keeping"), std::string::npos);
     EXPECT_NE(Support::ReadWhole(Setup::State.SettingsFile).find("Username \"Anna\""), std::string::npos);
+}
+
+TEST_F(DesktopTest, AStartThatFailsLeavesTheArrangementOfTheWindows) {
+    const std::string frame = Folder.At("config/qorvanite/Qorvanite.frame");
+    std::filesystem::create_directories(Folder.At("config/qorvanite"));
+    Support::WriteWhole(frame, "QORVANITE-FRAME 1\nTHEME 2\nNOTEBOOKSIZE 20\n");
+    EXPECT_FALSE(Start({.SettingsFile = Folder.At("none.set")}));
+    Desktop::ShutDown();
+    EXPECT_NE(Support::ReadWhole(frame).find("NOTEBOOKSIZE 20"), std::string::npos);
+}
+
+TEST_F(DesktopTest, TheHelpKeyBelongsToAnItemThatHasIt) {
+    ASSERT_TRUE(Start());
+    const auto press = [] {
+        Headless::Key(Dialog("Control").WindowHandle, KeyCode::F1);
+        Settle();
+    };
+    EXPECT_TRUE(Macros::ExecuteMacroLine("Control \"OpenFile\" KEY F1"));
+    press();
+    EXPECT_TRUE(Dialog("OpenFiles").IsOpen);
+    EXPECT_EQ(Dialogs::FindDialog("Help"), nullptr);
+    Enter("OpenFiles", "File", "typed.dat");
+    Choose("File", "Open..."); // comes to the front with what was typed
+    EXPECT_NE(Headless::ShownTexts(Dialog("OpenFiles").WindowHandle).find("typed.dat"), std::string::npos);
+    EXPECT_TRUE(Macros::ExecuteMacroLine("Control \"OpenFile\" KEY F2"));
+    press();
+    EXPECT_TRUE(Dialog("Help").IsOpen);
 }
 
 TEST_F(DesktopTest, SwitchFilesBesideTheProgramCount) {

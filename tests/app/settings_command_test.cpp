@@ -48,26 +48,19 @@ TEST(SettingsCommand, RefusalsSayWhatIsWantedAndWriteNothing) {
         const char* Errors;
     } cases[] = {
         {"=3", 2, "\"=3\" names no setting"},
-        {"NoKey", 1, "There is no setting \"NoKey\"."},
         {"UseBundle=FALSE NoKey=1", 1, "There is no setting \"NoKey\"."},
         {"UseBundle=FALSE OsciLeft=x", 1, "OsciLeft takes a whole number of its range."},
         {"fixedymin1=1", 1, "There is no setting \"fixedymin1\"."},
-        {"FixedYmin=1", 1, "There is no setting \"FixedYmin\"."},
         {"UseBundle=1", 1, "UseBundle takes TRUE or FALSE."},
         {"OsciLeft=40000", 1, "OsciLeft takes"},
-        {"OsciLeft=5,6", 1, "OsciLeft takes"},
-        {"OsciLeft=", 1, "OsciLeft takes"},
         {"LogTarget=4", 1, "LogTarget takes"},
         {"FitTrace=0", 1, "FitTrace takes"},
         {"ZapDur=nan", 1, "ZapDur takes a number of its range."},
         {"GridRGB=1,2", 1, "GridRGB takes three numbers"},
-        {"GridRGB=1,2,3,4", 1, "GridRGB takes three numbers"},
         {"SGExport=01", 1, "SGExport takes as many bytes as it has"},
-        {"SGExport=0x02030405060708090a0b", 1, "SGExport takes"},
         {"SweepXUnit=eightlong", 1, "SweepXUnit takes a text that fits."},
         {"\"Username=two\nOsciLeft 5\"", 1, "Username takes a text that fits."},
         {"FileOS=1", 1, "\"FileOS\" cannot be set by hand."},
-        {"FitVersion=9.20", 1, "\"FitVersion\" cannot be set by hand."},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.Words);

@@ -1,7 +1,9 @@
 // A dialog with items of all kinds, and menus, on the desktop in memory.
 #pragma once
 #include "platform/headless/headless.h"
+#include "setup/settings.h"
 #include "ui/dialog.h"
+#include "ui/dialog_events.h"
 #include "ui/events.h"
 #include "ui/item_value.h"
 #include "ui/macros.h"
@@ -13,36 +15,11 @@
 
 namespace Support {
 
-enum Items : int {
-    Go = 1,
-    On,
-    Low,
-    Middle,
-    Top,
-    Ticked,
-    Bits,
-    HexBits,
-    Name,
-    Tau,
-    Amplitude,
-    Count,
-    Mask,
-    Gain,
-    Toggle,
-    Level,
-    Place,
-    Remarks,
-    Mode,
-    Pair,
-    Graph,
-    FirstPage,
-    SecondPage,
-    Digits,
-    Behind,
-    Code,
-    Secret,
-    LastItem = Secret,
-};
+// The numbers of the items.
+inline constexpr int Go = 1, On = 2, Low = 3, Middle = 4, Top = 5, Ticked = 6, Bits = 7, HexBits = 8,
+                     Name = 9, Tau = 10, Amplitude = 11, Count = 12, Mask = 13, Gain = 14, Toggle = 15,
+                     Level = 16, Place = 17, Remarks = 18, Mode = 19, Pair = 20, Graph = 21, FirstPage = 22,
+                     SecondPage = 23, Digits = 24, Behind = 25, Code = 26, Secret = 27, LastItem = Secret;
 
 // What the items stand for. One desk at a time: the rows point here.
 struct DeskValues {
@@ -69,86 +46,64 @@ inline void Ran(Dialogs::DialogRecord&, int number) {
     if (number == Go && !Now.Started.empty()) (void)Macros::StartMacro(Now.Started);
 }
 
+inline Dialogs::Row DeskRow(int number, Dialogs::ItemKind kind, const char* name,
+                            Dialogs::ValueRef value = {}, Dialogs::NumberForm form = {}) {
+    return {.Number = number,
+            .Kind = kind,
+            .Name = name,
+            .At = {10.0 + 120 * (number % 3), 10.0 + 30 * (number / 3), 110, 20},
+            .Value = value,
+            .Form = form,
+            .Proc = Ran};
+}
+
 inline std::span<const Dialogs::Row> DeskRows() {
     using enum Dialogs::ItemKind;
     using NumberText::Format;
     static const char* const modes[] = {"Fit", "(Hold", "Off", "Off; for good"};
-    static const std::array<Dialogs::Row, LastItem> rows = {{
-        {.Number = Go, .Kind = Button, .Name = "Go", .Text = "Go", .At = {10, 10, 80, 20}, .Proc = Ran},
-        {.Number = On, .Kind = Switch, .Name = "On", .At = {10, 40, 80, 20}, .Value = &Now.On, .Proc = Ran},
-        {.Number = Low, .Kind = RadioButton, .Name = "Low", .At = {10, 70, 80, 20}, .Value = &Now.Low},
-        {.Number = Middle,
-         .Kind = RadioButton,
-         .Name = "Middle",
-         .At = {90, 70, 80, 20},
-         .Value = &Now.Middle},
-        {.Number = Top, .Kind = RadioButton, .Name = "Top", .At = {170, 70, 80, 20}, .Value = &Now.Top},
-        {.Number = Ticked, .Kind = CheckBox, .Name = "Check Box", .Value = &Now.Check},
-        {.Number = Bits, .Kind = MultiCheck, .Name = "Bits", .Value = &Now.Bits},
-        {.Number = HexBits,
-         .Kind = MultiCheck,
-         .Name = "HexBits",
-         .Value = &Now.HexBits,
-         .Form = {.Format = Format::Hexadecimal}},
-        {.Number = Name, .Kind = FramedText, .Name = "Name", .Value = &Now.Name, .Proc = Ran},
-        {.Number = Tau,
-         .Kind = FramedNumber,
-         .Name = "Tau",
-         .At = {10, 100, 80, 20},
-         .Value = &Now.Tau,
-         .Form = {.Unit = "s", .Format = Format::Engineering, .Columns = 9},
-         .Proc = Ran},
-        {.Number = Amplitude,
-         .Kind = FramedNumber,
-         .Name = "Amplitude",
-         .Value = &Now.Amplitude,
-         .Form = {.Unit = " mV", .Digits = 2, .Low = -0.1, .High = 0.1, .Scale = 1e-3, .Strict = true},
-         .Proc = Ran},
-        {.Number = Count,
-         .Kind = FramedNumber,
-         .Name = "Count",
-         .Value = &Now.Count,
-         .Form = {.Format = Format::Integer, .Low = 0, .High = 100},
-         .Proc = Ran},
-        {.Number = Mask,
-         .Kind = FramedNumber,
-         .Name = "Mask",
-         .Value = &Now.Mask,
-         .Form = {.Format = Format::Hexadecimal}},
-        {.Number = Gain, .Kind = Drag, .Name = "Gain", .Value = &Now.Gain, .Form = {.Low = 0, .High = 10}},
-        {.Number = Toggle, .Kind = TrueFalse, .Name = "Toggle", .Value = &Now.Toggle},
-        {.Number = Level, .Kind = HighLow, .Name = "Level", .Value = &Now.Level},
-        {.Number = Place,
-         .Kind = Drag2,
-         .Name = "Place",
-         .Value = Dialogs::ValueRef(Dialogs::ValueKind::Real64)},
-        {.Number = Remarks,
-         .Kind = EditText,
-         .Name = "Remarks",
-         .At = {10, 130, 200, 60},
-         .Value = &Now.Remarks,
-         .TextLength = 400,
-         .Lines = true},
-        {.Number = Mode, .Kind = List, .Name = "Mode", .Value = &Now.Mode, .Entries = modes, .Proc = Ran},
-        {.Number = Pair, .Kind = List, .Name = "Pair", .Value = &Now.Pair, .Entries = modes},
-        {.Number = Graph, .Kind = User, .Name = "Graph", .Proc = Ran},
-        {.Number = FirstPage, .Kind = Pane, .Name = "First Page", .Page = 1},
-        {.Number = SecondPage, .Kind = Pane, .Name = "Second Page", .Page = 2},
-        {.Number = Digits, .Kind = Button, .Name = "300", .Proc = Ran},
-        {.Number = Behind, .Kind = Button, .Name = "say \"it's\"", .Proc = Ran, .Page = 2},
-        {.Number = Code,
-         .Kind = FramedNumber,
-         .Name = "Code",
-         .Value = &Now.Code,
-         .Form = {.Low = 0, .High = 200}},
-        {.Number = Secret, .Kind = EditText, .Name = "Secret", .Value = &Now.Secret, .Password = true},
-    }};
+    static const auto rows = [] {
+        std::array<Dialogs::Row, LastItem> made = {
+            DeskRow(Go, Button, "Go"),
+            DeskRow(On, Switch, "On", &Now.On),
+            DeskRow(Low, RadioButton, "Low", &Now.Low),
+            DeskRow(Middle, RadioButton, "Middle", &Now.Middle),
+            DeskRow(Top, RadioButton, "Top", &Now.Top),
+            DeskRow(Ticked, CheckBox, "Check Box", &Now.Check),
+            DeskRow(Bits, MultiCheck, "Bits", &Now.Bits),
+            DeskRow(HexBits, MultiCheck, "HexBits", &Now.HexBits, {.Format = Format::Hexadecimal}),
+            DeskRow(Name, FramedText, "Name", &Now.Name),
+            DeskRow(Tau, FramedNumber, "Tau", &Now.Tau,
+                    {.Unit = "s", .Format = Format::Engineering, .Columns = 9}),
+            DeskRow(Amplitude, FramedNumber, "Amplitude", &Now.Amplitude,
+                    {.Unit = " mV", .Digits = 2, .Low = -0.1, .High = 0.1, .Scale = 1e-3, .Strict = true}),
+            DeskRow(Count, FramedNumber, "Count", &Now.Count,
+                    {.Format = Format::Integer, .Low = 0, .High = 100}),
+            DeskRow(Mask, FramedNumber, "Mask", &Now.Mask, {.Format = Format::Hexadecimal}),
+            DeskRow(Gain, Drag, "Gain", &Now.Gain, {.Low = 0, .High = 10}),
+            DeskRow(Toggle, TrueFalse, "Toggle", &Now.Toggle),
+            DeskRow(Level, HighLow, "Level", &Now.Level),
+            DeskRow(Place, Drag2, "Place", Dialogs::ValueRef(Dialogs::ValueKind::Real64)),
+            DeskRow(Remarks, EditText, "Remarks", &Now.Remarks),
+            DeskRow(Mode, List, "Mode", &Now.Mode),
+            DeskRow(Pair, List, "Pair", &Now.Pair),
+            DeskRow(Graph, User, "Graph"),
+            DeskRow(FirstPage, Pane, "First Page"),
+            DeskRow(SecondPage, Pane, "Second Page"),
+            DeskRow(Digits, Button, "300"),
+            DeskRow(Behind, Button, "say \"it's\""),
+            DeskRow(Code, FramedNumber, "Code", &Now.Code, {.Low = 0, .High = 200}),
+            DeskRow(Secret, EditText, "Secret", &Now.Secret)};
+        made[Remarks - 1].TextLength = 400;
+        made[Remarks - 1].Lines = true;
+        made[Mode - 1].Entries = made[Pair - 1].Entries = modes;
+        made[FirstPage - 1].Page = 1;
+        made[SecondPage - 1].Page = made[Behind - 1].Page = 2;
+        made[Secret - 1].Password = true;
+        return made;
+    }();
     return rows;
 }
 
-inline void DefineDesk(Dialogs::DialogRecord& dialog) {
-    Dialogs::DefineRows(dialog, DeskRows());
-}
 inline void ConfigureDesk(Dialogs::DialogRecord& dialog) {
     Dialogs::ConfigureRows(dialog, DeskRows());
     Dialogs::Item(dialog, Pair).ListSecond = &Now.PairSecond;
@@ -159,20 +114,11 @@ inline bool TakeDeskKey(Dialogs::DialogRecord&, const Events::Event& event) {
     return event.Char != 'q';
 }
 
-inline void RunMenu() {
-    ++Now.MenuRuns;
-}
-inline void RunIndex(int index) {
-    Now.IndexRun = index;
-}
-inline bool MenuIsEnabled() {
-    return Now.MenuEnabled;
-}
-
 inline void MakeMenus() {
+    constexpr auto RunMenu = [] { ++Now.MenuRuns; };
     static const Menus::Row program[] = {{.Text = "Quit", .Shortcut = 'Q', .Proc = RunMenu}};
     static const Menus::Row edit[] = {
-        {.Text = "Undo", .Shortcut = 'Z', .Proc = RunMenu, .Enabled = MenuIsEnabled},
+        {.Text = "Undo", .Shortcut = 'Z', .Proc = RunMenu, .Enabled = [] { return Now.MenuEnabled; }},
         {},
         {.Text = "Find \"it\"", .Shortcut = 'F', .Proc = RunMenu},
         {.Text = "Unrecorded", .Proc = RunMenu, .Macro = false}};
@@ -181,7 +127,7 @@ inline void MakeMenus() {
     Menus::Add("Program", program);
     Menus::Add("Edit", edit);
     Menus::Add("File Format", formats, false);
-    Menus::AddEntry("File Format", "By index", 7, RunIndex);
+    Menus::AddEntry("File Format", "By index", 7, [](int index) { Now.IndexRun = index; });
     Menus::Install();
 }
 
@@ -190,19 +136,23 @@ public:
     // Layout files are asked for only where the test has made a folder for them.
     explicit MacroDesk(bool loadDia = false) {
         Now = {};
+        Setup::SetDefaults();
+        Setup::Settings.Export.LineEndMode = 2;
         Headless::Reset();
         Dialogs::UserLevel = 255;
         Ready = Events::Initialise();
         MakeMenus();
-        Ready = Ready && Dialogs::SetupDialogBuffer(
-                             Dialog, {.Title = "The Desk",
-                                      .IDName = "Desk",
-                                      .Count = LastItem,
-                                      .Place = {0, 0, 400, 300},
-                                      .LoadDia = loadDia,
-                                      .Define = DefineDesk,
-                                      .Configure = ConfigureDesk,
-                                      .Procs = {.KeyProc = TakeKey, .MacroKeyProc = TakeDeskKey}});
+        Ready =
+            Ready &&
+            Dialogs::SetupDialogBuffer(
+                Dialog, {.Title = "The Desk",
+                         .IDName = "Desk",
+                         .Count = LastItem,
+                         .Place = {0, 0, 400, 300},
+                         .LoadDia = loadDia,
+                         .Define = [](Dialogs::DialogRecord& made) { Dialogs::DefineRows(made, DeskRows()); },
+                         .Configure = ConfigureDesk,
+                         .Procs = {.KeyProc = TakeKey, .MacroKeyProc = TakeDeskKey}});
         Ready = Ready && Dialogs::OpenDialog(Dialog);
     }
     ~MacroDesk() {
@@ -215,6 +165,21 @@ public:
     MacroDesk(MacroDesk&&) = delete;
 
     Dialogs::DialogItem& Item(int number) { return Dialogs::Item(Dialog, number); }
+    static void TakeEvents() {
+        Events::Event event;
+        while (Events::GetNextEvent(event))
+            if (!Menus::HandleEvent(event)) (void)Dialogs::HandleEvent(event);
+    }
+    void Click(int number) {
+        const Platform::Area place = Item(number).ItemRect.Area();
+        Headless::Click(Dialog.WindowHandle, {place.Left + 5, place.Top + 5});
+        TakeEvents();
+    }
+    template <class Code>
+    void Key(Code code, std::uint32_t modifiers = 0) {
+        Headless::Key(Dialog.WindowHandle, static_cast<Platform::KeyCode>(code), modifiers);
+        TakeEvents();
+    }
 
     Dialogs::DialogRecord Dialog;
     bool Ready = false;

@@ -46,13 +46,24 @@ TEST_F(HelpTest, SectionsAndTipsAreReadWithAnyLineEnd) {
     Dialogs::CloseDialog(*dialog);
     ASSERT_TRUE(Help::Show("two"));
     EXPECT_EQ(Dialogs::Item(*dialog, close).Tip, "shuts it"); // an opened dialog keeps it
-    // A search goes on through the other sections.
-    Dialogs::PressItem(*dialog, Dialogs::FindItem(*dialog, "Search"), {});
-    Headless::Type("text one");
-    Headless::Key(dialog->WindowHandle, Platform::KeyCode::Return);
+}
+
+TEST_F(HelpTest, ASearchGoesThroughAllSectionsAndRoundAgain) {
+    ASSERT_TRUE(Load("== One\na word, a Word\n== Two\nnothing\n== Three\nWORD\n"));
+    ASSERT_TRUE(Help::Show("two"));
+    ASSERT_TRUE(Help::Show("no such title"));
+    Dialogs::DialogRecord& dialog = *Dialogs::FindDialog("Help");
+    const auto title = [&] { return Dialogs::Item(dialog, Dialogs::FindItem(dialog, "Title")).ItemText; };
+    EXPECT_EQ(title(), "One"); // the first one where there is none of the title
+    Dialogs::PressItem(dialog, Dialogs::FindItem(dialog, "Search"), {});
+    Headless::Type("word");
+    Headless::Key(dialog.WindowHandle, Platform::KeyCode::Return);
     Events::Event event;
     while (Events::GetNextEvent(event)) Dialogs::HandleEvent(event);
-    EXPECT_EQ(Dialogs::Item(*dialog, Dialogs::FindItem(*dialog, "Title")).ItemText, "One");
+    for (const char* const want : {"One", "Three", "One", "One", "Three"}) {
+        Dialogs::PressItem(dialog, Dialogs::FindItem(dialog, "FindNext"), {});
+        EXPECT_EQ(title(), want);
+    }
 }
 
 TEST_F(HelpTest, WhatCannotBeReadIsSaidAndLeavesTheHelpThatWasThere) {

@@ -4,27 +4,14 @@
 #include "support/failing_files.h"
 #include "support/macro_desk.h"
 #include "support/temp_folder.h"
-#include "ui/dialog_events.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using Support::MacroDesk;
-using Support::Now;
-using namespace Support; // the items' numbers
+using namespace Support; // the desk, and the numbers of its items
 
 constexpr const char* Head = "MACRO-FILE          1\n";
-
-void TakeEvents() {
-    Events::Event event;
-    while (Events::GetNextEvent(event))
-        if (!Menus::HandleEvent(event)) (void)Dialogs::HandleEvent(event);
-}
-
-void Press(MacroDesk& desk, int number) {
-    Dialogs::PressItem(desk.Dialog, number, {.Source = Dialogs::Source::Mouse});
-}
 
 class MacroRecorder : public testing::Test {
 protected:
@@ -32,12 +19,10 @@ protected:
         Macros::StopRecording();
         Macros::ProtocolRuns = nullptr;
     }
-    // The lines behind the head; they are in the file already.
-    [[nodiscard]] std::string Lines() const {
-        const std::string content = Support::ReadWhole(File);
-        EXPECT_EQ(content.substr(0, std::string(Head).size()), Head);
-        return content.substr(std::min(content.size(), std::string(Head).size()));
-    }
+    void Press(int number) { Dialogs::PressItem(Desk.Dialog, number, {.Source = Dialogs::Source::Mouse}); }
+    void Enter(int number) { Dialogs::Activate(Desk.Dialog, number, {.Source = Dialogs::Source::Key}); }
+    // The lines behind the head, which are in the file at once.
+    void ExpectLines(const std::string& lines) const { EXPECT_EQ(Support::ReadWhole(File), Head + lines); }
 
     MacroDesk Desk;
     Support::TempFolder Folder;
@@ -46,39 +31,35 @@ protected:
 
 TEST_F(MacroRecorder, WhatAHandDoesIsInTheFileAtOnce) {
     ASSERT_TRUE(Macros::StartRecording(File));
-    EXPECT_EQ(Lines(), "");
-    Headless::Click(Desk.Dialog.WindowHandle, {20, 110});
-    TakeEvents();
+    ExpectLines("");
+    Desk.Click(Tau);
     Headless::Type("2.5m");
-    Headless::Key(Desk.Dialog.WindowHandle, Platform::KeyCode::Return);
-    TakeEvents();
-    EXPECT_EQ(Lines(), "  Desk             Tau                       2.5000000ms\n");
-    Headless::Click(Desk.Dialog.WindowHandle, {20, 50});
-    TakeEvents();
-    Headless::Click(Desk.Dialog.WindowHandle, {180, 80});
-    Headless::Key(Desk.Dialog.WindowHandle,
-                  static_cast<Platform::KeyCode>(static_cast<int>(Platform::KeyCode::F1) + 4), 2);
-    Headless::Notify(Platform::FrameWindow, Platform::MenuChosen, 2, 1);
-    Headless::Notify(Platform::FrameWindow, Platform::MenuChosen, 2, 4); // not to be recorded
-    Headless::Notify(Platform::FrameWindow, Platform::MenuChosen, 1, 1); // the program's own
-    TakeEvents();
+    Desk.Key(Platform::KeyCode::Return);
+    ExpectLines("  Desk             Tau                       2.5000000ms\n");
+    Desk.Click(On);
+    Desk.Click(Top);
+    Desk.Key(static_cast<int>(Platform::KeyCode::F1) + 4, 2);
+    for (const auto& [menu, entry] :
+         {std::pair{2u, 1u}, {2u, 4u}, {1u, 1u}}) // the last two not to be recorded
+        Headless::Notify(Platform::FrameWindow, Platform::MenuChosen, menu, entry);
+    Desk.TakeEvents();
     Macros::RecordKey(Desk.Dialog, On, false); // none yet
     Dialogs::AssignKey(Desk.Dialog, Go, {.Class = Events::KeyClass::Printable, .Char = 'g'});
     Macros::RecordKey(Desk.Dialog, Go, false);
     Macros::StopRecording();
-    Press(Desk, Go);
-    EXPECT_EQ(Lines(), "  Desk             Tau                       2.5000000ms\n"
-                       "  Desk             On                         TRUE\n"
-                       "  Desk             Top                        TRUE\n"
-                       "  Desk             Key F5 shift\n"
-                       "  @  Edit          \"Undo\"\n"
-                       "  Desk             Go                       Key Char  \"g\"\n");
+    Press(Go);
+    ExpectLines("  Desk             Tau                       2.5000000ms\n"
+                "  Desk             On                         TRUE\n"
+                "  Desk             Top                        TRUE\n"
+                "  Desk             Key F5 shift\n"
+                "  @  Edit          \"Undo\"\n"
+                "  Desk             Go                       Key Char  \"g\"\n");
 }
 
 TEST_F(MacroRecorder, APlayedRecordingLeavesTheSameValues) {
+    Setup::Settings.Export.LineEndMode = 0; // files end their lines as the settings say
     ASSERT_TRUE(Macros::StartRecording(File));
-    for (const int number : {On, Middle, Ticked, Toggle, Level, Mode, Pair, SecondPage, Digits})
-        Press(Desk, number);
+    for (const int number : {On, Middle, Ticked, Toggle, Level, Mode, Pair, SecondPage}) Press(number);
     for (const auto& [number, text] : {std::pair{Name, "it's; \"so\" "},
                                        {Tau, "1.2345678901234m"},
                                        {Amplitude, "33.3"},
@@ -86,28 +67,21 @@ TEST_F(MacroRecorder, APlayedRecordingLeavesTheSameValues) {
                                        {Mask, "7FFF"},
                                        {Code, "9"}}) {
         ASSERT_TRUE(Dialogs::EnterText(Desk.Item(number), text)) << number;
-        Dialogs::Activate(Desk.Dialog, number, {.Source = Dialogs::Source::Key});
+        Enter(number);
     }
     Macros::StopRecording();
-    const Support::DeskValues byHand = Now;
-    EXPECT_EQ(Desk.Dialog.CurrentPage, 2);
+    EXPECT_EQ(Support::ReadWhole(File).find('\n'), std::string::npos);
+    const auto values = [&] {
+        return std::tuple(Now.On, Now.Low, Now.Middle, Now.Check, Now.Toggle, Now.Level, Now.Mode, Now.Pair,
+                          Now.Name, Now.Tau, Now.Amplitude, Now.Count, Now.Mask, Now.Code,
+                          Desk.Dialog.CurrentPage);
+    };
+    const auto byHand = values();
     Now = {};
     Dialogs::SelectPage(Desk.Dialog, 0);
     ASSERT_TRUE(Macros::StartMacro(File));
     Macros::RunToEnd();
-    EXPECT_EQ(Now.On, byHand.On);
-    EXPECT_TRUE(Now.Middle && !Now.Low);
-    EXPECT_EQ(Now.Check, byHand.Check);
-    EXPECT_EQ(Now.Toggle, byHand.Toggle);
-    EXPECT_EQ(Now.Level, byHand.Level);
-    EXPECT_EQ(Now.Mode, byHand.Mode);
-    EXPECT_EQ(Now.Pair, byHand.Pair);
-    EXPECT_EQ(Now.Name, byHand.Name);
-    EXPECT_EQ(Now.Tau, byHand.Tau);
-    EXPECT_EQ(Now.Amplitude, byHand.Amplitude);
-    EXPECT_EQ(Now.Count, byHand.Count);
-    EXPECT_EQ(Now.Mask, byHand.Mask);
-    EXPECT_EQ(Now.Code, byHand.Code);
+    EXPECT_TRUE(values() == byHand);
     EXPECT_EQ(Desk.Dialog.CurrentPage, 2);
 }
 
@@ -123,22 +97,22 @@ TEST_F(MacroRecorder, OnlyWhatIsMeantIsRecorded) {
         return Now.Tau > 1;
     };
     ASSERT_TRUE(Macros::StartRecording(File));
-    Press(Desk, On);
-    Press(Desk, Graph);
+    Press(On);
+    Press(Graph);
     Now.Secret = "xyz";
-    Dialogs::Activate(Desk.Dialog, Secret, {.Source = Dialogs::Source::Key});
-    Dialogs::Activate(Desk.Dialog, Tau, {.Source = Dialogs::Source::Key});
+    Enter(Secret);
+    Enter(Tau);
     Now.Tau = 2;
-    Dialogs::Activate(Desk.Dialog, Tau, {.Source = Dialogs::Source::Key});
+    Enter(Tau);
     for (const char* const typed : {"a", "ab", "a"}) { // a text with lines has one line
         Now.Remarks = typed;
-        Dialogs::Activate(Desk.Dialog, Remarks, {.Source = Dialogs::Source::Key});
+        Enter(Remarks);
     }
-    EXPECT_EQ(Lines(), "  Desk             Graph\n"
-                       "  Desk             \"Check Box\"                TRUE\n"
-                       "  Desk             Tau                      own\n"
-                       "  Desk             Remarks                  \"a\"\n");
-    EXPECT_EQ(Now.Toggle, true);
+    ExpectLines("  Desk             Graph\n"
+                "  Desk             \"Check Box\"                TRUE\n"
+                "  Desk             Tau                      own\n"
+                "  Desk             Remarks                  \"a\"\n");
+    EXPECT_TRUE(Now.Toggle);
 }
 
 TEST_F(MacroRecorder, PlayingAndRecordingKeepApart) {
@@ -146,9 +120,8 @@ TEST_F(MacroRecorder, PlayingAndRecordingKeepApart) {
     const std::string other = Folder.Write("b.mac", "MACRO-FILE 1\nDesk Count 1\n");
     ASSERT_TRUE(Macros::StartRecording(File));
     EXPECT_STREQ(Macros::RecordLabel(), "Stop Recording");
-    EXPECT_FALSE(Macros::StartRecording(other));
-    EXPECT_FALSE(Macros::ExecuteMacroLine("Desk Count 1"));
-    EXPECT_FALSE(Macros::StartMacro(other));
+    EXPECT_FALSE(Macros::StartRecording(other) || Macros::ExecuteMacroLine("Desk Count 1") ||
+                 Macros::StartMacro(other));
     const std::string refusal = " ## Cannot start macro interpreter while a macro is recording ## \n";
     EXPECT_EQ(said.Notes, refusal + refusal);
     EXPECT_EQ(Now.Count, 5);
@@ -160,43 +133,40 @@ TEST_F(MacroRecorder, PlayingAndRecordingKeepApart) {
     Macros::ProtocolRuns = [] { return true; };
     EXPECT_FALSE(Macros::StartRecording(File));
     EXPECT_NE(said.Alerts.find("Cannot record a macro while executing a protocol !"), std::string::npos);
-    EXPECT_EQ(Dialogs::ItemHooks.After, nullptr);
 }
 
 TEST_F(MacroRecorder, TheCommandAsksForItsFile) {
     const Messages::Recorder said;
     Macros::RecordMacros(); // turned away
     EXPECT_EQ(said.Notes, "Recording macros aborted. \n");
-    (void)Folder.Write("mine.mac", "before");
-    Headless::Desktop().Texts = {Folder.At("mine")};
+    (void)Folder.Write("a.mac", "before");
+    Headless::Desktop().Texts = {Folder.At("a")};
     Macros::RecordMacros();
-    EXPECT_TRUE(Macros::IsRecording());
-    Press(Desk, Go);
+    Press(Go);
     Macros::RecordMacros();
     EXPECT_FALSE(Macros::IsRecording());
-    EXPECT_EQ(Support::ReadWhole(Folder.At("mine.mac")), std::string(Head) + "  Desk             Go\n");
-    EXPECT_EQ(Support::ReadWhole(Folder.At("mine.mac.bak")), "before");
+    ExpectLines("  Desk             Go\n");
+    EXPECT_EQ(Support::ReadWhole(Folder.At("a.mac.bak")), "before");
 }
 
 TEST_F(MacroRecorder, AFileThatCannotBeWrittenEndsIt) {
     const Messages::Recorder said;
     EXPECT_FALSE(Macros::StartRecording(Folder.At("none/a.mac")));
-    EXPECT_FALSE(Macros::StartRecording(Folder.Path));
     EXPECT_FALSE(Macros::StartRecording("/dev/null")); // stays a device
     EXPECT_NE(said.Alerts.find("Recording macros aborted. "), std::string::npos);
     EXPECT_EQ(Folder.Count(), 0);
     ASSERT_TRUE(Macros::StartRecording(File));
-    Press(Desk, Go);
+    Press(Go);
     {
         const Support::FailingFiles disk;
         Support::TheDisk.Room = 10;
-        Press(Desk, Go);
+        Press(Go);
     }
     EXPECT_FALSE(Macros::IsRecording());
     EXPECT_NE(said.Alerts.find("'" + File + "':  "), std::string::npos) << said.Alerts;
     EXPECT_EQ(Dialogs::ItemHooks.After, nullptr);
-    EXPECT_EQ(Lines(), "  Desk             Go\n");
-    Press(Desk, Go);
+    Press(Go);
+    ExpectLines("  Desk             Go\n");
 }
 
 }

@@ -91,6 +91,32 @@ TEST_F(NotebookTest, SavesWithTheLineEndsOfTheSettingsAndMergesAllKinds) {
     EXPECT_EQ(Notebook::Lines(), 5);
 }
 
+TEST_F(NotebookTest, AnyBytesBecomeLinesOfALengthThatAWindowCanShow) {
+    Notebook::WriteString("ab");
+    Notebook::WriteString(std::string(99'997, 'x') + "\u20AC\u20ACy");
+    EXPECT_EQ(Notebook::Text(), "ab" + std::string(99'997, 'x') + "\u20AC\n\u20ACy"); // no character is cut
+    Notebook::Clear();
+    Support::WriteWhole(Folder.At("b"), std::string("\xB5m\0\t|\u00B5m\r", 9) + std::string(250'000, 'z'));
+    ASSERT_TRUE(Notebook::MergeFile(Folder.At("b")));
+    EXPECT_TRUE(Notebook::Text().starts_with("Merged file: b\n\u00B5m \t|\u00C2\u00B5m\nzz"))
+        << Notebook::Text();
+    EXPECT_EQ(Notebook::Lines(), 5);
+}
+
+TEST_F(NotebookTest, ALineThatIsWiderThanThePageIsPrintedWhole) {
+    const auto pages = [&](const std::string& text) {
+        Notebook::Clear();
+        Notebook::WriteString(text);
+        EXPECT_TRUE(Notebook::PrintTo("a.pdf"));
+        return std::stoi(Headless::Desktop().Said.back().substr(std::string("print: Notebook ").size()));
+    };
+    std::string lines;
+    for (int i = 0; i < 100; ++i) lines += "one\n";
+    EXPECT_EQ(pages("one"), 1);
+    EXPECT_EQ(pages(lines), 2);
+    EXPECT_GT(pages(std::string(20'000, 'x')), 2);
+}
+
 TEST_F(NotebookTest, AskingForAFileCanBeTurnedAwayAndClearCanBeTakenBack) {
     Notebook::WriteLine("kept");
     EXPECT_FALSE(Notebook::SaveAs());

@@ -1,6 +1,7 @@
 #include "platform/headless/headless.h"
 
 #include "base/files.h"
+#include "base/text.h"
 #include "platform/picture.h"
 
 #include <algorithm>
@@ -230,7 +231,10 @@ std::string TextBoxText(TextBoxId box) {
 }
 
 void SetTextBoxText(TextBoxId box, std::string_view text) {
-    if (TextBox* const found = FindBox(box)) found->Spec.Text = text;
+    TextBox* const found = FindBox(box);
+    if (found == nullptr) return;
+    found->Spec.Text = text;
+    found->SelectedFrom = found->SelectedCount = 0;
 }
 
 void AppendToTextBox(TextBoxId box, std::string_view text) {
@@ -263,8 +267,14 @@ void SelectInTextBox(TextBoxId box, int from, int count) {
 }
 
 bool FindInTextBox(TextBoxId box, std::string_view text) {
-    const TextBox* const found = FindBox(box);
-    return found != nullptr && found->Spec.Text.find(text) != std::string::npos;
+    TextBox* const found = FindBox(box);
+    if (found == nullptr || text.empty()) return false;
+    const auto from = static_cast<std::size_t>(found->SelectedFrom + found->SelectedCount);
+    const std::size_t at = Texts::UpperCase(found->Spec.Text).find(Texts::UpperCase(text), from);
+    if (at == std::string::npos) return false;
+    found->SelectedFrom = static_cast<int>(at);
+    found->SelectedCount = static_cast<int>(text.size());
+    return true;
 }
 
 bool EditTextBox(EditCommand command) {

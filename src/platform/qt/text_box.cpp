@@ -284,13 +284,7 @@ void SelectInTextBox(TextBoxId box, int from, int count) {
 
 bool FindInTextBox(TextBoxId box, std::string_view text) {
     LinesBox* const lines = AsLines(FindBox(box));
-    if (lines == nullptr || text.empty()) return false;
-    if (lines->find(Text(text))) return true;
-    const QTextCursor before = lines->textCursor();
-    lines->moveCursor(QTextCursor::Start);
-    if (lines->find(Text(text))) return true;
-    lines->setTextCursor(before);
-    return false;
+    return lines != nullptr && !text.empty() && lines->find(Text(text));
 }
 
 bool EditTextBox(Platform::EditCommand command) {
