@@ -13,12 +13,14 @@
 #include "windows/configuration.h"
 #include "windows/control_window.h"
 #include "windows/equation_editor.h"
+#include "windows/open_files.h"
 
 namespace Tools {
 
 namespace {
 
 bool LoadHelp() {
+    if (!Help::Initialise()) return false;
     const std::string file = Help::FindFile(Start::Program().ProgramName);
     if (file.empty()) {
         Messages::Log("There is no help file.");
@@ -52,6 +54,8 @@ constexpr Tool Order[] = {
     {"Initializing Notebook ...", Notebook::Initialise},
     {"Initializing Configuration ...", Configuration::Initialise},
     {"Initializing Control Window ...", ControlWindow::Initialise},
+    {nullptr, OpenFiles::Initialise},
+    {nullptr, EquationEditor::Initialise},
     {"Loading help file ...", LoadHelp},
     {"Initializing Menus ...", MakeMenus},
     {nullptr, RestorePlaces},

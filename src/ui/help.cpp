@@ -208,6 +208,19 @@ void Parse(std::string_view content) {
 
 }
 
+bool Initialise() {
+    static const Dialogs::DialogSpec Spec{.Title = "Help",
+                                          .IDName = "Help",
+                                          .BufferName = "Help",
+                                          .Count = ItemTotal,
+                                          .Place = {-1, -1, 820, 566},
+                                          .Least = {460, 260},
+                                          .Window = Platform::WindowKind::Floating,
+                                          .Define = Define,
+                                          .Configure = Configure};
+    return State.Dialog.Items || Dialogs::SetupDialogBuffer(State.Dialog, Spec);
+}
+
 bool Load(const std::string& file) {
     Messages::Log("Loading \"" + file + "\"");
     std::string content;
@@ -256,16 +269,7 @@ bool Show(std::string_view title) {
         Messages::Alert("HelpFile - file is empty.");
         return false;
     }
-    static const Dialogs::DialogSpec Spec{.Title = "Help",
-                                          .IDName = "Help",
-                                          .BufferName = "Help",
-                                          .Count = ItemTotal,
-                                          .Place = {-1, -1, 820, 566},
-                                          .Least = {460, 260},
-                                          .Window = Platform::WindowKind::Floating,
-                                          .Define = Define,
-                                          .Configure = Configure};
-    if (!State.Dialog.Items && !Dialogs::SetupDialogBuffer(State.Dialog, Spec)) return false;
+    if (!Initialise()) return false;
     State.Topic = 0;
     for (std::size_t i = 0; i < State.Sections.size(); ++i)
         if (Texts::SameFolded(State.Sections[i].Title, title)) State.Topic = static_cast<std::uint8_t>(i);

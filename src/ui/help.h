@@ -19,6 +19,8 @@ struct Section {
     std::string Text;
 };
 
+// Makes the dialog known, to macros and to the key file; Show does it as well.
+[[nodiscard]] bool Initialise();
 // Reads the file; the sections and tips of one that was read before go. False with the reason in the
 // notebook; the start goes on without help.
 [[nodiscard]] bool Load(const std::string& file);

@@ -9,6 +9,8 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace EquationEditor {
 
@@ -319,17 +321,11 @@ void Configure(DialogRecord& dialog) {
     Dialogs::SetItemText(dialog, PromptItem, State.Task.Prompt);
 }
 
-}
-
-bool Open(const Spec& spec) {
-    if (spec.Text == nullptr) return false;
+bool SetUp() {
+    const double height = State.Task.Ranged ? 422 : 422 - RowStep * (Strings - 1);
+    // The keys that the user has given belong to both sizes.
+    std::vector<Dialogs::UserKey> keys = std::move(State.Dialog.UserKeys);
     Dialogs::DisposeDialog(State.Dialog);
-    State.Task = spec;
-    State.TextBefore = *spec.Text;
-    State.ValueBefore = spec.Value != nullptr ? *spec.Value : 0;
-    State.XValue = spec.X;
-    Split(*spec.Text);
-    const double height = spec.Ranged ? 422 : 422 - RowStep * (Strings - 1);
     const Dialogs::DialogSpec dialog{.Title = "Equation Editor",
                                      .IDName = "EquationEditor",
                                      .BufferName = "EquationEditor",
@@ -340,7 +336,27 @@ bool Open(const Spec& spec) {
                                      .LoadDia = false,
                                      .Define = Define,
                                      .Configure = Configure};
-    if (!Dialogs::SetupDialogBuffer(State.Dialog, dialog) || !Dialogs::OpenDialog(State.Dialog)) return false;
+    if (!Dialogs::SetupDialogBuffer(State.Dialog, dialog)) return false;
+    State.Dialog.UserKeys = std::move(keys);
+    return true;
+}
+
+}
+
+bool Initialise() {
+    State.Task = {};
+    return SetUp();
+}
+
+bool Open(const Spec& spec) {
+    if (spec.Text == nullptr) return false;
+    Dialogs::CloseDialog(State.Dialog);
+    State.Task = spec;
+    State.TextBefore = *spec.Text;
+    State.ValueBefore = spec.Value != nullptr ? *spec.Value : 0;
+    State.XValue = spec.X;
+    Split(*spec.Text);
+    if (!SetUp() || !Dialogs::OpenDialog(State.Dialog)) return false;
     (void)EvaluateAll(State.Dialog);
     return true;
 }

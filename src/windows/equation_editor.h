@@ -19,6 +19,8 @@ struct Spec {
     bool Ranged = true;          // five rows with ranges; else one
 };
 
+// Makes the dialog known, to macros and to the key file.
+[[nodiscard]] bool Initialise();
 // Opens the dialog with the text in it. An editor that is open is cancelled first. False after an alert.
 bool Open(const Spec& spec);
 

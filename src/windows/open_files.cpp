@@ -171,7 +171,7 @@ void Configure(DialogRecord& dialog) {
 
 }
 
-bool Show() {
+bool Initialise() {
     static const Dialogs::DialogSpec Spec{.Title = "Open Files",
                                           .IDName = "OpenFiles",
                                           .BufferName = "OpenFiles",
@@ -181,7 +181,10 @@ bool Show() {
                                           .Growable = false,
                                           .Define = Define,
                                           .Configure = Configure};
-    if (!State.Dialog.Items && !Dialogs::SetupDialogBuffer(State.Dialog, Spec)) return false;
+    return Dialogs::SetupDialogBuffer(State.Dialog, Spec);
+}
+
+bool Show() {
     if (!State.Dialog.IsOpen) State.FileName = Setup::Settings.Files.DataFile;
     return Dialogs::OpenDialog(State.Dialog);
 }

@@ -17,6 +17,7 @@
 #include "windows/data_files.h"
 #include "windows/equation_editor.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -131,6 +132,7 @@ TEST_F(DesktopTest, EveryItemOfEveryWindowHasATipAndFitsIntoIt) {
     ASSERT_TRUE(Start({.DataFile = Copy("bigtree.dat")}));
     for (const char* const window : {"Configuration", "Equation Editor"}) Choose("Windows", window);
     Choose("File", "Open...");
+    Choose("Help", "Help");
     Dialogs::ConfigureItem(Dialog("Control"), 1);
     for (Dialogs::DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr;
          dialog = dialog->NextDialog) {
@@ -302,6 +304,22 @@ TEST_F(DesktopTest, AStartThatFailsLeavesTheArrangementOfTheWindows) {
     EXPECT_NE(Support::ReadWhole(frame).find("NOTEBOOKSIZE 20"), std::string::npos);
 }
 
+TEST_F(DesktopTest, KeysOfAllDialogsAreThereAgainAtTheNextStart) {
+    const char* const dialogs[] = {"Control", "Configuration", "OpenFiles", "EquationEditor", "Help"};
+    ASSERT_TRUE(Start());
+    for (const char* const id : dialogs)
+        EXPECT_TRUE(Macros::ExecuteMacroLine(id + std::string(" 6 KEY F7 shift"))) << id;
+    Choose("Help", "Save Keys");
+    Desktop::ShutDown();
+    ASSERT_TRUE(Start());
+    Choose("Windows", "Equation Editor");
+    for (const char* const id : dialogs) {
+        const std::vector<Dialogs::UserKey>& keys = Dialog(id).UserKeys;
+        EXPECT_TRUE(std::ranges::any_of(keys, [](const auto& key) { return key.Number == 6; })) << id;
+    }
+    EXPECT_TRUE(Dialogs::Item(Dialog("EquationEditor"), 6).Key.IsSet());
+}
+
 TEST_F(DesktopTest, TheHelpKeyBelongsToAnItemThatHasIt) {
     ASSERT_TRUE(Start());
     const auto press = [] {
@@ -311,7 +329,7 @@ TEST_F(DesktopTest, TheHelpKeyBelongsToAnItemThatHasIt) {
     EXPECT_TRUE(Macros::ExecuteMacroLine("Control \"OpenFile\" KEY F1"));
     press();
     EXPECT_TRUE(Dialog("OpenFiles").IsOpen);
-    EXPECT_EQ(Dialogs::FindDialog("Help"), nullptr);
+    EXPECT_FALSE(Dialog("Help").IsOpen);
     Enter("OpenFiles", "File", "typed.dat");
     Choose("File", "Open..."); // comes to the front with what was typed
     EXPECT_NE(Headless::ShownTexts(Dialog("OpenFiles").WindowHandle).find("typed.dat"), std::string::npos);
