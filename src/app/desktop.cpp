@@ -281,15 +281,9 @@ void HandleFrame(const Events::Event& event) {
         Themes::Apply(Themes::Choice::Desktop);
         Dialogs::UpdateAll();
         return;
-    case Platform::SystemFileDropped: {
-        const std::string path = Platform::Ops().DroppedFile();
-        if (Files::ExtensionOf(path) == ".dat") {
-            (void)DataFiles::Open(path, OpenMode::Analysis);
-        } else {
-            Messages::Alert("\"" + path + "\" is not a data file (.dat).");
-        }
+    case Platform::SystemFileDropped:
+        (void)DataFiles::Open(Platform::Ops().DroppedFile(), OpenMode::Analysis);
         return;
-    }
     case Platform::SystemQuit:
         if (event.Parameter2 == 1) {
             QuitAtOnce();

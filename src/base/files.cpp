@@ -31,7 +31,7 @@ int Failure() {
 int NativeOpen(const char* path, Mode mode) {
     int flags = O_CLOEXEC;
     switch (mode) {
-    case Mode::Read: flags |= O_RDONLY; break;
+    case Mode::Read: flags |= O_RDONLY | O_NONBLOCK; break; // a pipe without a writer holds up nobody
     case Mode::ReadWrite: flags |= O_RDWR; break;
     case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
     case Mode::Keep: flags |= O_RDWR | O_CREAT; break;

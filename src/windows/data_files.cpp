@@ -1,5 +1,6 @@
 #include "windows/data_files.h"
 
+#include "base/files.h"
 #include "base/messages.h"
 #include "data/analysis_file.h"
 #include "data/file_info.h"
@@ -22,6 +23,21 @@ void Changed() {
     for (void (*const proc)() : Listeners) proc();
 }
 
+constexpr std::size_t LongestName = 259;
+
+bool NameIsProper(const std::string& path) {
+    const std::string extension = Files::ExtensionOf(path);
+    if (!extension.empty() && extension != ".dat") {
+        Messages::Alert("The file \"" + path +
+                        "\" has the wrong extension.\nEnter no extension or \".dat\" !");
+    } else if (path.size() > LongestName) {
+        Messages::Alert("Filename too long (max. " + std::to_string(LongestName) + " characters):\n" + path);
+    } else {
+        return true;
+    }
+    return false;
+}
+
 enum Answer { Store, Drop, Keep };
 
 Answer AskAboutAnalysis() {
@@ -35,6 +51,7 @@ Answer AskAboutAnalysis() {
 }
 
 bool Open(const std::string& path, OpenMode mode) {
+    if (!NameIsProper(path)) return false;
     if (IsOpen() && !Close()) return false;
     const std::string version = "Qorvanite " + Setup::State.ProgramVersion;
     const OpenOptions options{.Mode = mode, .MakeRoom = false, .ProgramVersion = version};
@@ -52,9 +69,11 @@ bool AskFile(const std::string& title, std::string& path) {
     const std::string start = Setup::Settings.Files.DataFile.empty() ? Setup::Settings.Files.CommonPath
                                                                      : Setup::Settings.Files.DataFile;
     path = start;
-    return Platform::Ops().FileDialog(
-               {.Title = title, .Start = start, .Pattern = "*.dat", .Kind = "Data file"}, path) &&
-           !path.empty();
+    while (Platform::Ops().FileDialog(
+               {.Title = title, .Start = path, .Pattern = "*.dat", .Kind = "Data file"}, path) &&
+           !path.empty())
+        if (NameIsProper(path)) return true;
+    return false;
 }
 
 bool AskAndOpen(OpenMode mode) {

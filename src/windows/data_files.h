@@ -7,12 +7,13 @@
 
 namespace DataFiles {
 
-// Opens the data set in place of the one that is open. False when the reason has been said; what was open
-// before is closed by then, unless the user wanted to keep it.
+// Opens the data set in place of the one that is open; a name without an extension takes ".dat". False when
+// the reason has been said; what was open before is closed by then, unless the user wanted to keep it, or the
+// name cannot be that of a data file.
 bool Open(const std::string& path, OpenMode mode);
 // Asks for the file first, beginning with the folder of the last one.
 bool AskAndOpen(OpenMode mode);
-// Asks for a data file; false when the user turned away.
+// Asks for a data file, again where its name cannot be that of one; false when the user turned away.
 [[nodiscard]] bool AskFile(const std::string& title, std::string& path);
 
 // Closes the data set in an orderly way; an analysis that is not stored yet is asked about. False when the

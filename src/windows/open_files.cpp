@@ -70,6 +70,16 @@ void QuitDialog(DialogRecord& dialog, int) {
     Dialogs::CloseDialog(dialog);
 }
 
+// Return behind the name opens in the mode that changes nothing.
+bool TakeKey(DialogRecord& dialog, const Events::Event& event) {
+    const bool isReturn = event.KeyClass == Events::KeyClass::Special &&
+                          (event.Char == static_cast<std::uint32_t>(Platform::KeyCode::Return) ||
+                           event.Char == static_cast<std::uint32_t>(Platform::KeyCode::Enter));
+    if (!isReturn || dialog.CurrentItem != File) return false;
+    Dialogs::PressItem(dialog, Read, {.Source = Dialogs::Source::Key});
+    return true;
+}
+
 const Dialogs::Row Rows[] = {
     {.Number = Heading,
      .Kind = ItemKind::Text,
@@ -180,7 +190,8 @@ bool Initialise() {
                                           .Window = Platform::WindowKind::Floating,
                                           .Growable = false,
                                           .Define = Define,
-                                          .Configure = Configure};
+                                          .Configure = Configure,
+                                          .Procs = {.KeyProc = TakeKey}};
     return Dialogs::SetupDialogBuffer(State.Dialog, Spec);
 }
 

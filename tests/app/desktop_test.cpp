@@ -181,6 +181,15 @@ TEST_F(DesktopTest, OpensInEachModeAndSaysSo) {
     Settle();
     EXPECT_TRUE(Dialog("OpenFiles").IsOpen); // the name can be mended
     EXPECT_TRUE(Was("none.dat"));
+    Screen().Texts = {"cell.txt", "/" + std::string(300, 'x'), Folder.At("set")};
+    Click("OpenFiles", "Get File"); // asks until the name will do
+    EXPECT_TRUE(Was("The file \"cell.txt\" has the wrong extension.\nEnter no extension or \".dat\" !"));
+    EXPECT_TRUE(Was("Filename too long (max. 259 characters):"));
+    Enter("OpenFiles", "File", Folder.At("set").c_str());
+    Headless::Key(Dialog("OpenFiles").WindowHandle, KeyCode::Return);
+    Settle();
+    EXPECT_TRUE(DataFiles::IsOpen() && !CurrentSession().AnalysisWritable);
+    Choose("File", "Open...");
     Headless::Key(Dialog("OpenFiles").WindowHandle, KeyCode::Escape);
     Settle();
     EXPECT_FALSE(Dialog("OpenFiles").IsOpen);

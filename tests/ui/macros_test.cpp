@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <limits>
+#include <sys/stat.h>
 
 namespace {
 
@@ -236,6 +237,8 @@ TEST(Macros, HeadLinesAreChecked) {
     EXPECT_NE(said.Questions.find("   required: 1\n   in file: \"900 ; keys\""), std::string::npos);
     PlayAll();
     EXPECT_FALSE(Macros::StartMacro(folder.At("none.mac")));
+    ASSERT_EQ(::mkfifo(folder.At("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(Macros::StartMacro(folder.At("pipe"))); // nobody writes into it
     EXPECT_FALSE(Macros::StartMacro(folder.Path));
     EXPECT_NE(said.Notes.find("Error reading '" + folder.At("none.mac") + "':  "), std::string::npos);
     EXPECT_NE(said.Alerts.find("Error reading '" + folder.Path + "':  "), std::string::npos);
