@@ -237,7 +237,8 @@ TEST_F(DesktopTest, TheEquationEditorShowsWhereAnErrorIsAndStoresWhatIsRight) {
     Click("EquationEditor", "Done");
     EXPECT_TRUE(editor.IsOpen);
     // Closed with the wrong text, it comes up anew.
-    Enter("EquationEditor", "String0", "v[1]+*");
+    Click("EquationEditor", "String0");
+    Headless::Type("v[1]+*");
     Headless::Notify(editor.WindowHandle, Platform::CloseRequested);
     Settle();
     EXPECT_FALSE(editor.IsOpen || Editing::IsUnderWay());

@@ -4,6 +4,7 @@
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
 #include "ui/help.h"
+#include "ui/item_value.h"
 
 #include <gtest/gtest.h>
 
@@ -64,6 +65,10 @@ TEST_F(HelpTest, ASearchGoesThroughAllSectionsAndRoundAgain) {
         Dialogs::PressItem(dialog, Dialogs::FindItem(dialog, "FindNext"), {});
         EXPECT_EQ(title(), want);
     }
+    ASSERT_TRUE(Dialogs::EnterText(Dialogs::Item(dialog, Dialogs::FindItem(dialog, "Search")), "nothing"));
+    for (int i = 0; i < 3; ++i) Dialogs::PressItem(dialog, Dialogs::FindItem(dialog, "FindNext"), {});
+    EXPECT_EQ(title(), "Two");
+    EXPECT_EQ(Said.Shown.find("not found"), std::string::npos); // the one place again and again
 }
 
 TEST_F(HelpTest, WhatCannotBeReadIsSaidAndLeavesTheHelpThatWasThere) {

@@ -79,8 +79,9 @@ TEST(KeyFile, OldFilesAreKept) {
     (void)folder.Write("a.100y", "taken");
     ASSERT_TRUE(KeyFile::Save(file));
     EXPECT_EQ(Support::ReadWhole(folder.At("a.101y")), "old");
-    for (int number = 102; number <= 199; ++number)
+    for (int number = 102; number <= 198; ++number)
         (void)folder.Write("a." + std::to_string(number) + "y", "");
+    EXPECT_TRUE(KeyFile::Save(file));
     (void)folder.Write("a.key", "last");
     const Messages::Recorder said;
     EXPECT_FALSE(KeyFile::Save(file));

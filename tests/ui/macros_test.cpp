@@ -287,6 +287,7 @@ TEST(Macros, LinesInsideOfALine) {
     };
     ASSERT_TRUE(Macros::StartMacro(folder.Write(
         "a.mac", "MACRO-FILE 1\nDesk Graph\nDesk Graph\nDesk Count 42\nDesk Go\nDesk Count 1\n")));
+    EXPECT_FALSE(Macros::IsWaiting());
     const Messages::Recorder said;
     PlayAll();
     EXPECT_EQ(Now.Count, 42);

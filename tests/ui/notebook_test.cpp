@@ -96,11 +96,12 @@ TEST_F(NotebookTest, AnyBytesBecomeLinesOfALengthThatAWindowCanShow) {
     Notebook::WriteString(std::string(99'997, 'x') + "\u20AC\u20ACy");
     EXPECT_EQ(Notebook::Text(), "ab" + std::string(99'997, 'x') + "\u20AC\n\u20ACy"); // no character is cut
     Notebook::Clear();
-    Support::WriteWhole(Folder.At("b"), std::string("\xB5m\0\t|\u00B5m\r", 9) + std::string(250'000, 'z'));
+    Support::WriteWhole(Folder.At("b"), std::string("\xB5m\0\t|\u00B5m\r", 9) + std::string(99'999, 'z') +
+                                            "\r\n" + std::string(250'000, 'z'));
     ASSERT_TRUE(Notebook::MergeFile(Folder.At("b")));
     EXPECT_TRUE(Notebook::Text().starts_with("Merged file: b\n\u00B5m \t|\u00C2\u00B5m\nzz"))
         << Notebook::Text();
-    EXPECT_EQ(Notebook::Lines(), 5);
+    EXPECT_EQ(Notebook::Lines(), 6);
 }
 
 TEST_F(NotebookTest, ALineThatIsWiderThanThePageIsPrintedWhole) {
