@@ -123,9 +123,8 @@ TEST(CommandLine, ATraceComesAsCsvJsonOrNumpyFile) {
 
     ASSERT_EQ(Qorvanite(trace + " --out " + folder.At("t.npy")).Status, 0);
     const std::string npy = Support::ReadWhole(folder.At("t.npy"));
-    ASSERT_EQ(npy.substr(0, 8), std::string("\x93NUMPY\1\0", 8));
     const std::size_t header = 10 + Bytes::Load<std::uint16_t>(npy.data() + 8);
-    EXPECT_EQ(header % 64, 0u);
+    EXPECT_TRUE(npy.starts_with(std::string("\x93NUMPY\1\0", 8)) && header % 64 == 0);
     EXPECT_NE(npy.find("'descr': '<f4', 'fortran_order': False, 'shape': (440,), }"), std::string::npos);
     ASSERT_EQ(npy.size(), header + 440 * 4);
     EXPECT_EQ(std::memcmp(npy.data() + header, samples.data(), 440 * 4), 0);

@@ -56,32 +56,23 @@ TEST(ParsedFitCommand, RefusesABadEquationBeforeItOpensAFile) {
     }
 }
 
-TEST(ParsedFitCommand, FitsWhatTheBuiltInModelFitsAndStoresIt) {
+TEST(ParsedFitCommand, FitsByTheNamesOfTheUserAndStoresThem) {
     const Support::TempFolder folder;
     const std::string data = folder.At("relaxations.dat");
-    std::filesystem::copy_file(std::string(TEST_DATA) + "/fit/relaxations.dat", data);
-    const std::string words =
-        "fit '" + data +
-        "' 1.1 --type parsedequation --segment 3 --max-iterations 1000 --param a1=3e-9 "
-        "--param 'Equation=c[1]+c[2]*exp(-x/c[3])' --param 'c[1]=1e-9' --param tau=3e-3 "
-        "--param CoeffName1=amp";
-    // The name that was given last is the one that counts: a1 is gone.
-    EXPECT_EQ(Qorvanite(words).Status, 2);
-    std::string named = words;
-    named.replace(named.find("a1="), 3, "amp=");
-    const Json fit = RunJson(named + " --store");
+    std::filesystem::copy_file(Support::DataFile("fit/relaxations.dat"), data);
+    const auto words = [&](const std::string& name) {
+        return "fit '" + data + "' 1.1 --type parsedequation --segment 3 --max-iterations 1000 --param " +
+               name +
+               "=3e-9 --param 'Equation=c[1]+c[2]*exp(-x/c[3])' --param 'c[1]=1e-9' --param tau=3e-3 "
+               "--param CoeffName1=amp";
+    };
+    EXPECT_EQ(Qorvanite(words("a1")).Status, 2); // the name that was given last is the one that counts
+    const Json fit = RunJson(words("amp") + " --store");
     EXPECT_EQ(fit["Formula"], "y(x) = c[1]+c[2]*exp(-x/c[3])");
     ASSERT_EQ(fit["Sweeps"].size(), 4u);
-    for (std::size_t sweep = 0; sweep < 4; ++sweep) {
-        const Json& params = fit["Sweeps"][sweep]["Parameters"];
-        const double want[] = {2e-9, 5e-9, 1e-3 * static_cast<double>(4 + sweep)};
-        const char* const names[] = {"a0", "amp", "tau"};
-        for (std::size_t i = 0; i < 3; ++i) {
-            EXPECT_EQ(params[i]["Name"], names[i]);
-            EXPECT_NEAR(params[i]["Value"].get<double>(), want[i], 1e-5 * want[i]);
-        }
-        EXPECT_EQ(params[3]["State"], 2);
-    }
+    const Json& tau = fit["Sweeps"][3]["Parameters"][2];
+    EXPECT_EQ(tau["Name"], "tau");
+    EXPECT_NEAR(tau["Value"].get<double>(), 7e-3, 1e-7);
     const Json entries = RunJson(
         "info '" + data +
         "' --tree ana")["Trees"]["ana"]["Root"]["Children"][0]["Children"][0]["Children"][0]["Children"];

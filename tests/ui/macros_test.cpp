@@ -157,12 +157,10 @@ TEST(Macros, AnEntryUnderWayIsStoredAheadOfALine) {
     EXPECT_TRUE(Do("Desk Count 1"));
     EXPECT_EQ(Now.Tau, 7);
     EXPECT_FALSE(desk.Item(Tau).Busy);
-}
-
-TEST(Macros, ValuesCanBeSetWithoutTheirProcedure) {
-    MacroDesk desk;
-    MacroLine::MacroRecord record;
+    // A value can be set without its procedure.
+    Now.Runs = 0;
     for (const char* const line : {"Desk Count 9", "@ Edit Undo"}) {
+        MacroLine::MacroRecord record;
         ASSERT_EQ(MacroLine::Read(line, false, record), Failure::None);
         EXPECT_EQ(Macros::Execute(record, false), Failure::None);
     }
