@@ -365,6 +365,7 @@ bool StartUp(const StartOptions& options) {
     Dialogs::EventStep = [] { (void)EventStep(); };
     Messages::Status("Initializing Qorvanite ...");
     if (!LoadConfiguration(options)) return false;
+    Themes::SettingsCount = !TellTale::Check("Win32Col.On");
     Themes::Apply(Themes::Chosen()); // with the colours of the settings
     if (!ItemConfig::Initialise()) return false;
     ControlWindow::ShowMemory = TellTale::Check("ShowMemory.On");

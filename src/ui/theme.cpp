@@ -6,6 +6,8 @@
 
 namespace Themes {
 
+bool SettingsCount = true;
+
 namespace {
 
 using Platform::Color;
@@ -100,9 +102,9 @@ void Apply(Choice choice) {
     const Setup::ColorSettings builtIn;
     const Setup::ColorSettings& user = Setup::Settings.Colors;
     for (const SettingRow& row : SettingRoles)
-        if (!(user.*row.Setting == builtIn.*row.Setting))
+        if (SettingsCount && !(user.*row.Setting == builtIn.*row.Setting))
             State.InUse.*row.Role = FromSetting(user.*row.Setting);
-    if (!(user.Trace[1] == builtIn.Trace[1])) State.InUse.Trace = FromSetting(user.Trace[1]);
+    if (SettingsCount && !(user.Trace[1] == builtIn.Trace[1])) State.InUse.Trace = FromSetting(user.Trace[1]);
     const Palette& c = State.InUse;
     Platform::Ops().SetTheme({.Dark = State.Dark,
                               .Window = c.Window,

@@ -27,6 +27,8 @@ enum class Choice : std::uint8_t { Desktop, Light, Dark };
 // Takes the theme, and the colours of the settings, into use, here and in the platform's own parts. Windows
 // are not redrawn.
 void Apply(Choice choice);
+// Off: the theme's own colours count, whatever the settings say.
+extern bool SettingsCount;
 [[nodiscard]] Choice Chosen();
 [[nodiscard]] bool IsDark();
 [[nodiscard]] const Palette& Colors();

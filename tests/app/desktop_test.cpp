@@ -14,6 +14,7 @@
 #include "ui/macros.h"
 #include "ui/menus.h"
 #include "ui/notebook.h"
+#include "ui/theme.h"
 #include "windows/data_files.h"
 #include "windows/equation_editor.h"
 
@@ -349,6 +350,15 @@ TEST_F(DesktopTest, TheHelpKeyBelongsToAnItemThatHasIt) {
 }
 
 TEST_F(DesktopTest, SwitchFilesBesideTheProgramCount) {
+    const auto inkOfTheSettings = [] {
+        Setup::Settings.Colors.Text = {0x1200, 0x3400, 0x5600};
+        Themes::Apply(Themes::Choice::Light);
+        return Themes::Colors().Text == Platform::Color{0x12, 0x34, 0x56, 255};
+    };
+    ASSERT_TRUE(Start());
+    EXPECT_TRUE(inkOfTheSettings());
+    Desktop::ShutDown();
+    Support::WriteWhole(Folder.At("program/Win32Col.On"), "");
     Support::WriteWhole(Folder.At("program/ReadDataFile.On"), Support::Recording("plain.dat") + "\r\nmore");
     Support::WriteWhole(Folder.At("program/ShowMemory.On"), "");
     ASSERT_TRUE(Start());
@@ -357,6 +367,7 @@ TEST_F(DesktopTest, SwitchFilesBesideTheProgramCount) {
     Dialogs::DialogRecord& control = Dialog("Control");
     EXPECT_TRUE(Dialogs::IsVisible(control, Dialogs::FindItem(control, "Memory")));
     EXPECT_NE(Notebook::Text().find("TellTaleFile: \"ReadDataFile.On\""), std::string::npos);
+    EXPECT_FALSE(inkOfTheSettings());
 }
 
 TEST_F(DesktopTest, LongWorkIsStoppedByEscape) {
