@@ -270,13 +270,15 @@ const Menus::Row HelpRows[] = {
     {},
     {.Text = "About Qorvanite", .Proc = About},
 };
+// What rules macros is no part of one.
 const Menus::Row MacroRows[] = {
     {.Text = "Record Macros",
      .Proc = Macros::RecordMacros,
      .Checked = RecordsMacros,
-     .ShownText = RecordText},
-    {.Text = "Play Macro...", .Shortcut = 'M', .Proc = PlayMacro},
-    {.Text = "Stop Macro", .Proc = Macros::StopMacro, .Enabled = Macros::IsPlaying},
+     .ShownText = RecordText,
+     .Macro = false},
+    {.Text = "Play Macro...", .Shortcut = 'M', .Proc = PlayMacro, .Macro = false},
+    {.Text = "Stop Macro", .Proc = Macros::StopMacro, .Enabled = Macros::IsPlaying, .Macro = false},
 };
 
 }

@@ -156,7 +156,9 @@ bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
     }
     default: break;
     }
-    if (event.KeyClass != KeyClass::Printable || dialog.CurrentItem == 0) return false;
+    // A letter with a command key is meant for a menu.
+    const bool command = (event.Modifiers & (Platform::Control | Platform::Command)) != 0;
+    if (event.KeyClass != KeyClass::Printable || dialog.CurrentItem == 0 || command) return false;
     const int number = dialog.CurrentItem;
     if (TakesText(dialog, number) && event.Char >= ' ' && event.Char < 127) {
         Editing::Begin(dialog, number, std::string(1, static_cast<char>(event.Char)));

@@ -144,10 +144,7 @@ int BeginFile(const std::string& file) {
     return error;
 }
 
-}
-
-bool StartRecording(const std::string& file) {
-    if (IsRecording()) return false;
+bool MayRecord() {
     if (ProtocolRuns != nullptr && ProtocolRuns()) {
         Messages::Alert("Cannot record a macro while executing a protocol !");
         return false;
@@ -156,6 +153,13 @@ bool StartRecording(const std::string& file) {
         Messages::Alert("Cannot record a macro while playing one !");
         return false;
     }
+    return true;
+}
+
+}
+
+bool StartRecording(const std::string& file) {
+    if (IsRecording() || !MayRecord()) return false;
     const int error = BeginFile(file);
     if (error != 0) {
         Messages::Alert("Recording macros aborted. \n'" + file + "':  " + Files::ErrorText(error));
@@ -185,6 +189,7 @@ void RecordMacros() {
         Messages::Log("Macros recorded: \"" + file + "\"");
         return;
     }
+    if (!MayRecord()) return;
     std::string file;
     const Platform::FileDialogSpec spec{.Use = Platform::FileUse::Save,
                                         .Title = "Record macros to:",

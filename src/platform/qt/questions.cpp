@@ -6,10 +6,12 @@
 #include <QColorDialog>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPushButton>
+#include <QTreeView>
 
 namespace QtDesktop {
 
@@ -103,6 +105,13 @@ bool FileDialog(const Platform::FileDialogSpec& spec, std::string& path) {
         dialog.selectFile(first.fileName());
     }
     dialog.resize(760, 480);
+    // Where the desktop has no dialogue of its own: sizes and dates whole, names in what is left.
+    if (auto* const list = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {
+        list->header()->setStretchLastSection(false);
+        for (int column = 1; column < list->header()->count(); ++column)
+            list->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+        list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    }
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
     const QString chosen = dialog.selectedFiles().constFirst();
     if (chosen.isEmpty()) return false;

@@ -112,7 +112,7 @@ QString SheetOf(const Platform::Theme& t) {
         "QPushButton:default { background: %accent; color: %onaccent; border-color: %accent; }"
         "QPushButton:focus { border: 2px solid %accent; }"
         "QPushButton:pressed, QToolButton:pressed { background: %line; }"
-        "QPushButton:disabled { color: %faint; }"
+        "QPushButton:disabled { color: %faint; background: %soft; border-color: %line; }"
         "QProgressBar { background: %soft; border: none; border-radius: 2px; }"
         "QProgressBar::chunk { background: %accent; border-radius: 2px; }"
         "QLineEdit#entry, QPlainTextEdit#entry { border: none; selection-background-color: %accent;"
