@@ -85,6 +85,9 @@ void Split(const std::string& text) {
     State.Text.fill({});
     const std::vector<Equation::Piece> pieces = Equation::SplitRanged(text);
     for (std::size_t i = 0; i < pieces.size() && i < State.Text.size(); ++i) State.Text[i] = pieces[i].Text;
+    // What is too much for the rows stays in the last one, to be mended there.
+    if (pieces.size() > State.Text.size())
+        State.Text.back() = text.substr(pieces[State.Text.size() - 1].Begin);
     if (!State.Task.Ranged) State.Text[0] = text;
 }
 

@@ -278,6 +278,14 @@ TEST_F(DesktopTest, AnEditorOfOneRowGivesBackWhatWasThereOrStoresAtDone) {
     Click("EquationEditor", "Done");
     EXPECT_EQ(text, "3*4");
     EXPECT_EQ(value, 12);
+    // More than the rows hold is not lost.
+    text = "1 {1} 2 {2} 3 {3} 4 {4} 5 {5} 6";
+    ASSERT_TRUE(EquationEditor::Open({.Text = &text, .Words = {}, .Done = {}}));
+    Click("EquationEditor", "Done");
+    EXPECT_TRUE(Dialog("EquationEditor").IsOpen);
+    Enter("EquationEditor", "String8", "5");
+    Click("EquationEditor", "Done");
+    EXPECT_EQ(text, "1 {1} 2 {2} 3 {3} 4 {4} 5");
 }
 
 TEST_F(DesktopTest, QuittingAsksForWhatIsNotStored) {
