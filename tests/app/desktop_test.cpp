@@ -112,12 +112,11 @@ struct DesktopTest : testing::Test {
 
 TEST_F(DesktopTest, ComesUpWithItsWindowsAndGoesDownWithoutAQuestion) {
     ASSERT_TRUE(Start());
-    EXPECT_TRUE(Dialog("Control").IsOpen);
-    EXPECT_TRUE(Dialog("Notebook").IsOpen);
-    EXPECT_FALSE(Dialog("Configuration").IsOpen);
+    EXPECT_TRUE(Dialog("Notebook").IsOpen && !Dialog("Configuration").IsOpen);
     const int windows = Menus::FindMenu("Windows");
     EXPECT_LT(Menus::FindEntry(windows, "Control Window"), Menus::FindEntry(windows, "Configuration"));
     EXPECT_LT(Menus::FindEntry(windows, "Configuration"), Menus::FindEntry(windows, "Notebook"));
+    EXPECT_EQ(Dialogs::FrontDialog(), &Dialog("Control"));
     EXPECT_EQ(Screen().Status.Word, "idle");
     EXPECT_EQ(Screen().Hint, "Open a data file: Ctrl+O");
     Headless::Notify(Platform::FrameWindow, Platform::CloseRequested);
