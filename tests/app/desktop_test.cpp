@@ -281,7 +281,9 @@ TEST_F(DesktopTest, AnEditorOfOneRowGivesBackWhatWasThereOrStoresAtDone) {
     text = "1 {1} 2 {2} 3 {3} 4 {4} 5 {5} 6";
     ASSERT_TRUE(EquationEditor::Open({.Text = &text, .Words = {}, .Done = {}}));
     Click("EquationEditor", "Done");
-    EXPECT_TRUE(Dialog("EquationEditor").IsOpen);
+    const Dialogs::DialogRecord& editor = Dialog("EquationEditor");
+    EXPECT_TRUE(editor.IsOpen);
+    EXPECT_EQ(Dialogs::TextOf(Dialogs::Item(editor, Dialogs::FindItem(editor, "String8"))), "5 {5} 6");
     Enter("EquationEditor", "String8", "5");
     Click("EquationEditor", "Done");
     EXPECT_EQ(text, "1 {1} 2 {2} 3 {3} 4 {4} 5");
