@@ -13,6 +13,7 @@
 #include "platform/module.h"
 #include "setup/settings_file.h"
 #include "trees/tree.h"
+#include "ui/dia_file.h"
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
@@ -431,6 +432,7 @@ bool Quit() {
     if (Setup::Settings.Program.StoreOnExit && !Setup::SaveConfiguration(false) &&
         !AskYesNo("The configuration was not saved. QUIT anyway ?", false))
         return false;
+    if (!DiaFile::StoreArranged() && !AskYesNo("A dialog was not stored. QUIT anyway ?", false)) return false;
     if (!DataFiles::Close() || !ModifiedTextIsSettled()) return false;
     QuitFlag = true;
     return true;

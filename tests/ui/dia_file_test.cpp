@@ -239,7 +239,7 @@ TEST_F(DiaFileTest, TheFileBearsTheDialogsName) {
     EXPECT_EQ(DiaFile::PathOf(dialog), Folder.Path + "/qorvanite/A_BC__d.dia");
     // Opening takes it; the folder is made where it is missing.
     DialogRecord& tool = Open(Rows());
-    Drag(tool, {20, 20}, 15, 0, Platform::Option);
+    Pull(tool, {20, 20}, 15, 0, Platform::Option);
     ASSERT_TRUE(DiaFile::Store(tool));
     Dialogs::DisposeDialog(tool);
     Made = 0;
