@@ -44,21 +44,19 @@ TEST_F(DialogEventsTest, AShortcutActsByItsModifiersAndInFrontOnly) {
     const struct {
         std::uint32_t Char, Modifiers;
         const char* Pressed; // "" none
-    } rows[] = {
-        {'a', 0, "plain"},
-        {'a', Platform::Caps, "plain"},
-        {'a', Platform::Control, "control"},
-        {'a', Platform::Option, ""},
-        {'A', Platform::Shift, ""},
-        {'B', Platform::Shift, "any"},
-        {'b', Platform::Control | Platform::Option, "any"},
-        {'e', 0, "as loaded"},
-        {Platform::SpecialKey + 68, 0, "F5"},
-        {Platform::SpecialKey + 68, Platform::Shift, "ShiftF5"},
-        {68, 0, ""},
-        {'c', 0, ""},
-        {'d', 0, "everywhere"},
-    };
+    } rows[] = {{'a', 0, "plain"},
+                {'a', Platform::Caps, "plain"},
+                {'a', Platform::Control, "control"},
+                {'a', Platform::Option, ""},
+                {'A', Platform::Shift, ""},
+                {'B', Platform::Shift, "any"},
+                {'b', Platform::Control | Platform::Option, "any"},
+                {'e', 0, "as loaded"},
+                {Platform::SpecialKey + 68, 0, "F5"},
+                {Platform::SpecialKey + 68, Platform::Shift, "ShiftF5"},
+                {68, 0, ""},
+                {'c', 0, ""},
+                {'d', 0, "everywhere"}};
     for (const auto& row : rows) {
         Calls.clear();
         Key(front, row.Char, row.Modifiers);
@@ -92,15 +90,13 @@ TEST_F(DialogEventsTest, ItemsThatAreNotToBeUsedTakeNeitherMouseNorKey) {
         const char* What;
         void (*Set)(DialogRecord& dialog, DialogItem& item, bool on);
         bool Covers; // the item still takes the place under the mouse
-    } rows[] = {
-        {"locked", [](DialogRecord& d, DialogItem&, bool on) { Dialogs::LockItem(d, 1, on); }, true},
-        {"disabled", [](DialogRecord&, DialogItem& i, bool on) { i.Enabled = !on; }, false},
-        {"hidden", [](DialogRecord&, DialogItem& i, bool on) { i.Visible = !on; }, false},
-        {"not executable", [](DialogRecord&, DialogItem& i, bool on) { i.Executable = !on; }, true},
-        {"above the user level", [](DialogRecord&, DialogItem& i, bool on) { i.UserLevel = on ? 4 : 3; },
-         true},
-        {"on another page", [](DialogRecord&, DialogItem& i, bool on) { i.PaneHidden = on; }, false},
-    };
+    } rows[] = {{"locked", [](DialogRecord& d, DialogItem&, bool on) { Dialogs::LockItem(d, 1, on); }, true},
+                {"disabled", [](DialogRecord&, DialogItem& i, bool on) { i.Enabled = !on; }, false},
+                {"hidden", [](DialogRecord&, DialogItem& i, bool on) { i.Visible = !on; }, false},
+                {"not executable", [](DialogRecord&, DialogItem& i, bool on) { i.Executable = !on; }, true},
+                {"above the user level",
+                 [](DialogRecord&, DialogItem& i, bool on) { i.UserLevel = on ? 4 : 3; }, true},
+                {"on another page", [](DialogRecord&, DialogItem& i, bool on) { i.PaneHidden = on; }, false}};
     Dialogs::UserLevel = 3;
     for (const auto& row : rows) {
         Calls.clear();
@@ -178,21 +174,19 @@ TEST_F(DialogEventsTest, TabGoesRoundTheEntriesAndCursorKeysRoundAllItems) {
         KeyCode Code;
         std::uint32_t Modifiers;
         int Item;
-    } rows[] = {
-        {KeyCode::Tab, 0, 2},
-        {KeyCode::Tab, 0, 4},
-        {KeyCode::Tab, 0, 2},
-        {KeyCode::Backtab, 0, 4},
-        {KeyCode::Tab, Platform::Shift, 2},
-        {KeyCode::Escape, 0, 2},
-        {KeyCode::CursorDown, 0, 3},
-        {KeyCode::CursorRight, 0, 4},
-        {KeyCode::CursorDown, 0, 6},
-        {KeyCode::CursorDown, 0, 2},
-        {KeyCode::CursorUp, 0, 6},
-        {KeyCode::CursorLeft, 0, 4},
-        {KeyCode::CursorUp, 0, 3},
-    };
+    } rows[] = {{KeyCode::Tab, 0, 2},
+                {KeyCode::Tab, 0, 4},
+                {KeyCode::Tab, 0, 2},
+                {KeyCode::Backtab, 0, 4},
+                {KeyCode::Tab, Platform::Shift, 2},
+                {KeyCode::Escape, 0, 2},
+                {KeyCode::CursorDown, 0, 3},
+                {KeyCode::CursorRight, 0, 4},
+                {KeyCode::CursorDown, 0, 6},
+                {KeyCode::CursorDown, 0, 2},
+                {KeyCode::CursorUp, 0, 6},
+                {KeyCode::CursorLeft, 0, 4},
+                {KeyCode::CursorUp, 0, 3}};
     for (const auto& row : rows) {
         Key(dialog, row.Code, row.Modifiers);
         EXPECT_EQ(dialog.CurrentItem, row.Item);
@@ -388,34 +382,6 @@ TEST_F(DialogEventsTest, EventsReachTheProceduresOfTheDialog) {
     Run();
     EXPECT_EQ(seen, "mouse default ");
     EXPECT_EQ(Calls, (Names{"C:2", "C:1"}));
-}
-
-TEST_F(DialogEventsTest, AShortcutStoresTheEntryThatIsUnderWay) {
-    double number = 1;
-    DialogRecord& dialog = Open(
-        {{.Kind = FramedNumber, .Name = "N", .Value = &number}, {.Kind = Button, .Name = "Fit", .Key = F5}});
-    Click(dialog, 1);
-    Headless::Type("6");
-    Key(dialog, Platform::SpecialKey + 68);
-    EXPECT_EQ(number, 6);
-    EXPECT_EQ(Calls, (Names{"N:2", "Fit:2"}));
-}
-
-TEST_F(DialogEventsTest, TheControlKeyOpensTheConfiguration) {
-    static std::string asked;
-    asked.clear();
-    Dialogs::ConfigureItem = [](DialogRecord& self, int number) {
-        asked += self.DialogIDName + std::to_string(number) + " ";
-    };
-    DialogRecord& dialog = Open({{.Kind = Button, .Name = "B"}});
-    Click(dialog, 1, Platform::Control);
-    Click(dialog, {200, 200}, Platform::Control);
-    EXPECT_EQ(Calls, Names{});
-    dialog.Modal = true;
-    Click(dialog, 1, Platform::Control);
-    EXPECT_EQ(asked, "T01 T00 ");
-    EXPECT_EQ(Calls.size(), 1u);
-    Dialogs::ConfigureItem = nullptr;
 }
 
 TEST_F(DialogEventsTest, TipsAndPointersTellWhatIsUnderTheMouse) {

@@ -198,12 +198,10 @@ TEST_F(DialogTest, ItemsKeepTheirDistanceFromTheEdgesTheyHoldOnTo) {
         const char* Name;
         unsigned Anchor;
         Rect Larger, Smaller;
-    } rows[] = {
-        {"a", ToLeft | ToTop, {100, 100, 200, 150}, {100, 100, 200, 150}},
-        {"b", ToRight | ToTop, {150, 100, 250, 150}, {-290, 100, -190, 150}},
-        {"c", ToLeft | ToRight | ToBottom, {100, 70, 250, 120}, {100, -190, 100, -140}},
-        {"d", ToLeft | ToRight | ToTop | ToBottom, {100, 100, 250, 120}, {100, 100, 100, 100}},
-    };
+    } rows[] = {{"a", ToLeft | ToTop, {100, 100, 200, 150}, {100, 100, 200, 150}},
+                {"b", ToRight | ToTop, {150, 100, 250, 150}, {-290, 100, -190, 150}},
+                {"c", ToLeft | ToRight | ToBottom, {100, 70, 250, 120}, {100, -190, 100, -140}},
+                {"d", ToLeft | ToRight | ToTop | ToBottom, {100, 100, 250, 120}, {100, 100, 100, 100}}};
     std::vector<Row> items;
     for (const auto& row : rows)
         items.push_back({.Kind = Button,
@@ -269,15 +267,6 @@ TEST_F(DialogTest, AModalDialogHoldsUpTheOthersUntilItIsClosed) {
     EXPECT_EQ(Calls, Names{});
     Key(tool, 't');
     EXPECT_EQ(Calls.size(), 1u);
-}
-
-TEST_F(DialogTest, TheTitleIsItemZerosText) {
-    DialogRecord& dialog = Open({});
-    const auto title = [&] { return Headless::Desktop().Windows[dialog.WindowHandle].Title; };
-    EXPECT_EQ(title(), "Tool 0");
-    Dialogs::Item(dialog, 0).ItemText = "My tool";
-    Dialogs::SetAside(dialog, "2 of 3");
-    EXPECT_EQ(title(), "My tool");
 }
 
 }

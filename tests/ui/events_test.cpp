@@ -39,46 +39,16 @@ TEST_F(EventsTest, AnUpdateOfAWindowWaitsOnceAndNothingGoesInOnlyWhereNothingWai
     EXPECT_TRUE(Events::Insert(one)) << "the former one is on its way";
 }
 
-TEST_F(EventsTest, KindsComeFromRecords) {
-    const struct {
-        EventRecord Record;
-        KeyKind Kind;
-    } rows[] = {
-        {KeyRecord('a'), KeyKind::KeyCharacter},
-        {{.What = Update}, KeyKind::KeyUpdate},
-        {{.What = WindowEvent, .Detail = 5}, KeyKind::KeyMoved},
-        {{.What = WindowEvent, .Detail = 6}, KeyKind::KeyResized},
-        {{.What = WindowEvent, .Detail = 7}, KeyKind::KeyIconize},
-        {{.What = WindowEvent, .Detail = 8}, KeyKind::KeyWindowClose},
-        {{.What = WindowEvent, .Detail = 9}, KeyKind::KeyWindow},
-        {{.What = WindowEvent, .Detail = 10}, KeyKind::KeyWindow},
-        {{.What = WindowEvent, .Detail = 12}, KeyKind::KeyOSEvent},
-        {{.What = WindowEvent, .Detail = 13}, KeyKind::KeyActivate},
-        {{.What = WindowEvent, .Detail = 14}, KeyKind::KeyDeactivate},
-        // A button that comes up, and a notification that nobody knows, are no events.
-        {{.What = MouseUp}, KeyKind::None},
-        {{.What = WindowEvent, .Detail = 77}, KeyKind::None},
-    };
-    for (const auto& row : rows) {
-        Events::Event event;
-        ASSERT_TRUE(Events::Insert(row.Record));
-        EXPECT_EQ(Events::GetNextEvent(event), row.Kind != KeyKind::None);
-        EXPECT_EQ(event.Kind, row.Kind);
-    }
-}
-
 TEST_F(EventsTest, QuickPressesOnOnePlaceCountToThree) {
     const struct {
         std::uint32_t When;
         std::int32_t X;
         std::uint32_t Button, Window;
         KeyKind Kind;
-    } rows[] = {
-        {1000, 10, 1, 1, KeyKind::KeyMouse},       {1400, 14, 1, 1, KeyKind::KeyDoubleMouse},
-        {1500, 14, 1, 1, KeyKind::KeyTripleMouse}, {1600, 14, 1, 1, KeyKind::KeyMouse},
-        {2001, 14, 1, 1, KeyKind::KeyMouse},       {2100, 19, 1, 1, KeyKind::KeyMouse},
-        {2200, 19, 3, 1, KeyKind::KeyMouse},       {2300, 19, 3, 2, KeyKind::KeyMouse},
-    };
+    } rows[] = {{1000, 10, 1, 1, KeyKind::KeyMouse},       {1400, 14, 1, 1, KeyKind::KeyDoubleMouse},
+                {1500, 14, 1, 1, KeyKind::KeyTripleMouse}, {1600, 14, 1, 1, KeyKind::KeyMouse},
+                {2001, 14, 1, 1, KeyKind::KeyMouse},       {2100, 19, 1, 1, KeyKind::KeyMouse},
+                {2200, 19, 3, 1, KeyKind::KeyMouse},       {2300, 19, 3, 2, KeyKind::KeyMouse}};
     for (const auto& row : rows) {
         Events::Event event;
         (void)Events::Insert(

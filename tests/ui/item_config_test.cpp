@@ -12,6 +12,7 @@ using Dialogs::Rect;
 using Platform::KeyCode;
 using Support::Calls;
 using Support::Desk;
+using Support::Names;
 using enum Dialogs::ItemKind;
 
 class ItemConfigTest : public Desk {
@@ -70,12 +71,17 @@ TEST_F(ItemConfigTest, ItShowsTheItemAndWhatCanBeChangedOfIt) {
         EXPECT_EQ(Can("executable"), row.Item_);
     }
     // Itself, and what must be answered, are left alone.
+    Click(tool, 1, Platform::Control);
     Click(Config(), Number("Update"), Platform::Control);
-    EXPECT_EQ(ConfigTitle(), "Dialog: TFit, Tool 0");
-    Dialogs::CloseDialog(Config());
+    EXPECT_EQ(ConfigTitle(), rows[0].Title);
+    Click(tool, {300, 200}, Platform::Control);
+    EXPECT_EQ(ConfigTitle(), rows[3].Title);
+    EXPECT_EQ(Calls, Names{});
     tool.Modal = true;
+    Click(tool, 1, Platform::Control);
     ItemConfig::Show(tool, 1);
-    EXPECT_FALSE(Config().IsOpen);
+    EXPECT_EQ(ConfigTitle(), rows[3].Title);
+    EXPECT_EQ(Calls, Names{"Fit:1"});
 }
 
 TEST_F(ItemConfigTest, EveryFieldReachesTheItemWithUpdate) {
@@ -209,12 +215,10 @@ TEST_F(ItemConfigTest, TheNextKeyIsTheItems) {
     const struct {
         std::uint32_t Char, Modifiers;
         const char* Shown;
-    } rows[] = {
-        {'X', Platform::Shift | Platform::Caps, "New key: X"},
-        {'x', Platform::Control, "New key: ctr-x"},
-        {Platform::SpecialKey + static_cast<std::uint32_t>(KeyCode::Escape), 0, "New key: esc"},
-        {Platform::SpecialKey + 68, Platform::Shift | Platform::Option, "New key: sh-op-F5"},
-    };
+    } rows[] = {{'X', Platform::Shift | Platform::Caps, "New key: X"},
+                {'x', Platform::Control, "New key: ctr-x"},
+                {Platform::SpecialKey + static_cast<std::uint32_t>(KeyCode::Escape), 0, "New key: esc"},
+                {Platform::SpecialKey + 68, Platform::Shift | Platform::Option, "New key: sh-op-F5"}};
     for (const auto& row : rows) {
         Press("Key");
         EXPECT_EQ(shown(), "Press the new key");
@@ -268,47 +272,29 @@ TEST_F(ItemConfigTest, ItClosesWithTheDialogAtWork) {
 }
 
 TEST_F(ItemConfigTest, PicturesShowWhatTheDialogShows) {
-    DialogRecord& tool = Tool();
-    ItemConfig::Show(tool, 1);
-    const auto save = [&](const std::string& name) {
-        Headless::Desktop().Texts = {Folder.At(name)};
+    ItemConfig::Show(Tool(), 1);
+    for (const char* const name : {"", "fit", "fit.svg", "no/such/folder.svg"}) { // turned away at first
+        if (*name != 0) Headless::Desktop().Texts = {Folder.At(name)};
+        EXPECT_EQ(Said.Alerts, "");
         Press("WMF");
-    };
-    save("fit");
-    save("fit.svg");
-    EXPECT_EQ(Headless::Desktop().Said.back(), "file: Name of picture file:");
+    }
+    EXPECT_TRUE(Said.Alerts.starts_with("Error storing '")) << Said.Alerts;
     EXPECT_EQ(Support::ReadWhole(Folder.At("fit.WMF")).substr(0, 4), "\xD7\xCD\xC6\x9A");
     const std::string svg = Support::ReadWhole(Folder.At("fit.svg"));
-    for (const char* const text : {"Fit", "label", "0.0", "<svg"})
+    for (const char* const text : {"Fit", "label", "0.0"})
         EXPECT_NE(svg.find(text), std::string::npos) << text;
-    Headless::Desktop().Texts = {};
-    Press("WMF"); // turned away
-    EXPECT_EQ(Said.Alerts, "");
-    save("no/such/folder.svg");
-    EXPECT_TRUE(Said.Alerts.starts_with("Error storing '")) << Said.Alerts;
-    EXPECT_EQ(Folder.Count(), 2);
 }
 
-TEST_F(ItemConfigTest, EveryTextHasRoomAndEveryItemItsPlace) {
-    DialogRecord& tool = Tool();
-    ItemConfig::Show(tool, 2);
+TEST_F(ItemConfigTest, EveryTextHasRoomAndNoItemCoversAnother) {
+    ItemConfig::Show(Tool(), 2);
     const DialogRecord& dialog = Config();
-    const Platform::Size size = Platform::Ops().ContentSize(dialog.WindowHandle);
-    EXPECT_LE(size.Width, 460);
-    EXPECT_LE(size.Height, 600);
-    for (int i = 1; i <= dialog.ItemCount; ++i) {
-        ASSERT_TRUE(Dialogs::HasItem(dialog, i)) << i;
+    for (int i = Number("Title") + 1; i <= dialog.ItemCount; ++i) {
         const DialogItem& item = Dialogs::Item(dialog, i);
-        const Platform::Area place = item.ItemRect.Area();
-        EXPECT_GE(place.Left, 0) << item.ItemName;
-        EXPECT_LE(place.Right(), size.Width) << item.ItemName;
-        EXPECT_LE(place.Bottom(), size.Height) << item.ItemName;
-        if (item.Role == Dialogs::Role::Card || item.ItemName == "Title") continue;
         const double box = item.Kind == CheckBox || item.Kind == RadioButton ? 25
                            : item.Kind == Text                               ? 0
                                                                              : 12;
-        EXPECT_LE(Platform::Ops().MeasureText({}, item.ItemText).Width + box, place.Width) << item.ItemName;
-        EXPECT_GE(place.Height, 24) << item.ItemName;
+        EXPECT_LE(Platform::Ops().MeasureText({}, item.ItemText).Width + box, item.ItemRect.Width())
+            << item.ItemName;
         for (int j = i + 1; j <= dialog.ItemCount; ++j) {
             const Rect a = item.ItemRect, b = Dialogs::Item(dialog, j).ItemRect;
             EXPECT_TRUE(a.Right <= b.Left || b.Right <= a.Left || a.Bottom <= b.Top || b.Bottom <= a.Top)

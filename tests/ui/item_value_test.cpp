@@ -20,22 +20,20 @@ TEST_F(ItemValueTest, NumbersAreTypedByTheirFormat) {
         const char* Typed;
         NumberText::Format Form;
         double Scale, Stored;
-    } rows[] = {
-        {" -7 ", Format::Integer, 1, -7},
-        {"12.5", Format::Integer, 1, none},
-        {"", Format::Integer, 1, none},
-        {"ff", Format::Hexadecimal, 1, 255},
-        {"FFFFFFFFFFFFFFFFF", Format::Hexadecimal, 1, none},
-        {"1,5 m", Format::Fixed, 1, 1.5e-3},
-        {"- 4e-3", Format::Scientific, 1, -4e-3},
-        {"2k", Format::Engineering, 1, 2000},
-        {"5 mm", Format::Engineering, 1, none},
-        {"20", Format::Fixed, 0.01, 0.2},
-        {"NAN", Format::Engineering, 1, none},
-        {"-1e999", Format::Fixed, 1, none},
-        {"1e308", Format::Fixed, 1e10, none},
-        {"\xff\xfe", Format::Fixed, 1, none},
-    };
+    } rows[] = {{" -7 ", Format::Integer, 1, -7},
+                {"12.5", Format::Integer, 1, none},
+                {"", Format::Integer, 1, none},
+                {"ff", Format::Hexadecimal, 1, 255},
+                {"FFFFFFFFFFFFFFFFF", Format::Hexadecimal, 1, none},
+                {"1,5 m", Format::Fixed, 1, 1.5e-3},
+                {"- 4e-3", Format::Scientific, 1, -4e-3},
+                {"2k", Format::Engineering, 1, 2000},
+                {"5 mm", Format::Engineering, 1, none},
+                {"20", Format::Fixed, 0.01, 0.2},
+                {"NAN", Format::Engineering, 1, none},
+                {"-1e999", Format::Fixed, 1, none},
+                {"1e308", Format::Fixed, 1e10, none},
+                {"\xff\xfe", Format::Fixed, 1, none}};
     for (const auto& row : rows) {
         double stored = none;
         EXPECT_EQ(CheckNumberEntry(row.Typed, -1e300, 1e300, row.Scale, row.Form, false, stored),
@@ -52,16 +50,14 @@ TEST_F(ItemValueTest, ANumberBeyondItsBoundsIsClampedOrRefused) {
         NumberText::Format Form;
         double Low, High, Scale, Clamped;
         const char* Bounds; // as the user sees them, and always as numbers; none: within
-    } rows[] = {
-        {"10", Format::Integer, 0, 10, 1, 10, nullptr},
-        {"0", Format::Fixed, 0, 10, 1, 0, nullptr},
-        {"-1", Format::Integer, 0, 10, 1, 0, ">= 0 and <= 10"},
-        {"100", Format::Hexadecimal, 0, 255, 1, 255, ">= 0 and <= 255"},
-        {"101", Format::Fixed, -1, 1, 0.01, 1, ">= -100.00 and <= 100.00"},
-        {"1", Format::Engineering, 1e-9, 1e-3, 1, 1e-3, ">= 1.000n and <= 1.000m"},
-        {"1", Format::Integer, -1e300, 0, 1, 0, ">= -9223372036854775808 and <= 0"},
-        {"1", Format::Fixed, 2, 1e300, 1, 2, ">= 2.00 and <= 1.00000E+300"},
-    };
+    } rows[] = {{"10", Format::Integer, 0, 10, 1, 10, nullptr},
+                {"0", Format::Fixed, 0, 10, 1, 0, nullptr},
+                {"-1", Format::Integer, 0, 10, 1, 0, ">= 0 and <= 10"},
+                {"100", Format::Hexadecimal, 0, 255, 1, 255, ">= 0 and <= 255"},
+                {"101", Format::Fixed, -1, 1, 0.01, 1, ">= -100.00 and <= 100.00"},
+                {"1", Format::Engineering, 1e-9, 1e-3, 1, 1e-3, ">= 1.000n and <= 1.000m"},
+                {"1", Format::Integer, -1e300, 0, 1, 0, ">= -9223372036854775808 and <= 0"},
+                {"1", Format::Fixed, 2, 1e300, 1, 2, ">= 2.00 and <= 1.00000E+300"}};
     for (const auto& row : rows) {
         double stored = 4711;
         EXPECT_TRUE(CheckNumberEntry(row.Typed, row.Low, row.High, row.Scale, row.Form, false, stored));
@@ -83,16 +79,14 @@ TEST_F(ItemValueTest, WhatIsShownIsWhatWasTyped) {
         double Scale, Stored;
         const char* Text;
         const char* Unit;
-    } rows[] = {
-        {Format::Integer, 6, 0, 1, 41.6, "42", "V"},
-        {Format::Hexadecimal, 6, 0, 1, 255, "FF", "V"},
-        {Format::Fixed, 8, 1, 1e-3, 0.0125, "12.5", "V"},
-        {Format::Fixed, 7, 2, 1, 123456.78, "1.2E+05", "V"},
-        {Format::Scientific, 9, 2, 1, -0.0025, "-2.500E-03", "V"},
-        {Format::Engineering, 8, 2, 1, 0.012346, "12.3460m", "mV"},
-        {Format::Engineering, 8, 2, 1, 0.012346, "12.3460m", "mm"}, // a unit that could be a prefix
-        {Format::Fixed, 8, 1, 1, std::nan(""), "NAN", "V"},
-    };
+    } rows[] = {{Format::Integer, 6, 0, 1, 41.6, "42", "V"},
+                {Format::Hexadecimal, 6, 0, 1, 255, "FF", "V"},
+                {Format::Fixed, 8, 1, 1e-3, 0.0125, "12.5", "V"},
+                {Format::Fixed, 7, 2, 1, 123456.78, "1.2E+05", "V"},
+                {Format::Scientific, 9, 2, 1, -0.0025, "-2.500E-03", "V"},
+                {Format::Engineering, 8, 2, 1, 0.012346, "12.3460m", "mV"},
+                {Format::Engineering, 8, 2, 1, 0.012346, "12.3460m", "mm"}, // a unit that could be a prefix
+                {Format::Fixed, 8, 1, 1, std::nan(""), "NAN", "V"}};
     for (const auto& row : rows) {
         double value = row.Stored;
         const std::string unit(1, row.Unit[std::strlen(row.Unit) - 1]);
@@ -121,18 +115,13 @@ TEST_F(ItemValueTest, AUnitMayStandBehindANumber) {
                                            .Name = "N",
                                            .Value = &value,
                                            .Form = {.Unit = "A", .Format = Format::Engineering}}});
-    DialogItem& item = Dialogs::Item(dialog, 1);
-    const struct {
-        const char* Typed;
-        double Value;
-    } rows[] = {{"5pA", 5e-12}, {"6 A", 6}, {"7 n", 7e-9}, {" 8 \u00b5A ", 8e-6}};
-    for (const auto& row : rows) {
-        EXPECT_TRUE(Dialogs::EnterText(item, row.Typed)) << row.Typed;
-        EXPECT_DOUBLE_EQ(value, row.Value) << row.Typed;
+    const std::pair<const char*, double> rows[] = {{"5pA", 5e-12},        {"6 A", 6},   {"7 n", 7e-9},
+                                                   {" 8 \u00b5A ", 8e-6}, {"5 V", NAN}, {"A", NAN},
+                                                   {"5 AA", NAN},         {"pA", NAN}};
+    for (const auto& [typed, taken] : rows) {
+        EXPECT_EQ(Dialogs::EnterText(Dialogs::Item(dialog, 1), typed), !std::isnan(taken)) << typed;
+        EXPECT_DOUBLE_EQ(value, std::isnan(taken) ? 8e-6 : taken) << typed;
     }
-    for (const char* const wrong : {"5 V", "A", "5 AA", "pA"})
-        EXPECT_FALSE(Dialogs::EnterText(item, wrong)) << wrong;
-    EXPECT_DOUBLE_EQ(value, 8e-6);
 }
 
 TEST_F(ItemValueTest, EveryKindOfVariableTakesWhatItCanHold) {
@@ -146,12 +135,10 @@ TEST_F(ItemValueTest, EveryKindOfVariableTakesWhatItCanHold) {
     const Dialogs::ValueRef places[] = {&real64, &real32, &int32, &int16, &set16, &boolean, &byte};
     const struct {
         double Value, Stored[7];
-    } rows[] = {
-        {-2.5, {-2.5, -2.5, -3, -3, 0, 1, 0}},
-        {1e20, {1e20, 1e20f, 2147483647, 32767, 65535, 1, 255}},
-        {-1e20, {-1e20, -1e20f, -2147483648.0, -32768, 0, 1, 0}},
-        {0, {0, 0, 0, 0, 0, 0, 0}},
-    };
+    } rows[] = {{-2.5, {-2.5, -2.5, -3, -3, 0, 1, 0}},
+                {1e20, {1e20, 1e20f, 2147483647, 32767, 65535, 1, 255}},
+                {-1e20, {-1e20, -1e20f, -2147483648.0, -32768, 0, 1, 0}},
+                {0, {0, 0, 0, 0, 0, 0, 0}}};
     DialogItem item;
     for (const auto& row : rows)
         for (std::size_t i = 0; i < std::size(places); ++i)
@@ -180,14 +167,6 @@ TEST_F(ItemValueTest, TextsAreCutToTheirLengthBetweenCharacters) {
     EXPECT_EQ(text.size(), 79u);
     EXPECT_EQ(Dialogs::Item(dialog, 3).TextLength, 79);
     EXPECT_EQ(Dialogs::Item(dialog, 4).TextLength, 79) << "79 stays 79";
-}
-
-TEST_F(ItemValueTest, SetsAreDigitsOfTheirBits) {
-    EXPECT_EQ(Dialogs::SetDigits(0x8421), "05AF");
-    std::uint16_t set = 7;
-    EXPECT_TRUE(Dialogs::ReadSetDigits(" 05aF ", set));
-    EXPECT_FALSE(Dialogs::ReadSetDigits("0G", set));
-    EXPECT_EQ(set, 0x8421);
 }
 
 TEST_F(ItemValueTest, ListsStepOverDisabledEntriesAndStopAtTheEnds) {

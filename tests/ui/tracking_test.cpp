@@ -140,28 +140,26 @@ TEST_F(TrackingTest, TheOptionKeyMovesAndSizesItemsAndBothKeysMoveWhatIsInside) 
         double Right, Down;
         std::uint32_t Modifiers;
         Rect Places[5];
-    } cases[] = {
-        {{70, 70}, 10, 20, option, {card, moved(button, 10, 20), small, across, line}},
-        {{117, 87}, 10, 20, option, {card, {60, 60, 130, 110}, small, across, line}},
-        {{111, 70}, 10, 20, option, {card, moved(button, 10, 20), small, across, line}},
-        {{77, 117}, 10, 20, option, {card, button, {60, 100, 90, 140}, across, line}},
-        {{75, 115}, 10, 20, option, {card, button, moved(small, 10, 20), across, line}},
-        {{70, 140},
-         10,
-         20,
-         both,
-         {moved(card, 10, 20), moved(button, 10, 20), moved(small, 10, 20), across, line}},
-        // The window's edges hold; an item never turns over.
-        {{70, 70}, -500, -500, option, {card, moved(button, -60, -60), small, across, line}},
-        {{70, 70}, 900, 900, option, {card, {340, 270, 400, 300}, small, across, line}},
-        {{117, 87}, -500, -500, option, {card, {60, 60, 68, 68}, small, across, line}},
-        {{117, 87}, 900, 900, option, {card, {60, 60, 400, 300}, small, across, line}},
-        // What is smaller than an item should be, or out of the window, does not jump.
-        {{399, 100}, 0, 0, option, {card, button, small, across, line}},
-        {{399, 100}, 50, 3, option, {card, button, small, across, {300, 100, 402, 104}}},
-        {{310, 100}, 50, 3, both, {card, button, small, across, moved(line, 0, 3)}},
-        {{300, 250}, 10, 10, option, {card, button, small, across, line}},
-    };
+    } cases[] = {{{70, 70}, 10, 20, option, {card, moved(button, 10, 20), small, across, line}},
+                 {{117, 87}, 10, 20, option, {card, {60, 60, 130, 110}, small, across, line}},
+                 {{111, 70}, 10, 20, option, {card, moved(button, 10, 20), small, across, line}},
+                 {{77, 117}, 10, 20, option, {card, button, {60, 100, 90, 140}, across, line}},
+                 {{75, 115}, 10, 20, option, {card, button, moved(small, 10, 20), across, line}},
+                 {{70, 140},
+                  10,
+                  20,
+                  both,
+                  {moved(card, 10, 20), moved(button, 10, 20), moved(small, 10, 20), across, line}},
+                 // The window's edges hold; an item never turns over.
+                 {{70, 70}, -500, -500, option, {card, moved(button, -60, -60), small, across, line}},
+                 {{70, 70}, 900, 900, option, {card, {340, 270, 400, 300}, small, across, line}},
+                 {{117, 87}, -500, -500, option, {card, {60, 60, 68, 68}, small, across, line}},
+                 {{117, 87}, 900, 900, option, {card, {60, 60, 400, 300}, small, across, line}},
+                 // What is smaller than an item should be, or out of the window, does not jump.
+                 {{399, 100}, 0, 0, option, {card, button, small, across, line}},
+                 {{399, 100}, 50, 3, option, {card, button, small, across, {300, 100, 402, 104}}},
+                 {{310, 100}, 50, 3, both, {card, button, small, across, moved(line, 0, 3)}},
+                 {{300, 250}, 10, 10, option, {card, button, small, across, line}}};
     for (const auto& row : cases) {
         DialogRecord& dialog = Open(rows);
         const auto places = [&](const char* when) {
