@@ -52,7 +52,7 @@ bool PressByKey(DialogRecord& dialog, const Event& event, bool isFront) {
                             (isFront || !item.Key2.FrontOnly);
         if (!main && !second) continue;
         if (!Accepts(dialog, number)) continue;
-        if (ItemIsLocked(dialog, number)) return true;
+        // A locked item takes its key, and does nothing.
         PressItem(dialog, number,
                   {.KeyClass = event.KeyClass,
                    .Char = event.Char,

@@ -29,7 +29,7 @@ const std::vector<Row>& Rows() {
         {.Kind = List, .Name = "Kind", .Value = ValueRef(ValueKind::Byte), .Entries = Entries},
         {.Kind = Drag, .Name = "Left", .Value = ValueRef(ValueKind::Real32)},
         {.Kind = Switch, .Name = "Show"},
-        {.Kind = Text, .Name = "Label", .Text = "label"}};
+        {.Kind = Text, .Name = "", .Text = "label"}};
     return rows;
 }
 
@@ -148,22 +148,25 @@ TEST_F(DiaFileTest, FieldsStandAtTheirPlaces) {
     const struct {
         std::size_t Place;
         std::int16_t Value;
-    } halves[] = {{12, 1},         {14, 1},        {tau + 174, 2},  {tau + 176, -2},    {tau + 180, 12},
-                  {tau + 190, 20}, {tau + 192, 4}, {tau + 194, 20}, {tau + 198, 0x1010}};
+    } halves[] = {{12, 1},         {14, 1},         {tau + 174, 2},  {tau + 176, -2}, {tau + 180, 12},
+                  {tau + 190, 20}, {tau + 192, 4},  {tau + 194, 20}, {tau + 178, 2},  {tau + 198, 0x1010},
+                  {drag + 248, 3}, {drag + 250, 20}};
     for (const auto& row : halves) EXPECT_EQ(At<std::int16_t>(content, row.Place), row.Value) << row.Place;
     const struct {
         std::size_t Place;
         char Value;
-    } bytes[] = {{tau + 80, 3},     {tau + 81, 66},  {tau + 82, 1},  {tau + 83, 1},  {tau + 84, 1},
-                 {tau + 183, 5},    {tau + 184, 2},  {tau + 185, 1}, {tau + 186, 4}, {tau + 187, 7},
-                 {tau + 188, 1},    {tau + 196, 3},  {tau + 197, 0}, {tau + 204, 1}, {list + 83, 0},
-                 {list + 234, 'q'}, {list + 235, 2}, {drag + 84, 0}};
+    } bytes[] = {{tau + 80, 3},   {tau + 81, 66}, {tau + 82, 1},   {tau + 83, 1},
+                 {tau + 84, 1},   {tau + 183, 5}, {tau + 184, 2},  {tau + 185, 1},
+                 {tau + 186, 4},  {tau + 187, 7}, {tau + 188, 1},  {tau + 196, 3},
+                 {tau + 197, 0},  {tau + 204, 1}, {list + 83, 0},  {list + 234, 'q'},
+                 {list + 235, 2}, {drag + 84, 0}, {drag + 278, 1}, {Head + 5 * Each + 238, 1}};
     for (const auto& row : bytes) EXPECT_EQ(content[row.Place], row.Value) << row.Place;
     EXPECT_STREQ(&content[tau], "Tau");
     EXPECT_STREQ(&content[tau + 86], "\u00b5");
     EXPECT_STREQ(&content[tau + 166], "mV");
     EXPECT_EQ(At<double>(content, tau + 208), 1e-3);
     EXPECT_EQ(At<double>(content, drag + 232), 0.5);
+    EXPECT_EQ(At<double>(content, drag + 240), 2.0);
 }
 
 TEST_F(DiaFileTest, WhatTheUserHasArrangedIsStoredAtTheEndAndTakenAtTheNextStart) {
@@ -187,12 +190,12 @@ TEST_F(DiaFileTest, ItemsAreFoundByName) {
     std::vector<Row> older = Rows();
     older.erase(older.begin() + 2);
     std::swap(older[0], older[1]);
-    older[2].Name = "Gone";
+    older[3].Name = "Gone";
     const std::string content = Stored(older);
     DialogRecord& dialog = Coded();
     ASSERT_TRUE(Loads(dialog, content));
     const Rect changed[] = {{2, 4, 102, 122}, {1, 2, 101, 121}, {0, 48, 80, 68},
-                            {0, 72, 80, 92},  {4, 8, 104, 124}, {5, 10, 105, 125}};
+                            {3, 6, 103, 123}, {0, 96, 80, 116}, {5, 10, 105, 125}};
     for (int i = 1; i <= 6; ++i) EXPECT_EQ(Dialogs::Item(dialog, i).ItemRect, changed[i - 1]) << i;
     EXPECT_EQ(Dialogs::Item(dialog, 1).ItemName, "Go");
     // The item of a name may be of another kind by now: what is the kind's own stays as coded.
@@ -292,7 +295,7 @@ TEST_F(DiaFileTest, NoBytesMakeADialogUnusable) {
         for (std::size_t at = run % 4 == 0 ? 0 : 17; at < content.size(); ++at)
             if ((at < Head || (at - Head) % Each >= 80 || run % 4 == 0) &&
                 random() % (run % 2 == 0 ? 1 : 20) == 0)
-                content[at] = static_cast<char>(random());
+                content[at] = run % 5 == 0 ? '\xff' : static_cast<char>(random());
         WriteWhole(Folder.At("qorvanite/Tool_0.dia"), content);
         DialogRecord& dialog = Open(Rows());
         EXPECT_GE(dialog.WindowRect.Width(), 40);

@@ -177,6 +177,11 @@ TEST_F(EditingTest, ABoxOfLinesStaysOpenAndFollowsItsValue) {
     Headless::Type("last");
     Dialogs::CloseDialog(dialog);
     EXPECT_EQ(equation, "last");
+    ASSERT_TRUE(Dialogs::OpenDialog(dialog));
+    Headless::Type("overtaken");
+    equation = "tool";
+    Dialogs::CloseDialog(dialog);
+    EXPECT_EQ(equation, "tool");
     EXPECT_TRUE(Headless::Desktop().TextBoxes.empty());
 }
 

@@ -265,6 +265,10 @@ TEST_F(ItemConfigTest, ItClosesWithTheDialogAtWork) {
     Click(other, 1, Platform::Control);
     EXPECT_EQ(ConfigTitle(), "Configure: \"T1, B\" (button,macro)");
     Press("shadow");
+    Press("Cancel");
+    EXPECT_EQ(Dialogs::Item(tool, 1).TextStyle, Dialogs::Bold | Dialogs::Outline);
+    EXPECT_EQ(Dialogs::Item(other, 1).TextStyle, 0);
+    ItemConfig::Show(other, 1);
     Dialogs::DisposeDialog(tool);
     EXPECT_TRUE(Config().IsOpen);
     Dialogs::DisposeDialog(other);

@@ -67,7 +67,8 @@ TEST_F(TrackingTest, ADragChangesTheNumberByItsStep) {
     EXPECT_EQ(tracked.front(), 20);
     // A click takes the cursor, also one with a shaking hand.
     Headless::Desktop().Modifiers = 0;
-    Pull(dialog, Middle(dialog, 1), 3, 0);
+    Pull(dialog, Middle(dialog, 1), 3, -3);
+    EXPECT_EQ(value, 20);
     EXPECT_TRUE(Editing::IsUnderWay(dialog, 1));
     Editing::Cancel();
 }
@@ -75,6 +76,7 @@ TEST_F(TrackingTest, ADragChangesTheNumberByItsStep) {
 TEST_F(TrackingTest, AWindowMayCloseWhileTheMouseIsDown) {
     static DialogRecord* open;
     static bool dispose;
+    static int looks;
     const Dialogs::ValueRef number(Dialogs::ValueKind::Real64);
     const std::vector<Row> rows{{.Kind = Button, .Name = "B"}, {.Kind = Drag, .Name = "D", .Value = number}};
     for (const bool gone : {false, true})
@@ -84,7 +86,9 @@ TEST_F(TrackingTest, AWindowMayCloseWhileTheMouseIsDown) {
                 DialogRecord& dialog = Open(rows);
                 open = &dialog;
                 dispose = gone;
+                looks = 0;
                 Headless::Desktop().OnWait = [] {
+                    if (++looks < 2) return; // by then the mouse has moved
                     Headless::Desktop().OnWait = nullptr;
                     dispose ? Dialogs::DisposeDialog(*open) : Dialogs::CloseDialog(*open);
                 };
