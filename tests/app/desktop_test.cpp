@@ -7,6 +7,7 @@
 #include "platform/headless/headless.h"
 #include "setup/settings_file.h"
 #include "support/fixtures.h"
+#include "ui/dia_file.h"
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
 #include "ui/item_value.h"
@@ -235,7 +236,8 @@ TEST_F(DesktopTest, TheEquationEditorShowsWhereAnErrorIsAndStoresWhatIsRight) {
 TEST_F(DesktopTest, QuittingAsksForWhatIsNotStored) {
     ASSERT_TRUE(Start({.DataFile = Copy("plain.dat")}));
     Notebook::WriteLine("worth keeping");
-    Screen().Answers = {2}; // Cancel
+    Dialogs::KeepLayout(Dialog("Control")); // something was moved there
+    Screen().Answers = {2};                 // Cancel
     Choose("Qorvanite", "Quit");
     EXPECT_FALSE(Desktop::QuitFlag);
     EXPECT_TRUE(Was("Quitting Qorvanite \n\nSave Modified Text ?"));
@@ -251,6 +253,7 @@ TEST_F(DesktopTest, QuittingAsksForWhatIsNotStored) {
     EXPECT_TRUE(Desktop::QuitFlag);
     EXPECT_NE(Support::ReadWhole(Folder.At("kept.txt")).find("worth keeping"), std::string::npos);
     EXPECT_NE(Support::ReadWhole(Setup::State.SettingsFile).find("Username \"Anna\""), std::string::npos);
+    EXPECT_TRUE(std::filesystem::exists(DiaFile::PathOf(Dialog("Control"))));
 }
 
 TEST_F(DesktopTest, SwitchFilesBesideTheProgramCount) {
