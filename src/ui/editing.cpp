@@ -159,11 +159,11 @@ void CloseBoxes(DialogRecord& dialog) {
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!Dialogs::HasItem(dialog, number)) continue;
         DialogItem& item = Dialogs::Item(dialog, number);
+        item.Busy = false;
         if (item.TextBox == 0) continue;
         if (item.Lines) TakeBoxText(dialog, item.TextBox);
         Platform::Ops().CloseTextBox(item.TextBox);
         item.TextBox = 0;
-        item.Busy = false;
     }
 }
 
