@@ -67,7 +67,6 @@ inline void CheckValues() {
         Promise(Texts::Utf8(text) == text, "a text is no text");
     }
     Promise(!Dialogs::Tracking, "the toolkit still tracks");
-    Promise(!Editing::IsUnderWay(), "an entry is still under way");
 }
 
 }

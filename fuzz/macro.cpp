@@ -160,6 +160,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Macros::StopMacro();
     }
     Fuzz::CheckValues();
+    Promise(!Editing::IsUnderWay(), "an entry is still under way");
     CheckWriting(1 + static_cast<int>(size) % Support::LastItem);
     Promise(Dialogs::Current.Item >= 0 && Dialogs::Current.Item <= Support::LastItem,
             "the current item is none");

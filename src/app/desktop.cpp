@@ -13,6 +13,7 @@
 #include "platform/module.h"
 #include "setup/settings_file.h"
 #include "trees/tree.h"
+#include "ui/dia_file.h"
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
@@ -438,6 +439,7 @@ bool Quit() {
     if (Setup::Settings.Program.StoreOnExit && !Setup::SaveConfiguration(false) &&
         !AskYesNo("The configuration was not saved. QUIT anyway ?", false))
         return false;
+    if (!DiaFile::StoreArranged() && !AskYesNo("A dialog was not stored. QUIT anyway ?", false)) return false;
     // Asked ahead of the close: who stays keeps the data file open.
     const TextAnswer answer = AskAboutText();
     if (answer == TextAnswer::Cancel || !DataFiles::Close() || !TextIsSettled(answer)) return false;

@@ -27,6 +27,8 @@ inline constexpr std::uint32_t SystemQuit = 4;
 // Modifier bits, in Message of mouse and key events. The control key of a keyboard is Control, its alt key
 // Option, and its logo key Command.
 inline constexpr std::uint32_t Command = 1, Shift = 2, Caps = 4, Option = 8, Control = 16;
+// With the modifiers of a key: it is held down, and comes once more for it.
+inline constexpr std::uint32_t Repeated = 256;
 
 // Char of a key: the character (Unicode), or SpecialKey plus one of the codes below.
 inline constexpr std::uint32_t SpecialKey = 0x110000;

@@ -25,7 +25,6 @@ using Dialogs::Rect;
 constexpr std::int64_t FileBytesMax = 16'000'000; // 32766 items take 10 million
 constexpr std::uint8_t LittleMark = 1, BigMark = 0;
 constexpr std::int32_t PlaceMost = 32000;
-constexpr std::int32_t WindowWidthLeast = 40, WindowHeightLeast = 20; // a smaller one cannot be used
 constexpr std::int16_t TextLengthMost = Dialogs::ValueTextMax;
 constexpr std::size_t NameBytes = 80;
 
@@ -117,7 +116,9 @@ void KeyFields(const Fields& fields, DialogItem& item) {
     fields.Flag(197, item.Key.FrontOnly);
 }
 
-void KindFields(const Fields& fields, DialogItem& item) {
+// Kinds whose own fields leave no room for it at their beginning have it behind them; the second text of a
+// number leaves none at all.
+void HighColorField(const Fields& fields, DialogItem& item) {
     switch (item.Kind) {
     case ItemKind::Switch:
     case ItemKind::FramedBool:
@@ -125,6 +126,14 @@ void KindFields(const Fields& fields, DialogItem& item) {
     case ItemKind::Offscreen:
     case ItemKind::GWindow:
     case ItemKind::User: fields.Color(232, item.HighColor); break;
+    case ItemKind::FramedNumber: break;
+    default: fields.Color(272, item.HighColor); break;
+    }
+}
+
+void KindFields(const Fields& fields, DialogItem& item) {
+    HighColorField(fields, item);
+    switch (item.Kind) {
     case ItemKind::Drag:
     case ItemKind::Drag2: {
         const DialogItem before = item;
@@ -189,7 +198,7 @@ void WindowFields(const Fields& fields, DialogRecord& dialog) {
     fields.Flag(17, dialog.KeepScale);
     Rect window = dialog.WindowRect;
     fields.Place(24, window);
-    if (window.Width() >= WindowWidthLeast && window.Height() >= WindowHeightLeast)
+    if (window.Width() >= Dialogs::WindowWidthLeast && window.Height() >= Dialogs::WindowHeightLeast)
         dialog.WindowRect = window;
     std::int32_t state = dialog.WindowState;
     fields.Number(40, state);
@@ -318,6 +327,13 @@ bool Store(DialogRecord& dialog, const std::string& file) {
     if (error == 0) return true;
     Messages::Alert("Error storing '" + path + "':   " + Files::ErrorText(error));
     return false;
+}
+
+bool StoreArranged() {
+    bool all = true;
+    for (DialogRecord* dialog = Dialogs::FirstDialog(); dialog != nullptr; dialog = dialog->NextDialog)
+        if (dialog->Arranged && dialog->Storable) all = Store(*dialog) && all;
+    return all;
 }
 
 bool Load(DialogRecord& dialog, const std::string& file, Report report) {

@@ -24,6 +24,9 @@ enum class Report : std::uint8_t {
 
 // file: empty for the dialog's own. False after the reason has been said.
 [[nodiscard]] bool Store(Dialogs::DialogRecord& dialog, const std::string& file = {});
+// The layouts of all dialogs in which the user has arranged something, at the end of the program. False after
+// the reason of each that could not be stored.
+bool StoreArranged();
 // Only before the dialog's window is opened, or when it is about to be drawn anew. A file of another
 // byte order or version is loaded if the user says so.
 [[nodiscard]] bool Load(Dialogs::DialogRecord& dialog, const std::string& file, Report report);

@@ -26,9 +26,10 @@
 
 namespace Dialogs {
 
-inline constexpr std::size_t TextMax = 79;        // characters of names, texts, titles
-inline constexpr std::size_t UnitMax = 7;         // of a unit
-inline constexpr std::size_t ValueTextMax = 1023; // of a text value outside of its item
+inline constexpr std::size_t TextMax = 79;                          // characters of names, texts, titles
+inline constexpr std::size_t UnitMax = 7;                           // of a unit
+inline constexpr std::size_t ValueTextMax = 1023;                   // of a text value outside of its item
+inline constexpr int WindowWidthLeast = 40, WindowHeightLeast = 20; // a smaller one cannot be used
 
 // The numbers stand in .dia files.
 enum class ItemKind : std::uint8_t {
@@ -208,7 +209,8 @@ struct DialogItem {
     Dialogs::Role Role = Role::Normal;
     std::string Tip{};
     Platform::TextBoxId TextBox = 0; // of an EditText that is always open
-    std::string BoxText{};           // what box and value agreed on last
+    std::string BoxText{};           // the value that the box shows
+    std::string BoxShown{};          // the same as the box tells it: line ends may differ
     std::string OwnText{};           // the value where ValuePointer names none and the kind has a text
     double OwnValue = 0;             // likewise for numbers, in the shape of ValueKind
 };

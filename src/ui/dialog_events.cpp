@@ -1,5 +1,6 @@
 #include "ui/dialog_events.h"
 
+#include "base/text.h"
 #include "ui/draw_item.h"
 #include "ui/editing.h"
 #include "ui/item_value.h"
@@ -27,14 +28,16 @@ KeyCode CodeOf(const Event& event) {
     return event.KeyClass == KeyClass::Special ? static_cast<KeyCode>(event.Char) : KeyCode::None;
 }
 
+std::uint32_t Upper(KeyClass keyClass, std::uint32_t character) {
+    const bool lower = keyClass == KeyClass::Printable && character >= 'a' && character <= 'z';
+    return lower ? character - ('a' - 'A') : character;
+}
+
 // Caps lock is no modifier of a shortcut, and shift is part of a character.
 bool Matches(const Shortcut& key, const Event& event) {
     if (!key.IsSet() || key.Class != event.KeyClass) return false;
-    std::uint32_t typed = event.Char;
-    if (key.Class == KeyClass::Printable && key.AnyModifier && typed >= 'a' && typed <= 'z')
-        typed -= 'a' - 'A';
-    if (key.Char != typed) return false;
-    if (key.AnyModifier) return true;
+    if (key.AnyModifier) return Upper(key.Class, key.Char) == Upper(key.Class, event.Char);
+    if (key.Char != event.Char) return false;
     std::uint32_t ignored = Platform::Caps;
     if (key.Class == KeyClass::Printable) ignored |= Platform::Shift;
     return (event.Modifiers & ~ignored) == (key.Modifiers & ~ignored);
@@ -49,7 +52,7 @@ bool PressByKey(DialogRecord& dialog, const Event& event, bool isFront) {
                             (isFront || !item.Key2.FrontOnly);
         if (!main && !second) continue;
         if (!Accepts(dialog, number)) continue;
-        if (ItemIsLocked(dialog, number)) return true;
+        // A locked item takes its key, and does nothing.
         PressItem(dialog, number,
                   {.KeyClass = event.KeyClass,
                    .Char = event.Char,
@@ -157,11 +160,13 @@ bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
     default: break;
     }
     // A letter with a command key is meant for a menu.
-    const bool command = (event.Modifiers & (Platform::Control | Platform::Command)) != 0;
-    if (event.KeyClass != KeyClass::Printable || dialog.CurrentItem == 0 || command) return false;
+    constexpr std::uint32_t commanding = Platform::Command | Platform::Option | Platform::Control;
+    if (event.KeyClass != KeyClass::Printable || (event.Modifiers & commanding) != 0) return false;
     const int number = dialog.CurrentItem;
-    if (TakesText(dialog, number) && event.Char >= ' ' && event.Char < 127) {
-        Editing::Begin(dialog, number, std::string(1, static_cast<char>(event.Char)));
+    if (number == 0) return false;
+    const std::string typed = event.Char >= ' ' && event.Char != 127 ? Texts::Utf8Of(event.Char) : "";
+    if (TakesText(dialog, number) && !typed.empty()) {
+        Editing::Begin(dialog, number, typed);
         return true;
     }
     if (!TakesFocus(dialog, number)) return false;
@@ -170,8 +175,7 @@ bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
         return true;
     }
     std::uint16_t bit = 0;
-    const bool digit = event.Char < 127 && Item(dialog, number).Kind == ItemKind::MultiCheck &&
-                       ReadSetDigits(std::string(1, static_cast<char>(event.Char)), bit);
+    const bool digit = Item(dialog, number).Kind == ItemKind::MultiCheck && ReadSetDigits(typed, bit);
     if (!digit || bit == 0) return false;
     FlipBits(dialog, number, bit, how);
     return true;
@@ -263,10 +267,24 @@ bool Call(DialogProcedure procedure, DialogRecord& dialog, const Event& event) {
     return procedure != nullptr && procedure(dialog, event);
 }
 
+// A box of lines takes the cursor without our doing: an entry beside it has been left.
+void TypedInBox(DialogRecord& dialog, Platform::TextBoxId box) {
+    for (int number = 1; number <= dialog.ItemCount; ++number) {
+        if (!HasItem(dialog, number) || !Item(dialog, number).Lines || Item(dialog, number).TextBox != box)
+            continue;
+        Editing::LeaveAny();
+        if (!dialog.IsOpen) return;
+        Editing::TakeBoxText(dialog, box);
+        Activate(dialog, number, {.Source = Source::Key});
+        return;
+    }
+}
+
 bool HandleWindow(DialogRecord& dialog, const Event& event) {
     switch (event.Kind) {
     case KeyKind::KeyUpdate:
-        if (!Call(dialog.Procs.UpdateProc, dialog, event)) UpdateDialog(dialog);
+        UpdateDialog(dialog);
+        Call(dialog.Procs.UpdateProc, dialog, event);
         return true;
     case KeyKind::KeyResized:
         KeepPlace(dialog);
@@ -281,7 +299,10 @@ bool HandleWindow(DialogRecord& dialog, const Event& event) {
         dialog.WindowState = event.Parameter1 != 0 ? 1 : 0;
         Call(dialog.Procs.IconizeProc, dialog, event);
         return true;
-    case KeyKind::KeyActivate: Call(dialog.Procs.ActivateProc, dialog, event); return true;
+    case KeyKind::KeyActivate:
+        if (!Editing::IsUnderWayIn(dialog)) Editing::LeaveAny();
+        if (dialog.IsOpen) Call(dialog.Procs.ActivateProc, dialog, event);
+        return true;
     case KeyKind::KeyWindowClose:
         if (!dialog.Spec.CloseBox) return true; // the desktop may have its own ways to ask
         if (dialog.Spec.Window == Platform::WindowKind::Panel) {
@@ -292,11 +313,7 @@ bool HandleWindow(DialogRecord& dialog, const Event& event) {
         return true;
     case KeyKind::KeyWindow:
         if (event.Detail == Platform::TextBoxChanged) {
-            Editing::TakeBoxText(dialog, event.Parameter1);
-            for (int number = 1; number <= dialog.ItemCount; ++number)
-                if (HasItem(dialog, number) && Item(dialog, number).Lines &&
-                    Item(dialog, number).TextBox == event.Parameter1)
-                    Activate(dialog, number, {.Source = Source::Key});
+            TypedInBox(dialog, event.Parameter1);
             return true;
         }
         return Call(dialog.Procs.WindowProc, dialog, event);

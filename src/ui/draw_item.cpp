@@ -48,6 +48,9 @@ struct Look {
     [[nodiscard]] Color Shade(Color color) const {
         return Enabled ? color : Themes::Mixed(color, GroundOf(Dialog, Item), DisabledShare);
     }
+    // What a text is written on, and with; an inverted item swaps the two.
+    [[nodiscard]] Color Paper(Color paper) const { return Item.Inverted ? Colors().Text : paper; }
+    [[nodiscard]] Color Ink(Color ink) const { return Item.Inverted ? Colors().Panel : ink; }
 };
 
 Color Stronger(Color color, double share = 0.88) {
@@ -176,14 +179,16 @@ void DrawStatic(const Look& look) {
     const std::string text = look.Item.ValueKind == ValueKind::String && !TextOf(look.Item).empty()
                                  ? TextOf(look.Item)
                                  : look.Item.ItemText;
-    if (look.Item.BackColor) look.Out.Fill(look.Place, *look.Item.BackColor, Themes::Corner);
-    look.Out.Text(Moved(look.Place, look.Item), text, type, look.Shade(RoleColor(look.Item)),
+    if (look.Item.BackColor || look.Item.Inverted)
+        look.Out.Fill(look.Place, look.Paper(look.Item.BackColor.value_or(Colors().Panel)), Themes::Corner);
+    look.Out.Text(Moved(look.Place, look.Item), text, type, look.Shade(look.Ink(RoleColor(look.Item))),
                   AlignOf(look.Item, Align::Left));
 }
 
 void EntryFace(const Look& look) {
     // What cannot be typed into stands on the ground of the buttons.
-    Face(look, look.Item.BackColor.value_or(look.Item.Executable ? Colors().Panel : Colors().Soft),
+    const Color usual = look.Item.Executable ? Colors().Panel : Colors().Soft;
+    Face(look, look.Paper(look.Item.BackColor.value_or(usual)),
          look.Item.Role == Role::Warning ? Colors().Warning : Colors().Line);
 }
 
@@ -202,7 +207,7 @@ void DrawEntry(const Look& look) {
                     '*');
     const bool empty = text.empty();
     look.Out.Text(Moved(look.Place.Inset(FramePadding, 0), look.Item), empty ? look.Item.ItemText : text,
-                  look.Type, look.Shade(empty ? Colors().Secondary : Colors().Text),
+                  look.Type, look.Shade(look.Ink(empty ? Colors().Secondary : Colors().Text)),
                   AlignOf(look.Item, Align::Left));
 }
 
@@ -211,7 +216,7 @@ void DrawNumber(const Look& look) {
     if (look.Item.Busy && look.Item.TextBox != 0) return;
     if (!IsNumberItem(look.Item)) {
         look.Out.Text(Moved(look.Place.Inset(FramePadding, 0), look.Item), TextOf(look.Item), look.Type,
-                      look.Shade(Colors().Text), AlignOf(look.Item, Align::Right));
+                      look.Shade(look.Ink(Colors().Text)), AlignOf(look.Item, Align::Right));
         return;
     }
     const NumberParts parts = ShownNumber(look.Item);
@@ -221,10 +226,10 @@ void DrawNumber(const Look& look) {
         const double width = std::ceil(Platform::Ops().MeasureText(look.Type, parts.Unit).Width) + 2;
         unit.Left = digits.Right() - width;
         unit.Width = width;
-        look.Out.Text(unit, parts.Unit, look.Type, look.Shade(Colors().Secondary), Align::Right);
+        look.Out.Text(unit, parts.Unit, look.Type, look.Shade(look.Ink(Colors().Secondary)), Align::Right);
         digits.Width -= width + 4;
     }
-    look.Out.Text(digits, parts.Digits, look.Type, look.Shade(Colors().Text), Align::Right);
+    look.Out.Text(digits, parts.Digits, look.Type, look.Shade(look.Ink(Colors().Text)), Align::Right);
 }
 
 void Triangle(const Look& look, double x, double y, double half, bool up) {
@@ -241,13 +246,13 @@ void DrawDrag(const Look& look) {
 }
 
 void DrawList(const Look& look) {
-    Face(look, look.Pressed ? Stronger(Colors().Panel) : look.Item.BackColor.value_or(Colors().Panel),
-         Colors().Line);
+    const Color usual = look.Paper(look.Item.BackColor.value_or(Colors().Panel));
+    Face(look, look.Pressed ? Stronger(usual) : usual, Colors().Line);
     Area text = look.Place.Inset(FramePadding, 0);
     text.Width -= ArrowRoom - FramePadding;
     const int index = ListIndex(look.Item);
     look.Out.Text(Moved(text, look.Item), index >= 0 ? ListText(look.Item, index) : look.Item.ItemText,
-                  look.Type, look.Shade(index >= 0 ? Colors().Text : Colors().Secondary),
+                  look.Type, look.Shade(look.Ink(index >= 0 ? Colors().Text : Colors().Secondary)),
                   AlignOf(look.Item, Align::Left));
     Triangle(look, look.Place.Right() - ArrowRoom / 2 - 2, look.Place.Top + look.Place.Height / 2, 4, false);
 }

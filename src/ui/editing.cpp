@@ -16,7 +16,8 @@ struct EntryState {
     DialogRecord* Dialog = nullptr;
     int Number = 0;
     bool Ending = false;
-    bool Refused = false; // which the status line tells
+    bool Refused = false;  // which the status line tells
+    std::string Offered{}; // what the box began with; it may hold less than the value
 };
 EntryState Entry;
 
@@ -42,6 +43,12 @@ Platform::TextBoxSpec BoxSpec(const DialogRecord& dialog, int number) {
             .ReadOnly = item.Lines && !item.Executable,
             .Password = item.Password,
             .LineNumbers = item.LineNumbers};
+}
+
+void ShowValue(DialogItem& item) {
+    item.BoxText = Dialogs::TextOf(item);
+    Platform::Ops().SetTextBoxText(item.TextBox, item.BoxText);
+    item.BoxShown = Platform::Ops().TextBoxText(item.TextBox);
 }
 
 void CloseEntryBox() {
@@ -75,10 +82,10 @@ void Begin(DialogRecord& dialog, int number, std::string_view typed) {
     Platform::TextBoxSpec spec = BoxSpec(dialog, number);
     spec.SelectAll = true;
     item.TextBox = Platform::Ops().OpenTextBox(dialog.WindowHandle, spec);
-    Entry = {&dialog, number, false, false};
+    Entry = {.Dialog = &dialog, .Number = number, .Offered = Platform::Ops().TextBoxText(item.TextBox)};
     if (!typed.empty()) {
         Platform::Ops().SetTextBoxText(item.TextBox, typed);
-        Platform::Ops().SelectInTextBox(item.TextBox, static_cast<int>(typed.size()), 0);
+        Platform::Ops().SelectInTextBox(item.TextBox, 1, 0);
     }
     Dialogs::RedrawItem(dialog, number);
 }
@@ -91,6 +98,10 @@ bool IsUnderWay(const DialogRecord& dialog, int number) {
     return Entry.Dialog == &dialog && Entry.Number == number;
 }
 
+bool IsUnderWayIn(const DialogRecord& dialog) {
+    return Entry.Dialog == &dialog;
+}
+
 bool Commit() {
     if (!IsUnderWay()) return true;
     // An alert about the entry lets events through, which may try to end it once more.
@@ -100,12 +111,13 @@ bool Commit() {
     const int number = Entry.Number;
     DialogItem& item = Dialogs::Item(dialog, number);
     const Dialogs::HeldValue before = Dialogs::Hold(item);
-    const bool taken = Dialogs::EnterText(item, Platform::Ops().TextBoxText(item.TextBox));
+    const std::string typed = Platform::Ops().TextBoxText(item.TextBox);
+    const bool taken = typed == Entry.Offered || Dialogs::EnterText(item, typed);
     if (!IsUnderWay(dialog, number)) return taken;
     Entry.Ending = false;
     if (!taken) {
         Entry.Refused = true;
-        Messages::Status("\"" + Platform::Ops().TextBoxText(item.TextBox) + "\" cannot be stored here.");
+        Messages::Status("\"" + typed + "\" cannot be stored here.");
         Platform::Ops().SelectInTextBox(item.TextBox, 0, 1'000'000);
         return false;
     }
@@ -140,17 +152,18 @@ void OpenBox(DialogRecord& dialog, int number) {
     if (item.TextBox != 0 || !Dialogs::IsVisible(dialog, number)) return;
     item.TextBox = Platform::Ops().OpenTextBox(dialog.WindowHandle, BoxSpec(dialog, number));
     item.BoxText = EntryText(item);
+    item.BoxShown = Platform::Ops().TextBoxText(item.TextBox);
 }
 
 void CloseBoxes(DialogRecord& dialog) {
     for (int number = 1; number <= dialog.ItemCount; ++number) {
         if (!Dialogs::HasItem(dialog, number)) continue;
         DialogItem& item = Dialogs::Item(dialog, number);
+        item.Busy = false;
         if (item.TextBox == 0) continue;
         if (item.Lines) TakeBoxText(dialog, item.TextBox);
         Platform::Ops().CloseTextBox(item.TextBox);
         item.TextBox = 0;
-        item.Busy = false;
     }
 }
 
@@ -172,8 +185,7 @@ void ShowBox(DialogRecord& dialog, int number, bool shown) {
     // The tool has changed the value under a box that stays open.
     if (!item.Lines || item.ValueKind != Dialogs::ValueKind::String || Dialogs::TextOf(item) == item.BoxText)
         return;
-    item.BoxText = Dialogs::TextOf(item);
-    Platform::Ops().SetTextBoxText(item.TextBox, item.BoxText);
+    ShowValue(item);
 }
 
 void TakeBoxText(DialogRecord& dialog, Platform::TextBoxId box) {
@@ -182,8 +194,12 @@ void TakeBoxText(DialogRecord& dialog, Platform::TextBoxId box) {
         DialogItem& item = Dialogs::Item(dialog, number);
         if (item.TextBox != box || !item.Lines || item.ValueKind != Dialogs::ValueKind::String) continue;
         if (Dialogs::TextOf(item) != item.BoxText) continue; // what the tool has put there since counts
-        Dialogs::SetText(item, Platform::Ops().TextBoxText(box));
+        const std::string typed = Platform::Ops().TextBoxText(box);
+        if (typed == item.BoxShown) continue;
+        Dialogs::SetText(item, typed);
         item.BoxText = Dialogs::TextOf(item);
+        item.BoxShown = typed;
+        if (item.BoxText != typed) ShowValue(item); // nobody shall take it for stored
     }
 }
 

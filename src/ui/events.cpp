@@ -85,7 +85,7 @@ Event Derived(const EventRecord& record) {
         break;
     case Platform::KeyDown:
         event.Kind = KeyKind::KeyCharacter;
-        event.Modifiers = record.Message;
+        event.Modifiers = record.Message & ~Platform::Repeated;
         event.KeyClass = record.Char >= Platform::SpecialKey ? KeyClass::Special : KeyClass::Printable;
         event.Char = record.Char >= Platform::SpecialKey ? record.Char - Platform::SpecialKey : record.Char;
         break;
@@ -99,6 +99,16 @@ Event Derived(const EventRecord& record) {
     default: break; // a button that came up ends a tracking, and is no event of its own
     }
     return event;
+}
+
+// The same key waits behind it, held down all the while.
+bool IsRepeatedAgain(const EventRecord& record) {
+    if (record.What != Platform::KeyDown || (record.Message & Platform::Repeated) == 0 ||
+        Ring.Reader == Ring.Writer)
+        return false;
+    const EventRecord& next = Ring.Slots[static_cast<std::size_t>(Ring.Reader)];
+    return next.What == record.What && next.Message == record.Message && next.Char == record.Char &&
+           next.Window == record.Window;
 }
 
 bool IsInput(const EventRecord& record) {
@@ -190,6 +200,7 @@ bool GetNextEvent(Event& event) {
     Platform::Ops().Pump();
     EventRecord record;
     while (Next(record)) {
+        if (IsRepeatedAgain(record)) continue;
         event = Derived(record);
         if (event.Kind == KeyKind::None) continue;
         if (WriteKeys) Messages::Log(LogText(event));

@@ -59,6 +59,7 @@ bool Insert(const Platform::EventRecord& record);
 [[nodiscard]] int Waiting();
 
 // The next record as an event, after the platform was asked for what is there. False when there is none.
+// A key that is held down while others work counts once, however often it has repeated meanwhile.
 // Two presses of a button within DoubleClick ms and 4 pixels make a KeyDoubleMouse, three a KeyTripleMouse.
 [[nodiscard]] bool GetNextEvent(Event& event);
 inline constexpr std::uint32_t DoubleClick = 400;

@@ -284,6 +284,10 @@ void OneCloses(DialogRecord& dialog) {
 // -- procedures of the items -------------------------------------------------------------------------------
 
 void RectChanged(DialogRecord&, int) {
+    if (State.Number == 0) {
+        State.Width = std::max(State.Width, Dialogs::WindowWidthLeast);
+        State.Height = std::max(State.Height, Dialogs::WindowHeightLeast);
+    }
     State.Edited.ItemRect = {State.Left, State.Bottom - State.Height, State.Left + State.Width, State.Bottom};
 }
 

@@ -232,26 +232,15 @@ bool EnterText(DialogItem& item, std::string_view typed) {
         return true;
     }
     // What is shown stands for the value with all its digits: typed as it is, it changes nothing.
+    const std::string shown = NumberAsText(item, NumberOf(item));
     const std::string_view number = WithoutUnit(typed, item.UnitText);
-    if (number == NumberAsText(item, NumberOf(item))) return true;
+    if (NumberText::Trimmed(typed) == shown || number == shown) return true;
     double value = 0;
     if (!CheckNumberEntry(number, item.ValueLow, item.ValueHigh, item.ValueScale, item.NumberFormat,
                           item.Strict, value))
         return false;
     SetNumber(item, value);
     return true;
-}
-
-std::string ValueText(const DialogItem& item) {
-    if (item.Kind == ItemKind::List) return std::to_string(ListIndex(item));
-    switch (item.ValueKind) {
-    case ValueKind::String:
-        return item.Kind == ItemKind::Text && TextOf(item).empty() ? item.ItemText : TextOf(item);
-    case ValueKind::Boolean: return BoolOf(item) ? "TRUE" : "FALSE";
-    case ValueKind::Set16: return SetDigits(static_cast<std::uint16_t>(NumberOf(item)));
-    default: break;
-    }
-    return NumberAsText(item, NumberOf(item));
 }
 
 std::string SetDigits(std::uint16_t set) {

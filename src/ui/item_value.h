@@ -62,9 +62,6 @@ struct NumberParts {
 // it was refused: the value is as it was.
 [[nodiscard]] bool EnterText(DialogItem& item, std::string_view typed);
 
-// The value as macros and batches see it: TRUE or FALSE, bit digits, index, text or number, without its unit.
-[[nodiscard]] std::string ValueText(const DialogItem& item);
-
 // Bits of a set as digits: "0", "15" for bits 1 and 5, "A" to "F" for bits 10 to 15.
 [[nodiscard]] std::string SetDigits(std::uint16_t set);
 [[nodiscard]] bool ReadSetDigits(std::string_view text, std::uint16_t& set);

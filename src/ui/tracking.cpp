@@ -68,6 +68,11 @@ void Finish(DialogRecord& dialog, int number, const HeldValue& before, const Act
     RedrawItem(dialog, number);
 }
 
+// Where a drag begins: a value that is no number has no neighbours.
+double StartOf(const DialogItem& item, double value) {
+    return std::isfinite(value) ? value : std::max(item.ValueLow, std::min(item.ValueHigh, 0.0));
+}
+
 // The value after a drag by so many pixels; within the bounds.
 double Dragged(const DialogItem& item, double start, double right, double up, bool fast) {
     const double pixels =
@@ -79,7 +84,7 @@ double Dragged(const DialogItem& item, double start, double right, double up, bo
 void TrackDrag(DialogRecord& dialog, int number, Platform::Point from, const Activation& how) {
     DialogItem& item = Item(dialog, number);
     const HeldValue before = Hold(item);
-    const double start = before.Number;
+    const double start = StartOf(item, before.Number);
     bool moved = false;
     {
         const TrackingGuard guard;
@@ -101,7 +106,7 @@ void TrackDrag(DialogRecord& dialog, int number, Platform::Point from, const Act
     if (!dialog.IsOpen) return;
     if (!moved) {
         Editing::Begin(dialog, number);
-    } else if (NumberOf(item) != start) {
+    } else if (!(Hold(item) == before)) {
         Finish(dialog, number, before, how);
     }
 }
@@ -118,6 +123,20 @@ std::vector<int> Inside(const DialogRecord& dialog, int number) {
             inside.push_back(n);
     }
     return inside;
+}
+
+// How far the edges of an item may go: it stays in the window, and as large as a hand can take. What is
+// smaller, or partly outside, can only become better.
+struct MoveRange {
+    std::int32_t Least, Most;
+    [[nodiscard]] std::int32_t Of(double pixels) const {
+        return std::clamp(static_cast<std::int32_t>(std::lround(pixels)), Least, Most);
+    }
+};
+MoveRange RangeOf(std::int32_t start, std::int32_t end, double window, bool sizing) {
+    constexpr std::int32_t LeastSide = 8;
+    const std::int32_t room = static_cast<std::int32_t>(window) - end;
+    return {std::min(0, sizing ? LeastSide - (end - start) : -start), std::max(0, room)};
 }
 
 void MoveEdges(Rect& rect, const Rect& change) {
@@ -168,8 +187,8 @@ void MoveItems(DialogRecord& dialog, int number, Platform::Point at, bool all) {
     const double corner = start.Width() < 24 || start.Height() < 24 ? 4 : 8;
     const bool sizing = !all && at.X >= start.Right - corner && at.Y >= start.Bottom - corner;
     const Platform::Size window = Platform::Ops().ContentSize(dialog.WindowHandle);
-    const auto width = static_cast<std::int32_t>(window.Width),
-               height = static_cast<std::int32_t>(window.Height);
+    const MoveRange across = RangeOf(start.Left, start.Right, window.Width, sizing),
+                    along = RangeOf(start.Top, start.Bottom, window.Height, sizing);
     std::int32_t right = 0, down = 0;
     {
         const TrackingGuard guard;
@@ -177,20 +196,10 @@ void MoveItems(DialogRecord& dialog, int number, Platform::Point at, bool all) {
         while (looking && dialog.IsOpen) {
             looking = Events::StillDown();
             const Platform::Point now = MouseIn(dialog);
-            right = static_cast<std::int32_t>(std::lround(now.X - at.X));
-            down = static_cast<std::int32_t>(std::lround(now.Y - at.Y));
+            right = across.Of(now.X - at.X);
+            down = along.Of(now.Y - at.Y);
             Rect rubber = start;
-            if (sizing) {
-                right = std::clamp(right, 8 - start.Width(), width - start.Right);
-                down = std::clamp(down, 8 - start.Height(), height - start.Bottom);
-            } else {
-                right = std::clamp(right, -start.Left, std::max(-start.Left, width - start.Right));
-                down = std::clamp(down, -start.Top, std::max(-start.Top, height - start.Bottom));
-                rubber.Left += right;
-                rubber.Top += down;
-            }
-            rubber.Right += right;
-            rubber.Bottom += down;
+            MoveEdges(rubber, {sizing ? 0 : right, sizing ? 0 : down, right, down});
             Platform::Drawing band;
             band.Frame(rubber.Area(), Themes::Colors().Accent, 0, 1, true);
             Platform::Ops().DrawLayer(dialog.WindowHandle, RubberLayer, rubber.Area().Inset(-1, -1),

@@ -7,6 +7,7 @@
 #include "platform/headless/headless.h"
 #include "setup/settings_file.h"
 #include "support/fixtures.h"
+#include "ui/dia_file.h"
 #include "ui/dialog.h"
 #include "ui/dialog_events.h"
 #include "ui/editing.h"
@@ -292,6 +293,7 @@ TEST_F(DesktopTest, AnEditorOfOneRowGivesBackWhatWasThereOrStoresAtDone) {
 TEST_F(DesktopTest, QuittingAsksForWhatIsNotStored) {
     ASSERT_TRUE(Start({.DataFile = Copy("bigtree.dat")}));
     Notebook::WriteLine("worth keeping");
+    Dialogs::KeepLayout(Dialog("Control")); // something was moved there
     Setup::Settings.Program.VerifyExit = true;
     Screen().Answers = {1};
     Choose("File", "Quit");
@@ -313,6 +315,7 @@ TEST_F(DesktopTest, QuittingAsksForWhatIsNotStored) {
     EXPECT_TRUE(Desktop::QuitFlag);
     EXPECT_NE(Support::ReadWhole(Folder.At("kept.txt")).find("worth keeping"), std::string::npos);
     EXPECT_NE(Support::ReadWhole(Setup::State.SettingsFile).find("Username \"Anna\""), std::string::npos);
+    EXPECT_TRUE(std::filesystem::exists(DiaFile::PathOf(Dialog("Control"))));
 }
 
 TEST_F(DesktopTest, AStartThatFailsLeavesTheArrangementOfTheWindows) {

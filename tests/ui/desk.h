@@ -25,6 +25,8 @@ inline void Called(Dialogs::DialogRecord& dialog, int number) {
                     std::to_string(static_cast<int>(Dialogs::Current.Source)));
 }
 
+using Names = std::vector<std::string>;
+
 // Variables of a test are gone before its dialogs: it ends the entries that it has begun.
 class Desk : public testing::Test {
 protected:
@@ -45,7 +47,8 @@ protected:
         Headless::Reset();
     }
 
-    // A dialog "Tool 0" of ID-name T0 with these rows; the second and third likewise.
+    // A dialog "Tool 0" of ID-name T0 with these rows; the second and third likewise. What a row leaves out:
+    // items are numbered and stand below each other, 24 pixels each, and tell when they are called.
     Dialogs::DialogRecord& Set(std::vector<Dialogs::Row> rows, Dialogs::DialogSpec spec = {}) {
         static constexpr void (*Defines[])(Dialogs::DialogRecord&) = {
             [](Dialogs::DialogRecord& dialog) { Dialogs::DefineRows(dialog, RowsOf[0]); },
@@ -56,6 +59,15 @@ protected:
             [](Dialogs::DialogRecord& dialog) { Dialogs::ConfigureRows(dialog, RowsOf[1]); },
             [](Dialogs::DialogRecord& dialog) { Dialogs::ConfigureRows(dialog, RowsOf[2]); }};
         const auto which = static_cast<std::size_t>(Made++);
+        double top = 0;
+        int next = 1;
+        for (Dialogs::Row& row : rows) {
+            if (row.Number == 0) row.Number = next;
+            if (row.At == Platform::Area{}) row.At = {0, top, 80, 20};
+            if (row.Proc == nullptr && row.Kind != Dialogs::ItemKind::Text) row.Proc = Called;
+            top += 24;
+            ++next;
+        }
         RowsOf[which] = std::move(rows);
         const std::string number = std::to_string(which);
         if (spec.Title.empty()) spec.Title = "Tool " + number;
@@ -73,6 +85,11 @@ protected:
         return dialog;
     }
 
+    // As if nothing had been made.
+    void Clear() {
+        while (Made > 0) Dialogs::DisposeDialog(Records[--Made]);
+    }
+
     // Hands all that waits to the dialogs, as the event loop does.
     static void Run() {
         Events::Event event;
@@ -82,12 +99,28 @@ protected:
         const Platform::Area place = Dialogs::Item(dialog, number).ItemRect.Area();
         return {place.Left + place.Width / 2, place.Top + place.Height / 2};
     }
+    static void Click(const Dialogs::DialogRecord& dialog, Platform::Point at, std::uint32_t modifiers = 0) {
+        Headless::Click(dialog.WindowHandle, at, modifiers);
+        Run();
+    }
     static void Click(const Dialogs::DialogRecord& dialog, int number, std::uint32_t modifiers = 0) {
-        Headless::Click(dialog.WindowHandle, Middle(dialog, number), modifiers);
+        Click(dialog, Middle(dialog, number), modifiers);
+    }
+    // Takes an entry of a list or menu, from 1.
+    static void Choose(const Dialogs::DialogRecord& dialog, int number, int entry) {
+        Headless::Desktop().Answers = {entry};
+        Click(dialog, number);
+    }
+    static void Notify(const Dialogs::DialogRecord& dialog, std::uint32_t detail, std::uint32_t first = 0) {
+        Headless::Notify(dialog.WindowHandle, detail, first);
+        Run();
+    }
+    static void Resize(const Dialogs::DialogRecord& dialog, Platform::Size content) {
+        Headless::Resize(dialog.WindowHandle, content);
         Run();
     }
     // Presses at one place, lets go so many pixels away.
-    static void Drag(const Dialogs::DialogRecord& dialog, Platform::Point from, double right, double down,
+    static void Pull(const Dialogs::DialogRecord& dialog, Platform::Point from, double right, double down,
                      std::uint32_t modifiers = 0) {
         const Platform::Point to{from.X + right, from.Y + down};
         Headless::Drag(dialog.WindowHandle, {from, to, to}, modifiers);

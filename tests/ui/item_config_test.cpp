@@ -8,12 +8,12 @@ namespace {
 
 using Dialogs::DialogItem;
 using Dialogs::DialogRecord;
-using Dialogs::ItemKind;
 using Dialogs::Rect;
 using Platform::KeyCode;
-using Support::Called;
 using Support::Calls;
 using Support::Desk;
+using Support::Names;
+using enum Dialogs::ItemKind;
 
 class ItemConfigTest : public Desk {
 protected:
@@ -26,22 +26,15 @@ protected:
     }
 
     DialogRecord& Tool() {
-        return Open(
-            {{.Number = 1,
-              .Kind = ItemKind::Button,
-              .Name = "Fit",
-              .Text = "Fit",
-              .At = {10, 10, 60, 24},
-              .Proc = Called},
-             {.Number = 2,
-              .Kind = ItemKind::FramedNumber,
-              .Name = "Tau1",
-              .At = {10, 40, 80, 24},
-              .Value = &Value,
-              .Form = {.Unit = "s", .Columns = 9},
-              .Macro = false},
-             {.Number = 3, .Kind = ItemKind::Text, .Name = "", .Text = "label", .At = {10, 70, 60, 24}}},
-            {.IDName = "TFit"});
+        return Open({{.Kind = Button, .Name = "Fit", .Text = "Fit", .At = {10, 10, 60, 24}},
+                     {.Kind = FramedNumber,
+                      .Name = "Tau1",
+                      .At = {10, 40, 80, 24},
+                      .Value = &Value,
+                      .Form = {.Unit = "s", .Columns = 9},
+                      .Macro = false},
+                     {.Kind = Text, .Name = "", .Text = "label", .At = {10, 70, 60, 24}}},
+                    {.IDName = "TFit"});
     }
     static DialogRecord& Config() { return *Dialogs::FindDialog("ModConfig"); }
     static std::string ConfigTitle() { return Headless::Desktop().Windows[Config().WindowHandle].Title; }
@@ -60,59 +53,56 @@ protected:
     double Value = 0.0125;
 };
 
-TEST_F(ItemConfigTest, TheControlKeyOpensItOnTheItem) {
+TEST_F(ItemConfigTest, ItShowsTheItemAndWhatCanBeChangedOfIt) {
     DialogRecord& tool = Tool();
-    Click(tool, 1, Platform::Control);
-    ASSERT_TRUE(Config().IsOpen);
-    EXPECT_EQ(ConfigTitle(), "Configure: \"TFit, Fit\" (button,macro)");
-    EXPECT_EQ(Has("RectLeft"), 10);
-    EXPECT_EQ(Has("RectBottom"), 34);
-    EXPECT_EQ(Has("RectWidth"), 60);
-    EXPECT_EQ(Has("RectHeight"), 24);
-    EXPECT_FALSE(Can("Digits"));
-    EXPECT_FALSE(Can("integer"));
-    EXPECT_TRUE(Can("executable"));
-    Click(tool, 2, Platform::Control);
-    EXPECT_EQ(ConfigTitle(), "Configure: \"TFit, Tau1\" (framednumber)");
-    EXPECT_TRUE(Can("Digits"));
-    EXPECT_EQ(Has("fixed"), 1);
-    Click(tool, 3, Platform::Control);
-    EXPECT_EQ(ConfigTitle(), "Configure: \"TFit, unnamed\" (text,macro)");
-    Headless::Click(tool.WindowHandle, {300, 200}, Platform::Control);
-    Run();
-    EXPECT_EQ(ConfigTitle(), "Dialog: TFit, Tool 0");
-    EXPECT_FALSE(Can("executable"));
-    EXPECT_TRUE(Calls.empty());
+    const struct {
+        int Item;
+        const char* Title;
+        bool Number, Item_;
+    } rows[] = {{1, "Configure: \"TFit, Fit\" (button,macro)", false, true},
+                {2, "Configure: \"TFit, Tau1\" (framednumber)", true, true},
+                {3, "Configure: \"TFit, unnamed\" (text,macro)", false, true},
+                {0, "Dialog: TFit, Tool 0", false, false}};
+    for (const auto& row : rows) {
+        ItemConfig::Show(tool, row.Item);
+        EXPECT_EQ(ConfigTitle(), row.Title);
+        EXPECT_EQ(Can("Digits"), row.Number);
+        EXPECT_EQ(Can("integer"), row.Number);
+        EXPECT_EQ(Can("executable"), row.Item_);
+    }
     // Itself, and what must be answered, are left alone.
+    Click(tool, 1, Platform::Control);
     Click(Config(), Number("Update"), Platform::Control);
-    EXPECT_EQ(ConfigTitle(), "Dialog: TFit, Tool 0");
-    Dialogs::CloseDialog(Config());
+    EXPECT_EQ(ConfigTitle(), rows[0].Title);
+    Click(tool, {300, 200}, Platform::Control);
+    EXPECT_EQ(ConfigTitle(), rows[3].Title);
+    EXPECT_EQ(Calls, Names{});
     tool.Modal = true;
+    Click(tool, 1, Platform::Control);
     ItemConfig::Show(tool, 1);
-    EXPECT_FALSE(Config().IsOpen);
+    EXPECT_EQ(ConfigTitle(), rows[3].Title);
+    EXPECT_EQ(Calls, Names{"Fit:1"});
 }
 
 TEST_F(ItemConfigTest, EveryFieldReachesTheItemWithUpdate) {
     DialogRecord& tool = Tool();
-    ItemConfig::Show(tool, 2);
-    Put("RectLeft", "20");
-    Put("RectBottom", "100");
-    Put("RectWidth", "120");
-    Put("RectHeight", "30");
-    Put("PositionLeft", "3");
-    Put("PositionBottom", "-2");
-    Put("Text", "time");
-    Put("Length", "12");
-    Put("Digits", "3");
-    Put("Size", "12");
-    Headless::Desktop().Answers = {2};
-    Press("Font");
-    Press("engineering");
-    for (const char* const flag :
-         {"executable", "visible", "enabled", "inverted", "FrontOnly", "AnyModifier", "bold", "extend"})
+    Click(tool, 2, Platform::Control);
+    const struct {
+        const char* Name;
+        const char* Text;
+        double Former;
+    } entries[] = {{"RectLeft", "20", 10},   {"RectBottom", "100", 64}, {"RectWidth", "120", 80},
+                   {"RectHeight", "30", 24}, {"PositionLeft", "3", 0},  {"PositionBottom", "-2", 0},
+                   {"Text", "time", 0},      {"Length", "12", 10},      {"Digits", "3", 1},
+                   {"Size", "12", 10}};
+    for (const auto& row : entries) {
+        EXPECT_EQ(Has(row.Name), row.Former) << row.Name;
+        Put(row.Name, row.Text);
+    }
+    for (const char* const list : {"Font", "Justify"}) Choose(Config(), Number(list), 2);
+    for (const char* const flag : {"engineering", "executable", "visible", "enabled", "inverted", "FrontOnly",
+                                   "AnyModifier", "bold", "extend"})
         Press(flag);
-    Headless::Desktop().Answers = {2};
-    Press("Justify");
     Headless::Desktop().Colors = {Platform::FromHex(0x112233), Platform::FromHex(0x445566)};
     Press("BackCol");
     Press("HighCol");
@@ -121,50 +111,37 @@ TEST_F(ItemConfigTest, EveryFieldReachesTheItemWithUpdate) {
     EXPECT_TRUE(item.Visible);
     Press("Update");
     EXPECT_EQ(item.ItemRect, (Rect{20, 70, 140, 100}));
-    EXPECT_EQ(item.TextLeft, 3);
-    EXPECT_EQ(item.TextBottom, -2);
+    EXPECT_EQ(std::tuple(item.TextLeft, item.TextBottom, item.TextLength, item.Digits, item.FontSize,
+                         item.LineHeight, item.FontNumber, item.Justify, item.TextStyle),
+              std::tuple(3, -2, 12, 3, 12, 15, 1, 1, Dialogs::Bold | Dialogs::Extend));
     EXPECT_EQ(item.ItemText, "time");
-    EXPECT_EQ(item.TextLength, 12);
-    EXPECT_EQ(item.Digits, 3);
-    EXPECT_EQ(item.FontSize, 12);
-    EXPECT_EQ(item.LineHeight, 15);
-    EXPECT_EQ(item.FontNumber, 1);
     EXPECT_EQ(item.NumberFormat, NumberText::Format::Engineering);
     EXPECT_FALSE(item.Executable || item.Visible || item.Enabled || item.Key.FrontOnly);
     EXPECT_TRUE(item.Inverted && item.Key.AnyModifier);
-    EXPECT_EQ(item.TextStyle, Dialogs::Bold | Dialogs::Extend);
-    EXPECT_EQ(item.Justify, 1);
     EXPECT_EQ(item.BackColor, Platform::FromHex(0x112233));
     EXPECT_EQ(item.HighColor, Platform::FromHex(0x445566));
-    EXPECT_EQ(Value, 0.0125);
     Press("normal");
-    Press("Update");
-    EXPECT_EQ(item.TextStyle, 0);
     // A colour of the theme's own follows the theme.
     Headless::Desktop().Colors = {Themes::Colors().Panel};
     Press("BackCol");
     Press("Done");
+    EXPECT_EQ(item.TextStyle, 0);
     EXPECT_FALSE(item.BackColor);
     EXPECT_FALSE(Config().IsOpen);
     // It outlives the window.
     Dialogs::CloseDialog(tool);
     ASSERT_TRUE(Dialogs::OpenDialog(tool));
-    EXPECT_EQ(Dialogs::Item(tool, 2).ItemRect, (Rect{20, 70, 140, 100}));
-    EXPECT_FALSE(Dialogs::Item(tool, 2).Visible);
+    EXPECT_EQ(item.ItemRect, (Rect{20, 70, 140, 100}));
+    EXPECT_FALSE(item.Visible);
 }
 
 TEST_F(ItemConfigTest, CancelPutsBackEveryItemThatWasVisited) {
     DialogRecord& tool = Tool();
     const std::string before = DiaFile::Image(tool);
-    const auto leave = [&](int how) {
-        if (how == 0) Press("Cancel");
-        if (how == 1) Key(Config(), KeyCode::Escape);
-        if (how == 2) {
-            Headless::Notify(Config().WindowHandle, Platform::CloseRequested);
-            Run();
-        }
-    };
-    for (const int how : {0, 1, 2}) {
+    const std::function<void()> ways[] = {[] { Press("Cancel"); }, [] { Key(Config(), KeyCode::Escape); },
+                                          [] { Notify(Config(), Platform::CloseRequested); }};
+    const auto& window = Headless::Desktop().Windows[tool.WindowHandle];
+    for (const auto& leave : ways) {
         ItemConfig::Show(tool, 1);
         Put("RectLeft", "50");
         Press("bold");
@@ -175,41 +152,38 @@ TEST_F(ItemConfigTest, CancelPutsBackEveryItemThatWasVisited) {
         Press("Update");
         Click(tool, 1, Platform::Control); // the first one once more
         Put("RectLeft", "70");
-        Press("Update");
         Put("ItemName", "0");
         Press("GotoItem");
         Put("Text", "My fit");
-        Put("RectWidth", "450");
+        Put("RectWidth", "5"); // smaller than can be used
         Press("Update");
-        EXPECT_EQ(Headless::Desktop().Windows[tool.WindowHandle].Title, "My fit");
-        EXPECT_EQ(Platform::Ops().ContentSize(tool.WindowHandle).Width, 450);
+        EXPECT_EQ(window.Title, "My fit");
+        EXPECT_EQ(window.Place.Width, 40);
         EXPECT_NE(DiaFile::Image(tool), before);
-        leave(how);
+        leave();
         EXPECT_FALSE(Config().IsOpen);
-        EXPECT_EQ(DiaFile::Image(tool), before) << how;
-        EXPECT_EQ(Headless::Desktop().Windows[tool.WindowHandle].Title, "Tool 0");
-        EXPECT_EQ(Platform::Ops().ContentSize(tool.WindowHandle).Width, 400);
+        EXPECT_EQ(DiaFile::Image(tool), before);
+        EXPECT_EQ(window.Title, "Tool 0");
+        EXPECT_EQ(window.Place.Width, 400);
     }
 }
 
 TEST_F(ItemConfigTest, WhatTheUserLeavesAloneIsNotTouched) {
     DialogRecord& tool = Tool();
+    const DialogItem& item = Dialogs::Item(tool, 1);
     ItemConfig::Show(tool, 1);
     Press("bold");
     // Meanwhile the tool works on.
     Dialogs::SetItemText(tool, 1, "Stop");
     Dialogs::EnableItem(tool, 1, false);
-    Headless::Resize(tool.WindowHandle, {500, 300});
-    Run();
     Dialogs::Item(tool, 1).ItemRect = {20, 10, 80, 34};
-    Press("Update");
-    EXPECT_EQ(Dialogs::Item(tool, 1).TextStyle, Dialogs::Bold);
-    EXPECT_EQ(Dialogs::Item(tool, 1).ItemText, "Stop");
-    EXPECT_FALSE(Dialogs::Item(tool, 1).Enabled);
-    EXPECT_EQ(Dialogs::Item(tool, 1).ItemRect.Left, 20);
-    Press("Cancel");
-    EXPECT_EQ(Dialogs::Item(tool, 1).TextStyle, 0);
-    EXPECT_EQ(Dialogs::Item(tool, 1).ItemText, "Stop");
+    for (const char* const way : {"Update", "Cancel"}) {
+        Press(way);
+        EXPECT_EQ(item.TextStyle, way == std::string("Update") ? Dialogs::Bold : 0);
+        EXPECT_EQ(item.ItemText, "Stop");
+        EXPECT_FALSE(item.Enabled);
+        EXPECT_EQ(item.ItemRect.Left, 20);
+    }
     // Opened and done without a change: the layout is still the coded one.
     tool.Arranged = false;
     ItemConfig::Show(tool, 2);
@@ -217,31 +191,18 @@ TEST_F(ItemConfigTest, WhatTheUserLeavesAloneIsNotTouched) {
     EXPECT_FALSE(tool.Arranged);
 }
 
-TEST_F(ItemConfigTest, GoToItemTakesNumbersAndNames) {
-    DialogRecord& tool = Tool();
-    ItemConfig::Show(tool, 1);
+TEST_F(ItemConfigTest, AnItemIsFoundByItsNumberOrName) {
+    const DialogRecord& tool = Tool();
     const struct {
         const char* Text;
-        const char* Title;
-        const char* Note;
-    } rows[] = {
-        {"2", "Configure: \"TFit, Tau1\" (framednumber)", ""},
-        {"Fit", "Configure: \"TFit, Fit\" (button,macro)", ""},
-        {" tau1 ", "Configure: \"TFit, Tau1\" (framednumber)", ""},
-        {"0", "Dialog: TFit, Tool 0", ""},
-        {"4", "Dialog: TFit, Tool 0", "## Error converting \"4\" to index of target item. ## \n"},
-        {"99999999999999999999", "Dialog: TFit, Tool 0",
-         "## Error converting \"99999999999999999999\" to index of target item. ## \n"},
-        {"Tau", "Dialog: TFit, Tool 0", "#  Error: Item with name \"Tau\" not found. ## \n"},
-        {"", "Dialog: TFit, Tool 0", "#  Error: Item with name \"\" not found. ## \n"},
-    };
-    for (const auto& row : rows) {
-        Said.Notes.clear();
-        Put("ItemName", row.Text);
-        Press("GotoItem");
-        EXPECT_EQ(ConfigTitle(), row.Title) << row.Text;
-        EXPECT_EQ(Said.Notes, row.Note);
-    }
+        int Item;
+    } rows[] = {{"2", 2},    {"Fit", 1}, {" tau1 ", 2}, {"0", 0}, {"4", -1}, {"99999999999999999999", -1},
+                {"Tau", -1}, {"", -1}};
+    for (const auto& row : rows) EXPECT_EQ(ItemConfig::ItemOfText(tool, row.Text), row.Item) << row.Text;
+    EXPECT_EQ(Said.Notes, "## Error converting \"4\" to index of target item. ## \n"
+                          "## Error converting \"99999999999999999999\" to index of target item. ## \n"
+                          "#  Error: Item with name \"Tau\" not found. ## \n"
+                          "#  Error: Item with name \"\" not found. ## \n");
 }
 
 TEST_F(ItemConfigTest, TheNextKeyIsTheItems) {
@@ -254,14 +215,10 @@ TEST_F(ItemConfigTest, TheNextKeyIsTheItems) {
     const struct {
         std::uint32_t Char, Modifiers;
         const char* Shown;
-    } rows[] = {
-        {'x', 0, "New key: x"},
-        {'X', Platform::Shift | Platform::Caps, "New key: X"},
-        {'x', Platform::Control, "New key: ctr-x"},
-        {Platform::SpecialKey + static_cast<std::uint32_t>(KeyCode::Escape), 0, "New key: esc"},
-        {Platform::SpecialKey + static_cast<std::uint32_t>(KeyCode::Tab), 0, "New key: tab"},
-        {Platform::SpecialKey + 68, Platform::Shift | Platform::Option, "New key: sh-op-F5"},
-    };
+    } rows[] = {{'X', Platform::Shift | Platform::Caps, "New key: X"},
+                {'x', Platform::Control, "New key: ctr-x"},
+                {Platform::SpecialKey + static_cast<std::uint32_t>(KeyCode::Escape), 0, "New key: esc"},
+                {Platform::SpecialKey + 68, Platform::Shift | Platform::Option, "New key: sh-op-F5"}};
     for (const auto& row : rows) {
         Press("Key");
         EXPECT_EQ(shown(), "Press the new key");
@@ -273,11 +230,6 @@ TEST_F(ItemConfigTest, TheNextKeyIsTheItems) {
     Press("Key");
     Key(Config(), 'o', Platform::Control);
     EXPECT_EQ(Said.Alerts, "Menu Keys cannot be assigned. \n");
-    EXPECT_EQ(shown(), "New key: sh-op-F5");
-    // Pressed twice, it asks no more.
-    Press("Key");
-    Press("Key");
-    Key(Config(), KeyCode::CursorDown);
     EXPECT_EQ(shown(), "New key: sh-op-F5");
     Press("Done");
     Key(tool, Platform::SpecialKey + 68, Platform::Shift | Platform::Option);
@@ -295,7 +247,7 @@ TEST_F(ItemConfigTest, TheNextKeyIsTheItems) {
 
 TEST_F(ItemConfigTest, ItClosesWithTheDialogAtWork) {
     DialogRecord& tool = Tool();
-    DialogRecord& other = Open({{.Number = 1, .Kind = ItemKind::Button, .Name = "B", .At = {0, 0, 40, 24}}});
+    DialogRecord& other = Open({{.Kind = Button, .Name = "B"}});
     ItemConfig::Show(tool, 1);
     Press("bold");
     Press("Update");
@@ -313,6 +265,10 @@ TEST_F(ItemConfigTest, ItClosesWithTheDialogAtWork) {
     Click(other, 1, Platform::Control);
     EXPECT_EQ(ConfigTitle(), "Configure: \"T1, B\" (button,macro)");
     Press("shadow");
+    Press("Cancel");
+    EXPECT_EQ(Dialogs::Item(tool, 1).TextStyle, Dialogs::Bold | Dialogs::Outline);
+    EXPECT_EQ(Dialogs::Item(other, 1).TextStyle, 0);
+    ItemConfig::Show(other, 1);
     Dialogs::DisposeDialog(tool);
     EXPECT_TRUE(Config().IsOpen);
     Dialogs::DisposeDialog(other);
@@ -320,47 +276,29 @@ TEST_F(ItemConfigTest, ItClosesWithTheDialogAtWork) {
 }
 
 TEST_F(ItemConfigTest, PicturesShowWhatTheDialogShows) {
-    DialogRecord& tool = Tool();
-    ItemConfig::Show(tool, 1);
-    const auto save = [&](const std::string& name) {
-        Headless::Desktop().Texts = {Folder.At(name)};
+    ItemConfig::Show(Tool(), 1);
+    for (const char* const name : {"", "fit", "fit.svg", "no/such/folder.svg"}) { // turned away at first
+        if (*name != 0) Headless::Desktop().Texts = {Folder.At(name)};
+        EXPECT_EQ(Said.Alerts, "");
         Press("WMF");
-    };
-    save("fit");
-    save("fit.svg");
-    EXPECT_EQ(Headless::Desktop().Said.back(), "file: Name of picture file:");
+    }
+    EXPECT_TRUE(Said.Alerts.starts_with("Error storing '")) << Said.Alerts;
     EXPECT_EQ(Support::ReadWhole(Folder.At("fit.WMF")).substr(0, 4), "\xD7\xCD\xC6\x9A");
     const std::string svg = Support::ReadWhole(Folder.At("fit.svg"));
-    for (const char* const text : {"Fit", "label", "0.0", "<svg"})
+    for (const char* const text : {"Fit", "label", "0.0"})
         EXPECT_NE(svg.find(text), std::string::npos) << text;
-    Headless::Desktop().Texts = {};
-    Press("WMF"); // turned away
-    EXPECT_EQ(Said.Alerts, "");
-    save("no/such/folder.svg");
-    EXPECT_TRUE(Said.Alerts.starts_with("Error storing '")) << Said.Alerts;
-    EXPECT_EQ(Folder.Count(), 2);
 }
 
-TEST_F(ItemConfigTest, EveryTextHasRoomAndEveryItemItsPlace) {
-    DialogRecord& tool = Tool();
-    ItemConfig::Show(tool, 2);
+TEST_F(ItemConfigTest, EveryTextHasRoomAndNoItemCoversAnother) {
+    ItemConfig::Show(Tool(), 2);
     const DialogRecord& dialog = Config();
-    const Platform::Size size = Platform::Ops().ContentSize(dialog.WindowHandle);
-    EXPECT_LE(size.Width, 460);
-    EXPECT_LE(size.Height, 600);
-    for (int i = 1; i <= dialog.ItemCount; ++i) {
-        ASSERT_TRUE(Dialogs::HasItem(dialog, i)) << i;
+    for (int i = Number("Title") + 1; i <= dialog.ItemCount; ++i) {
         const DialogItem& item = Dialogs::Item(dialog, i);
-        const Platform::Area place = item.ItemRect.Area();
-        EXPECT_GE(place.Left, 0) << item.ItemName;
-        EXPECT_LE(place.Right(), size.Width) << item.ItemName;
-        EXPECT_LE(place.Bottom(), size.Height) << item.ItemName;
-        if (item.Role == Dialogs::Role::Card || item.ItemName == "Title") continue;
-        const double box = item.Kind == ItemKind::CheckBox || item.Kind == ItemKind::RadioButton ? 25
-                           : item.Kind == ItemKind::Text                                         ? 0
-                                                                                                 : 12;
-        EXPECT_LE(Platform::Ops().MeasureText({}, item.ItemText).Width + box, place.Width) << item.ItemName;
-        EXPECT_GE(place.Height, 24) << item.ItemName;
+        const double box = item.Kind == CheckBox || item.Kind == RadioButton ? 25
+                           : item.Kind == Text                               ? 0
+                                                                             : 12;
+        EXPECT_LE(Platform::Ops().MeasureText({}, item.ItemText).Width + box, item.ItemRect.Width())
+            << item.ItemName;
         for (int j = i + 1; j <= dialog.ItemCount; ++j) {
             const Rect a = item.ItemRect, b = Dialogs::Item(dialog, j).ItemRect;
             EXPECT_TRUE(a.Right <= b.Left || b.Right <= a.Left || a.Bottom <= b.Top || b.Bottom <= a.Top)

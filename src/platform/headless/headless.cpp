@@ -215,9 +215,23 @@ bool Print(const std::string& title, Size, const std::vector<Drawing>& pages, co
     return true;
 }
 
+void SetTextBoxText(TextBoxId box, std::string_view text) {
+    TextBox* const found = FindBox(box);
+    if (found == nullptr) return;
+    found->Spec.Text = text;
+    found->SelectedFrom = found->SelectedCount = 0;
+    if (found->Spec.Lines || found->Spec.Longest == 0) return;
+    // A box of one line holds so many characters.
+    std::size_t at = 0;
+    for (std::size_t left = found->Spec.Longest; at < text.size(); ++at)
+        if ((text[at] & 0xC0) != 0x80 && left-- == 0) break;
+    found->Spec.Text.resize(at);
+}
+
 TextBoxId OpenTextBox(WindowId window, const TextBoxSpec& spec) {
     const TextBoxId id = ++State.Last;
     State.TextBoxes[id] = {.Window = window, .Spec = spec};
+    SetTextBoxText(id, spec.Text);
     return id;
 }
 
@@ -228,13 +242,6 @@ void CloseTextBox(TextBoxId box) {
 std::string TextBoxText(TextBoxId box) {
     const TextBox* const found = FindBox(box);
     return found != nullptr ? found->Spec.Text : std::string();
-}
-
-void SetTextBoxText(TextBoxId box, std::string_view text) {
-    TextBox* const found = FindBox(box);
-    if (found == nullptr) return;
-    found->Spec.Text = text;
-    found->SelectedFrom = found->SelectedCount = 0;
 }
 
 void AppendToTextBox(TextBoxId box, std::string_view text) {
@@ -478,8 +485,8 @@ void Key(WindowId window, KeyCode code, std::uint32_t modifiers) {
 
 void Type(std::string_view text) {
     if (State.TextBoxes.empty()) return;
-    auto& [id, box] = *State.TextBoxes.rbegin();
-    box.Spec.Text = text;
+    const auto& [id, box] = *State.TextBoxes.rbegin();
+    SetTextBoxText(id, text);
     Notify(box.Window, TextBoxChanged, id);
 }
 

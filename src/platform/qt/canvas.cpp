@@ -115,9 +115,7 @@ void Canvas::wheelEvent(QWheelEvent* event) {
 }
 
 void Canvas::keyPressEvent(QKeyEvent* event) {
-    Desktop.Modifiers = ModifierBits(event->modifiers());
-    const std::uint32_t character = CharOf(*event);
-    if (character != 0) Post(Platform::KeyDown, Id, Platform::KeyDetail, Desktop.Modifiers, character);
+    PostKey(*event, Id);
 }
 
 void Canvas::resizeEvent(QResizeEvent*) {

@@ -79,6 +79,20 @@ void DrawText(QPainter& painter, const DrawCall& call) {
     flags |= call.Justify == Align::Left    ? Qt::AlignLeft
              : call.Justify == Align::Right ? Qt::AlignRight
                                             : Qt::AlignHCenter;
+    if (call.Type.Shadow) {
+        QColor shade = Ink(call.Ink);
+        shade.setAlphaF(shade.alphaF() * 0.35F);
+        painter.setPen(shade);
+        painter.drawText(RectOf(call.Place).translated(1, 1), flags | Qt::TextDontClip, text);
+        painter.setPen(Ink(call.Ink));
+    }
+    if (call.Type.Outline) {
+        const QRectF at = metrics.boundingRect(RectOf(call.Place), flags | Qt::TextDontClip, text);
+        QPainterPath letters;
+        letters.addText(at.left(), at.top() + metrics.ascent(), font, text);
+        painter.strokePath(letters, QPen(Ink(call.Ink), 0.8));
+        return;
+    }
     painter.drawText(RectOf(call.Place), flags | Qt::TextDontClip, text);
 }
 

@@ -125,6 +125,7 @@ std::uint32_t ModifierBits(Qt::KeyboardModifiers modifiers) {
     return bits;
 }
 
+namespace {
 std::uint32_t CharOf(const QKeyEvent& event) {
     const int key = event.key();
     if (event.modifiers().testFlag(Qt::KeypadModifier)) {
@@ -143,6 +144,15 @@ std::uint32_t CharOf(const QKeyEvent& event) {
     const QList<uint> characters = text.toUcs4();
     if (!characters.isEmpty() && characters[0] >= 32 && characters[0] != 127) return characters[0];
     return key >= 32 && key < 127 ? static_cast<std::uint32_t>(key) : 0;
+}
+}
+
+void PostKey(const QKeyEvent& event, Platform::WindowId window) {
+    Desktop.Modifiers = ModifierBits(event.modifiers());
+    const std::uint32_t character = CharOf(event);
+    if (character == 0) return;
+    Post(Platform::KeyDown, window, Platform::KeyDetail,
+         Desktop.Modifiers | (event.isAutoRepeat() ? Platform::Repeated : 0), character);
 }
 
 Canvas* FindCanvas(Platform::WindowId window) {

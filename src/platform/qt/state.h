@@ -58,8 +58,8 @@ void PostChanges();
 void Post(std::int32_t what, Platform::WindowId window, std::uint32_t detail, std::uint32_t message = 0,
           std::uint32_t parameter = 0);
 [[nodiscard]] std::uint32_t ModifierBits(Qt::KeyboardModifiers modifiers);
-// Char of a key event; 0 for a key that is none of ours (a modifier by itself).
-[[nodiscard]] std::uint32_t CharOf(const class QKeyEvent& event);
+// Nothing for a key that is none of ours, as a modifier by itself.
+void PostKey(const class QKeyEvent& event, Platform::WindowId window);
 
 [[nodiscard]] Canvas* FindCanvas(Platform::WindowId window);
 

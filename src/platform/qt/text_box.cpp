@@ -24,11 +24,6 @@ bool LeavesTheBox(int key) {
     return key == Qt::Key_Escape || key == Qt::Key_Tab || key == Qt::Key_Backtab;
 }
 
-void PostKey(const QKeyEvent& event, Platform::WindowId window) {
-    Desktop.Modifiers = ModifierBits(event.modifiers());
-    Post(Platform::KeyDown, window, Platform::KeyDetail, Desktop.Modifiers, CharOf(event));
-}
-
 class LineBox final : public QLineEdit {
 public:
     LineBox(Canvas* canvas, TextBoxId id) : QLineEdit(canvas), Window(canvas->Id) {
