@@ -102,6 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Promise(ready, "no dialog");
     for (DialogRecord* dialog : All()) Dialogs::CloseDialog(*dialog);
     Events::Clear();
+    Headless::Desktop().Said.clear();
     for (DialogRecord* dialog : {&Fuzz::Desk().Dialog, &Beside}) {
         dialog->KeptLayout.clear();
         dialog->UserKeys.clear();
