@@ -1,12 +1,5 @@
 #include "math/vector_exp.h"
-
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <vector>
+#include "support/testing.h"
 
 namespace {
 
@@ -53,8 +46,6 @@ TEST(VectorExp, AnElementDoesNotDependOnItsPlaceOrNeighbours) {
             ASSERT_EQ(Bits(shifted[i - first]), Bits(out[i])) << in[i];
     }
     for (std::size_t i = 0; i < in.size(); i += 7) ASSERT_EQ(Bits(Exp(in[i])), Bits(out[i])) << in[i];
-    VectorExp::Exp(in.data(), in.data(), in.size());
-    for (std::size_t i = 0; i < in.size(); ++i) ASSERT_EQ(Bits(in[i]), Bits(out[i]));
 }
 
 TEST(VectorExp, DecayRoundsItsArgumentAsWritten) {
