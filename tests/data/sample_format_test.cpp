@@ -1,14 +1,8 @@
 #include "data/sample_format.h"
 
 #include "base/bytes.h"
-#include "base/messages.h"
 #include "math/gauss_filter.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <type_traits>
-#include <vector>
+#include "support/testing.h"
 
 using SampleFormat::Reduction;
 
@@ -65,20 +59,6 @@ TEST(SampleFormat, IntegerTargetsTruncateIntegersAndRoundReals) {
     const std::vector<float> wild{2.5f, -2.5f, 1e30f, -1e30f, HUGE_VALF, std::nanf(""), 32767.4f};
     EXPECT_EQ(Converted<std::int16_t>(wild, 1.0, 0.0),
               (std::vector<std::int16_t>{3, -3, 32767, -32768, 32767, 0, 32767}));
-}
-
-TEST(SampleFormat, RefusedConversionsTouchNothing) {
-    const Messages::Recorder said;
-    const std::vector<std::byte> source(16);
-    std::vector<std::byte> target(16, std::byte{9});
-    const auto refuses = [&](DataFormat from, DataFormat to, std::size_t points) {
-        return !SampleFormat::ConvertFormat(from, to, source, target, points, 1, 0, true);
-    };
-    EXPECT_TRUE(refuses(DataFormat::Int16, DataFormat::Int16, 2)); // no format of the RAM
-    EXPECT_TRUE(refuses(DataFormat::Real32, static_cast<DataFormat>(4), 2));
-    EXPECT_TRUE(refuses(DataFormat::Real64, DataFormat::Real32, 3)); // the source is too short
-    EXPECT_TRUE(refuses(DataFormat::Int16, DataFormat::Real64, 3));  // the target is too short
-    EXPECT_EQ(target, std::vector<std::byte>(16, std::byte{9}));
 }
 
 TEST(SampleFormat, ExtremesIgnoreWhatIsNoNumber) {
