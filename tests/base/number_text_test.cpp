@@ -19,7 +19,9 @@ std::string Written(const nlohmann::json& in) {
 TEST(NumberTexts, AreWrittenAsTheCasesSay) {
     for (const auto& one : Vectors::Cases("numbers_format"))
         EXPECT_EQ(Written(one["in"]), one["out"]["text"]) << one["id"];
-    EXPECT_EQ(NumberText::Fixed(123456.0, 2, 8), " 1.2E+05");   // falls back
+    EXPECT_EQ(NumberText::Fixed(123456.0, 2, 8), " 1.2E+05"); // falls back
+    EXPECT_EQ(NumberText::Fixed(-1.0, 2, 4), "***");
+    EXPECT_EQ(NumberText::Fixed(1e300, 2, 20).size(), 13U);
     EXPECT_EQ(NumberText::Engineering(999.996, 8), " 1.0000k"); // rounded up over a prefix
     EXPECT_EQ(NumberText::Engineering(1e24, 8), " 1.0000Y");
     EXPECT_EQ(NumberText::Engineering(2.5e-6, 8), " 2.5000µ");

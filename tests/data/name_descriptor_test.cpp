@@ -36,3 +36,11 @@ TEST(NameDescriptor, WhatYieldsNoNameSaysWhy) {
         EXPECT_EQ(tooLong, one[2].starts_with("Name is too long"));
     }
 }
+
+TEST(NameDescriptor, ATimeWithoutADateStillYieldsAName) {
+    std::string name;
+    bool indexed = false, tooLong = false;
+    for (const double time : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e11})
+        for (const char* const term : {"[DATE]", "[DATE2]", "[DATE3]", "[DATE4]", "[TIME]", "[TIME2]"})
+            EXPECT_TRUE(NameDescriptor::MakeFileName(name, term, {"", 0, time}, indexed, tooLong)) << term;
+}

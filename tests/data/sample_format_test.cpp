@@ -61,6 +61,20 @@ TEST(SampleFormat, IntegerTargetsTruncateIntegersAndRoundReals) {
               (std::vector<std::int16_t>{3, -3, 32767, -32768, 32767, 0, 32767}));
 }
 
+TEST(SampleFormat, RefusedConversionsTouchNothing) {
+    const Messages::Recorder said;
+    const std::vector<std::byte> source(16), former(16, std::byte{9});
+    std::vector<std::byte> target = former;
+    using enum DataFormat;
+    // No format of the RAM, none at all, a source and a target that are too short.
+    for (const auto& [from, to, points] : {std::tuple{Int16, Int16, 2U},
+                                           {Real32, static_cast<DataFormat>(4), 2U},
+                                           {Real64, Real32, 3U},
+                                           {Int16, Real64, 3U}})
+        EXPECT_FALSE(SampleFormat::ConvertFormat(from, to, source, target, points, 1, 0, true));
+    EXPECT_EQ(target, former);
+}
+
 TEST(SampleFormat, ExtremesIgnoreWhatIsNoNumber) {
     constexpr float Nan = std::numeric_limits<float>::quiet_NaN();
     for (const std::size_t place : {0u, 7u, 15u, 16u, 18u}) // in a pass, and in the rest

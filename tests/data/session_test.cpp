@@ -109,6 +109,12 @@ TEST(Session, OpeningAnotherSetClosesTheFirst) {
     ExpectNothingOpen(data.Session);
 }
 
+TEST(Session, LongNamesHaveAHeapToo) {
+    const Support::TempFolder folder;
+    const OpenedData data(folder.Write(std::string(120, 'n') + ".dat", Support::SoundData()));
+    EXPECT_TRUE(data.IsOpen) << data.Said.Alerts;
+}
+
 TEST(Session, TheCurrentPathGoesUpFromARecordAndDownItsFirstChildren) {
     OpenedData data(Support::Recording("plain.dat"));
     DataSession& session = data.Session;

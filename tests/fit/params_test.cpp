@@ -54,6 +54,18 @@ TEST(Derived, TheGridIsWalkedInBlocksWithoutASeam) {
     }
 }
 
+TEST(Derived, PeakAndZeroOfACurve) {
+    const struct {
+        std::vector<double> Y;
+        double XPeak, XZero;
+    } cases[] = {{{1, -4, 4, 2}, 10.5, 10.1}, {{0, 1, 2}, 11, 10}, {{3, 1, 0, 2}, 10, 11}}; // touching counts
+    for (const auto& c : cases) {
+        const Fit::GridResults got = Fit::DeriveFromValues(c.Y, {c.Y.size(), 0.5, 10.0});
+        EXPECT_TRUE(got.XPeak.Value == c.XPeak && got.XZero.Value == c.XZero) << c.XPeak;
+    }
+    EXPECT_FALSE(Fit::DeriveFromValues(std::vector{5.0}, {1, 0.5, 10.0}).Integral.Valid);
+}
+
 TEST(Reduction, NeverLeavesTheDataHoweverOddTheNumbers) {
     for (const std::size_t points : {0, 1, 2, 3, 4, 5, 17, 1001, 65537})
         for (const std::size_t limit : {0, 1, 2, 3, 4, 16, 1000, 65536}) {

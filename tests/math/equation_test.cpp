@@ -187,6 +187,13 @@ TEST(Equation, TheFirstErrorOfTheTextIsSaidWhateverItsKind) {
     EXPECT_FALSE(program.Evaluate(0.0, value, error));
     EXPECT_EQ(error.Message, "Error brackets");
     EXPECT_EQ(error.Position, 11);
+
+    program = Equation::Compile("1+gain[2a]*x", 255, tokens, Equation::XUse::Allowed);
+    std::vector<double> x(1000, 2.0), y(x.size());
+    asked = 0;
+    EXPECT_TRUE(program.Evaluate(x, y.data(), error));
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(y, std::vector<double>(1000, 7.0));
 }
 
 TEST(Equation, AnArrayAndItsPointsAgreeToTheLastBit) {

@@ -145,6 +145,7 @@ TEST(GaussFilter, DelayCompensationCutsAndTapersTheFutureSide) {
     ASSERT_EQ(GaussFilterDesign(symmetric, 0.02), 23);
     ASSERT_EQ(GaussFilterDesign(record, 0.02, 5.0, true), 23);
     EXPECT_EQ(record.RightHalfWidth, 10);
+    EXPECT_NEAR(std::accumulate(record.Coefficients.begin(), record.Coefficients.end(), 0.0), 1.0, 1e-14);
     for (std::size_t i = 0; i <= 13; ++i) EXPECT_EQ(record.Coefficients[i], 0.0) << i;
     const double scale = record.Coefficients[46] / symmetric.Coefficients[46];
     EXPECT_NEAR(record.Coefficients[19] / symmetric.Coefficients[19] / scale, 0.5, 1e-5); // half way up

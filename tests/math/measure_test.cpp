@@ -144,7 +144,8 @@ TEST(Measurements, ALongAverageIsCarriedThroughALongTrace) {
     EXPECT_EQ(Measure::FindCrossing(samples, 0.0, 32766), -1.0); // meets the threshold everywhere
     EXPECT_EQ(Measure::FindCrossing(samples, 0.5, 32767), 300'001.0);
     EXPECT_EQ(Measure::FindCrossing(flat, 0.0, 32767), -1.0);
-    flat.back() = 1.0F; // the last mean alone differs
+    EXPECT_EQ(Measure::FindCrossing(std::vector<float>{-1, 1}, 0.0, 3), -1.0); // longer than the trace
+    flat.back() = 1.0F;                                                        // the last mean alone differs
     EXPECT_EQ(Measure::FindCrossing(flat, 0.0, 32767), 3'000'001.0);
 }
 
@@ -202,6 +203,7 @@ TEST(Measurements, LanesFindWhatALoopFinds) {
     late[1500] = INFINITY; // the only number, and no less than the start of a search
     EXPECT_EQ(LaneSums::Extremes(late).Least, 1500U);
     EXPECT_EQ(LaneSums::Extremes(late).Greatest, 1500U);
+    EXPECT_EQ(LaneSums::Extremes(std::vector<float>{NAN, NAN}).Least, 0U);
 }
 
 TEST(Measurements, ARangeOfSenselessNumbersIsEmpty) {

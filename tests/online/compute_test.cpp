@@ -205,7 +205,7 @@ TEST_F(OnlinePass, EquationsReadResultsAndValues) {
         const char* Text;
         double Want;
         const char* Said;
-    } const rows[] = {{"F[1]*2+v<7>", 7.5, ""},
+    } const rows[] = {{"F[1]*2+v<7>+V[31]", 7.5, ""},
                       {"F[3]", Invalid, Index},
                       {"F[0]", Invalid, Index},
                       {"V[32]", Invalid, Index},

@@ -147,11 +147,19 @@ TEST(OnlineFile, RefusalsNameTheirReasonAndLeaveTheFile) {
     const Support::FailingFiles disk;
     Support::TheDisk.Room = 1000;
     EXPECT_FALSE(OnlineTree::Store(analysis, folder.At("b.onl"), "x"));
+    EXPECT_STREQ(static_cast<OnlineRoot*>(Tree::Root(analysis.Tree))->OnVersionName, "Qorvanite v1.20");
     Support::TheDisk.Room = 1'000'000;
     EXPECT_EQ(folder.Count(), 1);
     ASSERT_TRUE(OnlineTree::Store(analysis, folder.At("b.onl"), "x")); // elsewhere it can be saved
     EXPECT_FALSE(analysis.ReadOnly);
     EXPECT_EQ(Support::ReadWhole(path), bytes);
+    Files::Platform writeProtected = Files::Native();
+    writeProtected.Open = [](const char* name, Files::Mode mode) {
+        return mode == Files::Mode::ReadWrite ? -EACCES : Files::Native().Open(name, mode);
+    };
+    Files::Use(writeProtected);
+    ASSERT_TRUE(OnlineTree::Load(analysis, folder.At("b.onl")));
+    EXPECT_TRUE(analysis.ReadOnly);
 }
 
 TEST(UniqueNames, ATakenNameIsCountedOn) {

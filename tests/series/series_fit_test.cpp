@@ -57,6 +57,9 @@ TEST(CurveResults, EveryCaseAgrees) {
         }
     }
     EXPECT_EQ(cases, 4);
+    const std::vector<double> x = {5, 6, 7, 8}, tie = {0, -2, 2, 0};
+    EXPECT_EQ(CurveResults::PeakOf(x, tie).Y.Value, -2); // as large: the lowest
+    EXPECT_FALSE(CurveResults::PeakOf({}, {}).X.Valid || CurveResults::ZeroOf({}, {}).Valid);
 }
 
 TEST(SeriesFit, APolynomialsPeakAndZeroFollowFromItsCoefficients) {
@@ -112,6 +115,18 @@ TEST(SeriesFit, FitsTheActiveWaveWithoutItsFlaggedPoints) {
         squares += (bench.Fit.FitDataY[i] - y) * (bench.Fit.FitDataY[i] - y);
     }
     EXPECT_PRED3(Vectors::Near, bench.Param("Residual").Value, std::sqrt(squares / 23), 1E-12);
+}
+
+TEST(SeriesFit, BothRegressionsAreDrawnAndTheFittedLineIsTheCurve) {
+    Bench bench(SeriesFitType::TwoRegressions);
+    std::string drawn;
+    bench.Fit.Draw = [&](bool overlay) { drawn += overlay ? "overlay " : "curve "; };
+    bench.Points(0, 4, 5, [](double x) { return -x + 7; });
+    bench.Fit.Records.TwoRegressions.FirstLine = 0;
+    ASSERT_TRUE(SeriesFit::FitWave(bench.Fit));
+    EXPECT_TRUE(drawn.ends_with("overlay curve ")) << drawn;
+    EXPECT_NEAR(bench.Fit.CurveY[0], 7, 1E-9);
+    EXPECT_EQ(bench.Fit.Records.TwoRegressions.FirstLine, 0);
 }
 
 TEST(SeriesFit, ARefusalLeavesNoFitOrTheOldValuesStored) {

@@ -244,4 +244,14 @@ TEST(WaveFile, AFailedStoreLeavesTheOldFile) {
     EXPECT_FALSE(WaveFile::LoadWaveBuffer(bench.Fit, folder.At("none.wav")));
 }
 
+TEST(WaveFile, AWaveOfAllPointsLoads) {
+    Bench bench;
+    bench.Store.PreviewPoints = SGFit::MaxPoints;
+    for (int k = 0; k < SGFit::MaxAccumulated; ++k) ASSERT_TRUE(SGFit::AccumulateWave(bench.Store));
+    const Support::TempFolder folder;
+    ASSERT_TRUE(WaveFile::SaveWaveBuffer(bench.Fit, folder.At("a.wav"), "s"));
+    ASSERT_TRUE(WaveFile::LoadWaveBuffer(bench.Fit, folder.At("a.wav"))) << bench.Said.Alerts;
+    EXPECT_TRUE(bench.Store.AccumCount == 32 && bench.Store.BufferPoints == 4000);
+}
+
 }

@@ -152,6 +152,8 @@ TEST(Waves, TheThirtyThirdWaveIsRefusedAndTheOthersStay) {
     WipeBackground(store);
     EXPECT_EQ(store.BackgroundCount, 0);
     EXPECT_LT(store.Heap->UsedBytes(), used);
+    for (const int points : {MaxPoints + 1, -1, 3})
+        EXPECT_EQ(ManualWavePoints(store, points), points == 3) << points;
     ClearWave(store);
     EXPECT_EQ(store.AccumCount + store.BufferPoints + store.PreviewPoints, 0);
     EXPECT_EQ(store.AccumData[31], nullptr);
