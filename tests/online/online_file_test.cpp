@@ -155,7 +155,8 @@ TEST(OnlineFile, RefusalsNameTheirReasonAndLeaveTheFile) {
     EXPECT_EQ(Support::ReadWhole(path), bytes);
     Files::Platform writeProtected = Files::Native();
     writeProtected.Open = [](const char* name, Files::Mode mode) {
-        return mode == Files::Mode::ReadWrite ? -EACCES : Files::Native().Open(name, mode);
+        const bool refused = mode == Files::Mode::ReadWrite && std::filesystem::exists(name);
+        return refused ? -EACCES : Files::Native().Open(name, mode);
     };
     Files::Use(writeProtected);
     ASSERT_TRUE(OnlineTree::Load(analysis, folder.At("b.onl")));
