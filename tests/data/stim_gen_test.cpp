@@ -121,6 +121,16 @@ TEST(Increment, FollowsTheVectors) {
     EXPECT_GE(seen, 30);
 }
 
+TEST(Increment, StepsOfWholeSeries) {
+    for (const auto& [mode, wanted] :
+         {std::pair{2, std::vector<int>{0, 2, 1, 3}}, {3, {3, 1, 2, 0}}, {4, {0, 4, 1, 3, 2}}})
+        for (int n = 1; n <= static_cast<int>(wanted.size()); ++n)
+            EXPECT_EQ(
+                StimGen::IncrementStep(n, static_cast<int>(wanted.size()), static_cast<std::uint8_t>(mode)),
+                wanted[static_cast<std::size_t>(n - 1)])
+                << mode << " " << n;
+}
+
 TEST(Increment, NoNumberFromAFileBreaksIt) {
     for (int mode = 0; mode < 256; ++mode)
         for (const std::int32_t n : {Least, -1, 0, 1, Greatest})
