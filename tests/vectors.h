@@ -1,11 +1,10 @@
 // Number-for-number cases: inputs and the results that must come out, computed independently of this program.
 #pragma once
+#include "support/testing.h"
+
 #include <nlohmann/json.hpp>
 
-#include <cmath>
 #include <fstream>
-#include <string>
-#include <vector>
 
 namespace Vectors {
 

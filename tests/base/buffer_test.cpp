@@ -1,9 +1,5 @@
 #include "base/buffer.h"
-
-#include <cstring>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "support/testing.h"
 
 namespace {
 

@@ -3,8 +3,6 @@
 #include "support/faulty_disk.h"
 #include "support/temp_folder.h"
 
-#include <cerrno>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace {
@@ -20,22 +18,6 @@ int Replace(const std::string& path, std::string_view content) {
     return error == 0 ? file.Commit() : error;
 }
 
-}
-
-TEST(Replacement, NoFaultLeavesLessThanTheOldOrTheNewContent) {
-    const Support::TempFolder folder{Support::Memory()};
-    const std::string path = folder.At("result.csv");
-    const Support::FolderState old = {{"result.csv", "old"}}, made = {{"result.csv", "new content"}};
-    Support::ForEveryFault(
-        folder, [&] { folder.Put(old); }, [&] { return Replace(path, "new content"); },
-        [&](const Support::FaultRun& run) {
-            const std::string content = Support::ReadWhole(path);
-            EXPECT_TRUE(content == "new content" || content == "old");
-            // A program that goes on leaves nothing beside the file; what it reports has happened.
-            if (run.Kind == Support::Fault::Unplugged || !run.Returned) return;
-            EXPECT_EQ(folder.Files(), run.Result == 0 ? made : old);
-            EXPECT_TRUE(run.Kind != Support::Fault::IoError || run.Result == EIO);
-        });
 }
 
 // The file is longer than what a copy takes at once, by whatever way.

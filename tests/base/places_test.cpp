@@ -2,8 +2,6 @@
 #include "support/environment.h"
 #include "support/temp_folder.h"
 
-#include <cerrno>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 TEST(Places, FoldersFollowTheVariablesThatNameAbsolutePaths) {

@@ -1,11 +1,6 @@
-#include "base/text.h"
 #include "base/time_scale.h"
 #include "base/units.h"
-
-#include <array>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
+#include "support/testing.h"
 
 TEST(Texts, BytesThatAreNoUtf8AreTakenForLatin1) {
     const struct {

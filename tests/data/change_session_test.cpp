@@ -1,5 +1,4 @@
 // Sessions that are open for changes: what they make of a bundle, what they refuse, and how they end.
-#include "data/file_info.h"
 #include "data/make_bundle.h"
 #include "data/safety_net.h"
 #include "data/sample_count.h"
@@ -11,20 +10,8 @@
 #include "support/tree_bytes.h"
 #include "trees/stim_tree.h"
 
-#include <cerrno>
-#include <cstring>
-
 using Support::ChangedData;
 using Support::OpenedData;
-
-namespace {
-
-void DeleteGroups(ChangedData& data) {
-    while (void* group = data.Find({1})) Tree::Delete(data.Session.Vennic.Handle, group);
-    data.Session.CurTrace = nullptr;
-}
-
-}
 
 TEST(ChangeSession, ABundleStandsInFilesMeanwhileAndIsOneAgainAtTheEnd) {
     const std::string former = Support::ContentOf(Support::Recording("bigtree.dat"));
@@ -48,7 +35,6 @@ TEST(ChangeSession, FilesThatLieWhereTreesAreGoingAreKept) {
     const std::string path = folder.Write("cell.dat", Support::SoundData());
     for (const char* const name : {"cell.vnc", "cell.txt"}) (void)folder.Write(name, "someone else's");
     OpenedData data(path, OpenMode::Modify);
-    ASSERT_TRUE(data.IsOpen) << data.Said.Alerts;
     for (const char* const name : {"cell.vnc.old", "cell.txt.old"})
         EXPECT_EQ(Support::ReadWhole(folder.At(name)), "someone else's");
     EXPECT_EQ(Support::ReadWhole(folder.At("cell.txt")), Support::SoundData().substr(12268, 5));
@@ -62,27 +48,17 @@ TEST(ChangeSession, WhatCannotBeKeptIsRefusedAndStaysAsItIs) {
         const char* What;
         std::string Bytes;
         bool SolBaseOn, NotebookAutoStore;
-        const char* Alert;
+        const char* Alert; // a part of it
     } cases[] = {
-        {"solutions", Support::SoundData(), false, true,
-         "Cannot open with write permission: \n   file contains a solution file and \"Solution Base\" is off "
-         "!\n"},
-        {"notebook", Support::SoundData(), true, false,
-         "Cannot open with write permission: \n   file contains a notebook file and \"NotebookAutoStore\" is "
-         "off !\n"},
-        {"unknown item", unknown, true, true,
-         "Cannot open with write permission: \n   file contains an item \".xyz\" that this program does not "
-         "know !\n"},
-        {"other version", Support::DamagedFile("version-8.dat"), true, true,
-         "The \".vnc\"-file has version 8. Files of other versions are not converted: open it for reading or "
-         "analysis.\n"},
+        {"solutions", Support::SoundData(), false, true, "a solution file and \"Solution Base\" is off !"},
+        {"notebook", Support::SoundData(), true, false, "and \"NotebookAutoStore\" is off !"},
+        {"unknown item", unknown, true, true, "an item \".xyz\" that this program does not know !"},
+        {"other version", Support::DamagedFile("version-8.dat"), true, true, "-file has version 8."},
         {"protected header", Support::DamagedFile("header-check.dat"), true, true, "GLP protection"},
         {"protected records", Support::DamagedFile("record-check.dat"), true, true, "GLP protection"},
-        {"eight items", Support::DamagedFile("items-eight.dat"), true, true,
-         " It cannot be opened for writing!"},
+        {"eight items", Support::DamagedFile("items-eight.dat"), true, true, "cannot be opened for writing!"},
         {"damaged tree", Support::DamagedFile("cut-trace.dat"), true, true, "Error reading Vennic Tree"},
-        {"samples beyond the end", Support::DamagedFile("offset-far.dat"), true, true,
-         "Open data file failed: write pointer points beyond file end!\n"},
+        {"samples behind", Support::DamagedFile("offset-far.dat"), true, true, "points beyond file end!"},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.What);
@@ -104,35 +80,27 @@ TEST(ChangeSession, WhatCannotBeKeptIsRefusedAndStaysAsItIs) {
 }
 
 TEST(ChangeSession, AnEmptySetGoesAtTheEndWithoutTheUsersNotes) {
-    for (const char* const notes : {"", "something learnt\n"}) {
+    for (const bool notes : {false, true}) {
         ChangedData data("plain");
-        const std::string notebook = data.Folder.Write("cell.txt", notes);
-        DeleteGroups(data);
+        (void)data.Folder.Write("cell.txt", notes ? "something learnt\n" : "");
+        while (void* group = data.Find({1})) Tree::Delete(data.Session.Vennic.Handle, group);
+        data.Session.CurTrace = nullptr;
         ASSERT_TRUE(CloseDataFile(data.Session, true)) << data.Said.Alerts;
         const Support::FolderState files = data.Folder.Files();
-        const bool kept = *notes != '\0';
-        EXPECT_EQ(files.size(), kept ? 2u : 1u);
-        EXPECT_EQ(files.contains("cell.txt"), kept);
+        EXPECT_EQ(files.size(), notes ? 2u : 1u);
+        EXPECT_EQ(files.contains("cell.txt"), notes);
         EXPECT_TRUE(files.contains("cell.ana")); // results are the user's, too
-        EXPECT_NE(data.Said.Notes.find("holds no data and is deleted."), std::string::npos);
     }
 }
 
 TEST(ChangeSession, UnusedSpaceIsOfferedForARebuildAtTheEnd) {
     for (const bool yes : {false, true}) {
         ChangedData data("plain");
-        const auto stimuli = [&] {
-            std::string content;
-            Tree::Handle* const tree = data.Session.Stim.Handle;
-            Support::AddRecords(tree, Tree::Root(tree), content);
-            return content;
-        };
-        const std::string former = stimuli();
         // The last trace's samples far behind the others'.
         VennicTrace& last = *data.Trace({2, 1, 2, 1});
-        std::string bytes = Support::ReadWhole(data.Path);
         const auto length = static_cast<std::size_t>(last.TrDataPoints) * 2;
-        const std::string samples = bytes.substr(static_cast<std::size_t>(last.TrFileOffset), length);
+        const std::string samples =
+            Support::ReadWhole(data.Path).substr(static_cast<std::size_t>(last.TrFileOffset), length);
         constexpr std::int32_t Far = 11'000'000;
         ASSERT_EQ(Files::WriteAt(data.Session.DataFile, Far, std::as_bytes(std::span(samples))), 0);
         last.TrFileOffset = Far;
@@ -142,7 +110,6 @@ TEST(ChangeSession, UnusedSpaceIsOfferedForARebuildAtTheEnd) {
         EXPECT_EQ(std::filesystem::file_size(data.Path) < 100'000, yes);
         ASSERT_TRUE(data.Open(data.Path));
         EXPECT_EQ(data.Session.FileKind, Bundle::FileKind::Bundle);
-        EXPECT_TRUE(stimuli() == former);
         const auto at = static_cast<std::size_t>(data.Trace({2, 1, 2, 1})->TrFileOffset);
         EXPECT_EQ(Support::ReadWhole(data.Path).substr(at, length), samples);
     }
@@ -163,30 +130,21 @@ TEST(SafetyNet, IsMadeFoundAgainAndGone) {
     ChangedData data("plain");
     EXPECT_EQ(data.Session.SafetyNetFile, data.Folder.At("SafetyNet"));
     EXPECT_EQ(std::filesystem::file_size(data.Folder.At("SafetyNet")), 4'194'304u);
+    const std::string content = Support::ReadWhole(data.Folder.At("SafetyNet"));
     CloseDataFile(data.Session);
     EXPECT_FALSE(Files::Exists(data.Folder.At("SafetyNet")));
-
     Setup::Settings.TempPath = reserves.Path;
     const std::string path = reserves.At("SafetyNet");
-    ASSERT_TRUE(data.Open(data.Path, OpenMode::Modify));
-    const std::string content = Support::ReadWhole(path);
-    CloseDataFile(data.Session);
-    EXPECT_EQ(reserves.Count(), 0);
-    // Left by a crash, for this data file: taken as it is.
-    Support::WriteWhole(path, content);
-    const Files::Stamp stamp = Files::StampOf(path);
-    ASSERT_TRUE(data.Open(data.Path, OpenMode::Modify));
-    EXPECT_EQ(Files::StampOf(path), stamp);
-    CloseDataFile(data.Session);
-    EXPECT_EQ(reserves.Count(), 0);
-    // For another one: left alone.
-    const std::string others = "x" + content;
-    Support::WriteWhole(path, others);
-    ASSERT_TRUE(data.Open(data.Path, OpenMode::Modify));
-    EXPECT_EQ(data.Session.SafetyNetFile, path + ".cell");
-    CloseDataFile(data.Session);
-    EXPECT_TRUE(Support::ReadWhole(path) == others);
-    EXPECT_EQ(reserves.Count(), 1);
+    for (const std::string& found : {content, "x" + content}) { // for this data file, and for another one
+        const bool own = found == content;
+        Support::WriteWhole(path, found);
+        const Files::Stamp stamp = Files::StampOf(path);
+        ASSERT_TRUE(data.Open(data.Path, OpenMode::Modify));
+        EXPECT_EQ(Files::StampOf(path), stamp); // taken as it is, or left alone
+        EXPECT_EQ(data.Session.SafetyNetFile, own ? path : path + ".cell");
+        CloseDataFile(data.Session);
+        EXPECT_EQ(reserves.Count(), own ? 0 : 1);
+    }
 }
 
 TEST(SafetyNet, WithoutItTheUserDecides) {
@@ -195,11 +153,7 @@ TEST(SafetyNet, WithoutItTheUserDecides) {
         Setup::Settings.TempPath = "/nowhere/at/all";
         data.Said.Answer = [goOn](bool) { return goOn; };
         EXPECT_EQ(data.Open(data.Path, OpenMode::Modify), goOn);
-        EXPECT_EQ(
-            data.Said.Questions,
-            "Error creating file \"SafetyNet\": No such file or directory!\nStoring of data may not work as "
-            "well.\n  Continue on your own risk?\n");
-        EXPECT_EQ(data.Said.Buttons, "Abort|Continue\n");
+        EXPECT_TRUE(data.Said.Questions.starts_with("Error creating file \"SafetyNet\": No such file"));
     }
 }
 
@@ -264,58 +218,24 @@ TEST(TempFile, HoldsTemporaryTracesAndLeavesNoName) {
 TEST(SampleCount, ADataSetThatNeedsMoreIsLoadedOnRisk) {
     // 2.1 of relax has a continuous segment or one of 10000 points; the least setting holds it, so it
     // shrinks.
-    const auto ask = [](bool continuous, bool risk, std::string& questions, std::string& buttons) {
+    for (const auto& [continuous, risk] :
+         {std::pair{false, false}, {false, true}, {true, false}, {true, true}}) {
         ChangedData data("relax");
-        auto* const root = static_cast<VennicRoot*>(Tree::Root(data.Session.Vennic.Handle));
-        root->RoMaxSamples = 20'000;
-        const void* const stimulations = Tree::Root(data.Session.Stim.Handle);
-        const void* const channel = Tree::Child(Tree::Child(stimulations, 2), 1);
+        static_cast<VennicRoot*>(Tree::Root(data.Session.Vennic.Handle))->RoMaxSamples = 20'000;
+        const void* const channel = Tree::Child(Tree::Child(Tree::Root(data.Session.Stim.Handle), 2), 1);
         if (continuous)
             Tree::ChildAs<StimSegment>(channel, 1)->SgClass =
                 static_cast<std::uint8_t>(StimTree::SegmentClass::Continuous);
-        if (!CloseDataFile(data.Session, true)) return false;
+        ASSERT_TRUE(CloseDataFile(data.Session, true));
         data.Said.Questions.clear();
         Setup::Settings.MaxSamplePoints = 9'999;
-        data.Said.Answer = [risk](bool) { return risk; };
-        const bool open = data.Open(data.Path);
-        questions = data.Said.Questions;
-        buttons = data.Said.Buttons;
-        return open;
-    };
-    for (const bool risk : {false, true}) {
-        std::string questions, buttons;
-        EXPECT_EQ(ask(false, risk, questions, buttons), risk);
-        EXPECT_EQ(
-            questions,
-            "Too many sample points:\n   present max: 9999 samples\n   requiring: 10000 samples\nE.g., data "
-            "cannot be displayed completely in the screen \nand no analysis will be performed on data beyond "
-            "9999 samples.\n");
-        EXPECT_EQ(buttons, "Don't load|My risk\n");
-        EXPECT_EQ(ask(true, risk, questions, buttons), risk);
-        EXPECT_EQ(questions,
-                  "The data were acquired with a larger value for \"MaxSamplePoints\".\npresent "
-                  "MaxSamplePoints: 9 ksamples\noriginal MaxSamplePoints: 20 ksamples\nThis may affect "
-                  "analysis results of data in the continuous segments.\n");
+        data.Said.Answer = [answer = risk](bool) { return answer; };
+        EXPECT_EQ(data.Open(data.Path), risk);
+        EXPECT_TRUE(data.Said.Questions.starts_with(
+            continuous
+                ? "The data were acquired with a larger value for \"MaxSamplePoints\".\npresent "
+                  "MaxSamplePoints: 9 ksamples\noriginal MaxSamplePoints: 20 ksamples\n"
+                : "Too many sample points:\n   present max: 9999 samples\n   requiring: 10000 samples\n"))
+            << data.Said.Questions;
     }
-}
-
-TEST(FileInfo, TellsNameModeLengthAndRoom) {
-    const Support::FailingFiles disk;
-    Support::TheDisk.FreeSpace = 5'000'000;
-    ChangedData data("plain");
-    EXPECT_EQ(FileInfoLine(data.Session),
-              " file:  \"" + data.Path + "\", read-write, length: 15 kb;   free disk space: 5000000 B");
-    ASSERT_TRUE(UpdateDataFile(data.Session));
-    EXPECT_TRUE(data.Said.Notes.ends_with("free disk space: 5000000 B\n"));
-    EXPECT_TRUE(data.Said.Shown.ends_with(FileInfoLine(data.Session) + "\n"));
-    Support::TheDisk.FreeSpace = 0;
-    CheckFreeDisk(data.Session);
-    EXPECT_TRUE(data.Said.Notes.ends_with("\n  ##  DISK IS FULL ! ##  \n"));
-    ASSERT_TRUE(data.Open(data.Path, OpenMode::Analysis));
-    EXPECT_TRUE(FileInfoLine(data.Session).starts_with(" file:  \"" + data.Path + "\", read-only, length: "));
-    CloseDataFile(data.Session);
-    EXPECT_EQ(FileInfoLine(data.Session), "NO open file.");
-    const std::string notes = data.Said.Notes;
-    CheckFreeDisk(data.Session);
-    EXPECT_EQ(data.Said.Notes, notes);
 }

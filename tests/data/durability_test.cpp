@@ -1,6 +1,5 @@
 // Whatever happens to the disk or to the program while a data set is changed: the old or the new state opens,
 // with every record and every sample of one of the two.
-#include "base/text.h"
 #include "data/analysis_file.h"
 #include "data/make_bundle.h"
 #include "data/merge.h"
@@ -13,8 +12,6 @@
 #include "support/fixtures.h"
 #include "support/set_content.h"
 #include "trees/stim_tree.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -39,11 +36,6 @@ struct Case {
     Work Do;
     const char* Second = nullptr; // a second data set, as other.*
 };
-
-// How the names of the tests show a case.
-void PrintTo(const Case& one, std::ostream* out) {
-    *out << one.Name;
-}
 
 bool Nothing(DataSession&, const Support::TempFolder&) {
     return true;
@@ -78,6 +70,10 @@ bool ReplaceSamples(DataSession& session, const Support::TempFolder&) {
     return sweep && RawData::WriteTrace(session, *trace, unused, true, true, true);
 }
 
+bool MakeNative(DataSession& session, const Support::TempFolder&) {
+    return Rebuild::RebuildDataFile(session, Bytes::MachineIsLittle) && session.Native;
+}
+
 bool MergeOther(DataSession& session, const Support::TempFolder& folder) {
     return MergeDataFile(session, folder.At("other.dat"));
 }
@@ -88,14 +84,8 @@ const Case Cases[] = {
     {"bundle after a change", "plain", OpenMode::Modify, true, ChangeLabels},
     {"un-bundle", "bigtree", OpenMode::Modify, false, Nothing},
     {"un-bundle and bundle again", "bigtree", OpenMode::Modify, true, ChangeLabels},
-    {"rebuild an interleaved bundle", "weave", OpenMode::Modify, true,
-     [](DataSession& session, const Support::TempFolder&) {
-         return Rebuild::RebuildDataFile(session, Bytes::MachineIsLittle) && session.Native;
-     }},
-    {"rebuild a file without header", "bare", OpenMode::Modify, false,
-     [](DataSession& session, const Support::TempFolder&) {
-         return Rebuild::RebuildDataFile(session, Bytes::MachineIsLittle) && session.Native;
-     }},
+    {"rebuild an interleaved bundle", "weave", OpenMode::Modify, true, MakeNative},
+    {"rebuild a file without header", "bare", OpenMode::Modify, false, MakeNative},
     {"change the byte order", "plain", OpenMode::Modify, false,
      [](DataSession& session, const Support::TempFolder&) {
          return Rebuild::RebuildDataFile(session, !Bytes::MachineIsLittle) && !session.Native;

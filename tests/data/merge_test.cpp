@@ -1,6 +1,5 @@
 #include "data/merge.h"
 
-#include "base/text.h"
 #include "data/raw_data.h"
 #include "data/sweep_stimulus.h"
 #include "data/traces.h"
@@ -123,37 +122,21 @@ TEST(Merge, EveryReferenceLeadsToWhatItLedToBefore) {
     }
 }
 
-// The numbers themselves: highest of the open set plus the other's.
-TEST(Merge, NumbersAreRaisedByTheHighestBefore) {
-    Pair pair("plain", "bigtree");
-    ASSERT_TRUE(MergeDataFile(pair.Data.Session, pair.Other));
-    EXPECT_EQ(static_cast<VennicSeries*>(pair.Data.Find({3, 1}))->SeAmplStateRef, 2 + 1);
-    EXPECT_EQ(pair.Data.Trace({3, 1, 1, 1})->TrInternalSolution, 7 + 1);
-    EXPECT_EQ(pair.Data.Trace({3, 1, 1, 1})->TrExternalSolution, 7 + 2);
-    const void* const solutions = Tree::Root(pair.Data.Session.Solution.Handle);
-    ASSERT_EQ(Tree::ChildCount(solutions), 6);
-    EXPECT_EQ(Tree::ChildAs<SolutionRecord>(solutions, 6)->SrNumber, 14);
-    EXPECT_EQ(static_cast<VennicSeries*>(pair.Data.Find({2, 1}))->SeAmplStateRef, 0); // none stays none
-}
-
-TEST(Merge, NotesOfTheOtherSetFollowOnesOwn) {
-    Pair pair("plain", "bigtree");
-    Support::WriteWhole(pair.Data.Folder.At("cell.txt"), "own notes\n");
-    const std::string bundle = Support::SoundData(); // its notebook is an item of five bytes
-    Support::WriteWhole(pair.Other, bundle);
-    ASSERT_TRUE(MergeDataFile(pair.Data.Session, pair.Other)) << pair.Data.Said.Alerts;
-    EXPECT_EQ(Support::ReadWhole(pair.Data.Folder.At("cell.txt")),
-              "own notes\n\n\"" + pair.Other + "\"\n" + bundle.substr(12268, 5));
-}
-
-TEST(Merge, TheOtherSetGoesOnlyWhenTheUserWantsIt) {
-    Pair pair("bigtree", "plain");
-    pair.Data.Said.Answer = [](bool) { return true; };
-    ASSERT_TRUE(MergeDataFile(pair.Data.Session, pair.Other));
-    const Support::FolderState left = pair.Data.Folder.Files();
-    for (const char* const gone : {"other.dat", "other.vnc", "other.pgf", "other.amp", "other.sol"})
-        EXPECT_FALSE(left.contains(gone)) << gone;
-    EXPECT_TRUE(left.contains("other.ana")); // results are no part of what was merged
+TEST(Merge, TheOtherSetGoesWhenTheUserWantsItItsNotesAreKept) {
+    for (const bool bundle : {false, true}) {
+        Pair pair("bigtree", "plain");
+        Support::WriteWhole(pair.Data.Folder.At("cell.txt"), "own notes\n");
+        const std::string sound = Support::SoundData(); // its notebook is an item of five bytes
+        if (bundle) Support::WriteWhole(pair.Other, sound);
+        pair.Data.Said.Answer = [](bool) { return true; };
+        ASSERT_TRUE(MergeDataFile(pair.Data.Session, pair.Other)) << pair.Data.Said.Alerts;
+        Support::FolderState left = pair.Data.Folder.Files();
+        EXPECT_EQ(left["cell.txt"],
+                  "own notes\n" + (bundle ? "\n\"" + pair.Other + "\"\n" + sound.substr(12268, 5) : ""));
+        for (const char* const gone : {"other.dat", "other.vnc", "other.pgf", "other.amp", "other.sol"})
+            EXPECT_TRUE(bundle || !left.contains(gone)) << gone;
+        EXPECT_TRUE(left.contains("other.ana")); // results are no part of what was merged
+    }
 }
 
 TEST(Merge, RefusalsLeaveBothSetsAsTheyAre) {

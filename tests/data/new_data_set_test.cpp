@@ -3,8 +3,6 @@
 #include "data/traces.h"
 #include "support/data_session.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 VennicTrace* NewTraceIn(NewDataSet& set) {

@@ -1,12 +1,8 @@
 #include "data/raw_data.h"
 
-#include "base/messages.h"
 #include "data/scratch.h"
 #include "setup/settings.h"
 #include "support/tree_bytes.h"
-
-#include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 

@@ -8,10 +8,6 @@
 #include "support/data_session.h"
 #include "support/failing_files.h"
 
-#include <cmath>
-#include <limits>
-#include <numeric>
-
 using Support::ChangedData;
 
 namespace {
@@ -113,34 +109,37 @@ TEST(WriteTrace, PutsATraceAtThePositionAndLeadsTheRecordThere) {
 }
 
 TEST(WriteTrace, WarnsBeyondTheSizeOfTheSettings) {
-    const struct {
-        std::int64_t End;
-        const char* Line; // none: no warning
-    } cases[] = {{1'000'000, nullptr},
-                 {1'000'002, " ### Warning - file is getting too long: 976 kbytes! ### \n"},
-                 {2048 * 1024 + 1023, " ### Warning - file is getting too long: 2048 kbytes! ### \n"},
-                 {2049 * 1024, " ### Warning - file is getting too long: 2 MB! ### \n"},
-                 {4'000'000, " ### Warning - file is getting too long: 3 MB! ### \n"}};
-    for (const auto& one : cases) {
+    for (const auto& [end, size] : {std::pair<std::int64_t, std::string>{1'000'000, ""},
+                                    {1'000'002, "976 kbytes"},
+                                    {2048 * 1024 + 1023, "2048 kbytes"},
+                                    {2049 * 1024, "2 MB"},
+                                    {4'000'000, "3 MB"}}) {
         ChangedData data("plain");
         Setup::Settings.MaxFileBytes = 1'000'000;
         std::vector<std::int16_t> samples = {1, 2};
         PutLoaded(*data.Trace({1, 1, 1, 1}), samples, DataFormat::Int16);
         data.Said.Notes.clear();
-        std::int64_t position = one.End - 4;
+        std::int64_t position = end - 4;
         ASSERT_TRUE(Append(data, *data.Trace({1, 1, 1, 1}), position));
-        EXPECT_EQ(data.Said.Notes, one.Line ? one.Line : "");
+        EXPECT_EQ(data.Said.Notes,
+                  size.empty() ? "" : " ### Warning - file is getting too long: " + size + "! ### \n");
     }
 }
 
-TEST(WriteTrace, ConvertsWhatWasLoadedBackToTheStoredSamples) {
+TEST(WriteTrace, AppendsOrReplacesWhatWasLoadedInItsStoredFormat) {
     ChangedData data("formats");
     for (const int series : {1, 2})
         for (const int t : {1, 2, 3, 4}) {
             SCOPED_TRACE(std::to_string(series) + "." + std::to_string(t));
             VennicTrace& trace = *data.Trace({1, series, 1, t});
             const std::size_t size = RawData::SampleSize(trace.TrDataFormat);
-            std::vector<float> first, second;
+            std::vector<float> first;
+            const auto agree = [&](float sign) {
+                ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
+                const double unit = trace.TrDataFormat < 2 ? trace.TrDataFactor : 0;
+                for (std::size_t i = 0; i < first.size(); ++i)
+                    EXPECT_NEAR(sign * first[i], trace.Samples[i], unit / 2 + 1e-6 * std::fabs(first[i]));
+            };
             ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
             first.assign(Traces::Loaded(trace).begin(), Traces::Loaded(trace).end());
             std::int64_t position = data.Session.DataEnd;
@@ -148,54 +147,15 @@ TEST(WriteTrace, ConvertsWhatWasLoadedBackToTheStoredSamples) {
             ASSERT_TRUE(Append(data, trace, position, Convert)) << data.Said.Alerts;
             EXPECT_EQ(position - data.Session.DataEnd, static_cast<std::int64_t>(400 * size));
             data.Session.DataEnd = position;
-            ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
-            second.assign(Traces::Loaded(trace).begin(), Traces::Loaded(trace).end());
-            const double unit = trace.TrDataFormat < 2 ? trace.TrDataFactor : 0;
-            for (std::size_t i = 0; i < first.size(); ++i)
-                EXPECT_NEAR(first[i], second[i], unit / 2 + 1e-6 * std::fabs(first[i]));
+            agree(1);
+            std::string bytes = Support::ReadWhole(data.Path);
+            for (float& sample : Traces::Loaded(trace)) sample = -sample;
+            ASSERT_TRUE(Replace(data, trace)) << data.Said.Alerts;
+            agree(-1);
+            const std::string after = Support::ReadWhole(data.Path);
+            const auto at = static_cast<std::size_t>(trace.TrFileOffset);
+            EXPECT_EQ(after, bytes.replace(at, 400 * size, after.substr(at, 400 * size)));
         }
-}
-
-TEST(WriteTrace, RefusalsLeaveTheFileAsItIs) {
-    ChangedData data("weave");
-    const std::string bytes = Support::ReadWhole(data.Path);
-    VennicTrace& trace = *data.Trace({1, 1, 1, 1});
-    EXPECT_FALSE(Replace(data, trace));
-    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
-    const VennicTrace former = trace;
-    EXPECT_FALSE(Replace(data, trace));
-    EXPECT_EQ(trace.TrFileOffset, former.TrFileOffset);
-    EXPECT_EQ(trace.TrInterleaveSize, 512);
-    trace.TrFileOffset = -2;
-    EXPECT_FALSE(Replace(data, trace));
-    trace.TrFileOffset = former.TrFileOffset;
-    trace.TrInterleaveSize = 0;
-    trace.PointsLoaded -= 1;
-    EXPECT_FALSE(Replace(data, trace));
-    data.Session.Modify = false;
-    EXPECT_FALSE(Replace(data, trace));
-    data.Session.Modify = true;
-    EXPECT_EQ(data.Said.Alerts, "Write trace: no samples are loaded.\n"
-                                "Replace trace: interleaved traces must be de-interleaved beforehand.\n"
-                                "Illegal Data File Offset!\n"
-                                "Replace trace: the trace is not loaded whole.\n"
-                                "Cannot modify: data file opened read-only.\n");
-    EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
-}
-
-TEST(WriteTrace, ReplacesSamplesWhereTheyLie) {
-    ChangedData data("plain");
-    VennicTrace& trace = *data.Trace({1, 1, 2, 1});
-    std::string bytes = Support::ReadWhole(data.Path);
-    ASSERT_EQ(trace.TrDataFormat, 0);
-    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
-    for (float& sample : Traces::Loaded(trace)) sample = static_cast<float>(-3 * trace.TrDataFactor);
-    ASSERT_TRUE(Replace(data, trace)) << data.Said.Alerts;
-    const std::vector<std::int16_t> wanted(static_cast<std::size_t>(trace.TrDataPoints), -3);
-    EXPECT_EQ(Stored<std::int16_t>(data.Session, trace), wanted);
-    bytes.replace(static_cast<std::size_t>(trace.TrFileOffset), wanted.size() * 2,
-                  reinterpret_cast<const char*>(wanted.data()), wanted.size() * 2);
-    EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
 }
 
 namespace {
@@ -243,23 +203,35 @@ TEST(CompressTrace, SamplesOfTheOtherOrderBecomeNative) {
     }
 }
 
-TEST(CompressTrace, RefusalsLeaveTheFileAsItIs) {
+TEST(RawWrite, RefusalsLeaveTheFileAsItIs) {
     ChangedData data("weave");
     const std::string bytes = Support::ReadWhole(data.Path);
     VennicTrace& trace = *data.Trace({1, 1, 1, 1});
-    EXPECT_TRUE(RawData::CompressTrace(data.Session, trace, 1)); // nothing to do
-    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 2));
+    const auto refuses = [&](bool done, const std::string& words) {
+        EXPECT_FALSE(done);
+        EXPECT_EQ(std::exchange(data.Said.Alerts, ""), words + ".\n");
+    };
+    const auto compress = [&](int factor) { return RawData::CompressTrace(data.Session, trace, factor); };
+    EXPECT_TRUE(compress(1)); // nothing to do
+    refuses(compress(2), "Compress trace: interleaved traces must be de-interleaved beforehand");
+    refuses(Replace(data, trace), "Write trace: no samples are loaded");
+    ASSERT_TRUE(Traces::LoadTraceRaw(data.Session, &trace, data.Session.DataHeap));
+    refuses(Replace(data, trace), "Replace trace: interleaved traces must be de-interleaved beforehand");
+    const std::int32_t offset = std::exchange(trace.TrFileOffset, -2);
+    EXPECT_FALSE(Replace(data, trace));
+    EXPECT_EQ(std::exchange(data.Said.Alerts, ""), "Illegal Data File Offset!\n");
+    trace.TrFileOffset = offset;
     trace.TrInterleaveSize = 0;
-    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 701));
+    refuses(compress(701), "Compress trace: the factor is larger than the trace");
+    trace.PointsLoaded -= 1;
+    refuses(Replace(data, trace), "Replace trace: the trace is not loaded whole");
     trace.TrDataFormat = 7;
-    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 2));
+    refuses(compress(2), "Compress - unknown data-format");
     data.Session.Modify = false;
-    EXPECT_FALSE(RawData::CompressTrace(data.Session, trace, 2));
-    data.Session.Modify = true;
-    EXPECT_EQ(data.Said.Alerts, "Compress trace: interleaved traces must be de-interleaved beforehand.\n"
-                                "Compress trace: the factor is larger than the trace.\n"
-                                "Compress - unknown data-format.\n"
+    for (const bool done : {Replace(data, trace), compress(2)}) EXPECT_FALSE(done);
+    EXPECT_EQ(data.Said.Alerts, "Cannot modify: data file opened read-only.\n"
                                 "Cannot modify: data file opened read-only.\n");
+    data.Session.Modify = true;
     EXPECT_EQ(trace.TrDataPoints, 700);
     EXPECT_EQ(Support::ReadWhole(data.Path), bytes);
 }

@@ -2,9 +2,8 @@
 
 #include "data/analysis_file.h"
 #include "support/data_session.h"
+#include "support/environment.h"
 #include "support/failing_files.h"
-
-#include <gtest/gtest.h>
 
 using Support::OpenedData;
 
@@ -12,15 +11,6 @@ namespace {
 
 class RecoveryCopies : public testing::Test {
 protected:
-    RecoveryCopies() {
-        const char* const former = std::getenv("XDG_STATE_HOME");
-        Former = former ? former : "";
-        ::setenv("XDG_STATE_HOME", State.Path.c_str(), 1);
-    }
-    ~RecoveryCopies() override {
-        Former.empty() ? ::unsetenv("XDG_STATE_HOME") : ::setenv("XDG_STATE_HOME", Former.c_str(), 1);
-    }
-
     // A result, and a program that ends before it is saved.
     void LeaveUnsaved() {
         OpenedData data(Path, OpenMode::Analysis);
@@ -35,9 +25,11 @@ protected:
     }
     static int Results(const OpenedData& data) { return Tree::ChildCount(data.Session.CurASeries); }
 
+    RecoveryCopies() { Variables.Set("XDG_STATE_HOME", State.Path); }
     Support::TempFolder Folder, State;
+    const Support::Environment Variables{{"XDG_STATE_HOME"}};
     std::string Path = Folder.Write("cell.dat", Support::SoundData());
-    std::string Copy = Folder.At("cell.ana.recover"), Former;
+    std::string Copy = Folder.At("cell.ana.recover");
 };
 
 TEST_F(RecoveryCopies, AreKeptWhileThereIsSomethingUnsaved) {
@@ -83,21 +75,17 @@ TEST_F(RecoveryCopies, AreOfferedAndStayUntilTheResultsAreSaved) {
     EXPECT_EQ(Results(data), 1);
 }
 
-TEST_F(RecoveryCopies, AreDroppedWhenTheUserDoesNotWantThem) {
+TEST_F(RecoveryCopies, AreDroppedWhenTheUserDoesNotWantThemAndKeptAsideWhenTheyCannotBeUsed) {
     LeaveUnsaved();
     OpenedData data;
     data.Said.Answer = [](bool) { return false; };
     ASSERT_TRUE(data.Open(Path, OpenMode::Analysis));
-    EXPECT_EQ(Results(data), 0);
-    EXPECT_TRUE(Files::Exists(Copy));
+    EXPECT_TRUE(Results(data) == 0 && Files::Exists(Copy));
     (void)CloseDataFile(data.Session);
     EXPECT_FALSE(Files::Exists(Copy));
-}
-
-TEST_F(RecoveryCopies, ThatCannotBeUsedAreKeptAside) {
     Support::WriteWhole(Copy, "no tree");
-    OpenedData data(Path, OpenMode::Analysis);
-    ASSERT_TRUE(data.IsOpen);
+    data.Said.Answer = nullptr;
+    ASSERT_TRUE(data.Open(Path, OpenMode::Analysis));
     EXPECT_EQ(Results(data), 0);
     EXPECT_EQ(Support::ReadWhole(Copy + ".old"), "no tree");
 }

@@ -1,14 +1,8 @@
 #include "data/sample_format.h"
 
 #include "base/bytes.h"
-#include "base/messages.h"
 #include "math/gauss_filter.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <type_traits>
-#include <vector>
+#include "support/testing.h"
 
 using SampleFormat::Reduction;
 
@@ -69,16 +63,16 @@ TEST(SampleFormat, IntegerTargetsTruncateIntegersAndRoundReals) {
 
 TEST(SampleFormat, RefusedConversionsTouchNothing) {
     const Messages::Recorder said;
-    const std::vector<std::byte> source(16);
-    std::vector<std::byte> target(16, std::byte{9});
-    const auto refuses = [&](DataFormat from, DataFormat to, std::size_t points) {
-        return !SampleFormat::ConvertFormat(from, to, source, target, points, 1, 0, true);
-    };
-    EXPECT_TRUE(refuses(DataFormat::Int16, DataFormat::Int16, 2)); // no format of the RAM
-    EXPECT_TRUE(refuses(DataFormat::Real32, static_cast<DataFormat>(4), 2));
-    EXPECT_TRUE(refuses(DataFormat::Real64, DataFormat::Real32, 3)); // the source is too short
-    EXPECT_TRUE(refuses(DataFormat::Int16, DataFormat::Real64, 3));  // the target is too short
-    EXPECT_EQ(target, std::vector<std::byte>(16, std::byte{9}));
+    const std::vector<std::byte> source(16), former(16, std::byte{9});
+    std::vector<std::byte> target = former;
+    using enum DataFormat;
+    // No format of the RAM, none at all, a source and a target that are too short.
+    for (const auto& [from, to, points] : {std::tuple{Int16, Int16, 2U},
+                                           {Real32, static_cast<DataFormat>(4), 2U},
+                                           {Real64, Real32, 3U},
+                                           {Int16, Real64, 3U}})
+        EXPECT_FALSE(SampleFormat::ConvertFormat(from, to, source, target, points, 1, 0, true));
+    EXPECT_EQ(target, former);
 }
 
 TEST(SampleFormat, ExtremesIgnoreWhatIsNoNumber) {

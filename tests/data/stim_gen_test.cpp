@@ -1,12 +1,7 @@
 #include "data/stim_gen.h"
 
-#include "base/messages.h"
+#include "support/fixtures.h"
 #include "vectors.h"
-
-#include <gtest/gtest.h>
-#include <map>
-#include <sstream>
-#include <vector>
 
 namespace {
 
@@ -57,7 +52,7 @@ struct Bench {
     std::vector<StimGen::ScaleRow> Table = {{1, 100}, {3, 300}, {4, 400}};
     std::vector<const StimSegment*> Pointers;
 
-    explicit Bench(const char* text) {
+    explicit Bench(const std::string& text) {
         std::istringstream words(text);
         for (std::string word; words >> word;)
             if (std::islower(word[0]))
@@ -128,12 +123,11 @@ TEST(Increment, FollowsTheVectors) {
 
 TEST(Increment, StepsOfWholeSeries) {
     for (const auto& [mode, wanted] :
-         {std::pair{2, std::vector<std::int64_t>{0, 2, 1, 3}}, {3, {3, 1, 2, 0}}, {4, {0, 4, 1, 3, 2}}})
-        for (std::size_t n = 0; n < wanted.size(); ++n)
-            EXPECT_EQ(StimGen::IncrementStep(static_cast<std::int32_t>(n + 1),
-                                             static_cast<std::int32_t>(wanted.size()),
-                                             static_cast<std::uint8_t>(mode)),
-                      wanted[n])
+         {std::pair{2, std::vector<int>{0, 2, 1, 3}}, {3, {3, 1, 2, 0}}, {4, {0, 4, 1, 3, 2}}})
+        for (int n = 1; n <= static_cast<int>(wanted.size()); ++n)
+            EXPECT_EQ(
+                StimGen::IncrementStep(n, static_cast<int>(wanted.size()), static_cast<std::uint8_t>(mode)),
+                wanted[static_cast<std::size_t>(n - 1)])
                 << mode << " " << n;
 }
 
@@ -149,64 +143,10 @@ TEST(Increment, NoNumberFromAFileBreaksIt) {
 }
 
 TEST(Stimulus, IsWhatItsSegmentsSay) {
-    constexpr const char* TooLarge = "Stimulus is larger than MaxStimPoints!";
-    constexpr const char* Illegal = "StimGen.Stimulus: illegal parameters.";
-    const std::pair<const char*, const char*> cases[] = {
-        // Each class; a piece of no point is none, and the former voltage stays.
-        {"C2,2 R6,2 C50,0.4 R7,1 Q1,4 period=3 amplitude=4", "2 2 4 6 7 5 -3 -3 1"},
-        {"R-8,2 S1,4.5 period=4 amplitude=4", "-9 -8 1 5 1 -3 1"},
-        {"Q1,3 period=1 amplitude=4", "1 1 1"}, // no full cycle
-        {"Q1,3 period=nan amplitude=4", "1 1 1"},
-        {"C2,2 K0,1e300 C3,1e300", "2 2 ..."},
-        {"C2,2 K0,0 C3,1", "2 2 3"},
-        {"?1,1", "StimGen.Segment: illegal segment class."},
-        // Scale table (32) and photometry (16) convert constants and square levels; templates (4), and those
-        // relative to the holding (6), leave the samples out.
-        {"C2,1 R4,1 Q2,3 period=2 amplitude=2", "2 4 4 0 2"},
-        {"C2,1 R4,1 Q2,3 period=2 amplitude=2 flags=32", "300 4 400 100 300"},
-        {"C2,1 R4,1 Q2,3 period=2 amplitude=2 flags=16", "3 4 5 1 3"},
-        {"R2,2 K2,1 flags=4", "0 0 0"},
-        {"R2,2 K2,1 flags=6", "-10 -10 -10"},
-        // Sources of the voltage; the holding belongs to the start that a factor multiplies.
-        {"C3,1,dv=2 sweep=2", "5"},
-        {"C3,1,dv=2,source=-2147483648 sweep=2", "5"},
-        {"C3,1,dv=2,source=1 sweep=2", "-10"},
-        {"C3,1,dv=2,source=11 sweep=2", "10"},
-        {"C3,1,dv=2,source=12 sweep=2", "2"},
-        {"C3,1,dv=2 sweep=2 flags=2", "-5"},
-        {"C3,1,dv=2,fv=2 sweep=2 flags=2", "-12"},
-        // Sources of the duration, below 0 counting as 0; scan rates are those of ramps, both ways.
-        {"C1,4,dt=1,from=3 sweep=3", "1 1"},
-        {"C3,2 R5,0.5 rates=1", "3 3 3.5 4 4.5 5"},
-        {"C3,1 R5,0.5,dt=0.5 rates=1 sweep=2", "3 4 5"},
-        {"C3,1,source=1 R5,3 rates=1", "-10 -7 -4 -1 2 5"},
-        {"R-12,0.5 rates=1", "-10.5 -11 -11.5 -12"},
-        {"R5,0 R5,-1 R5,nan C1,1 rates=1", "1"},
-        // No number from a file gets through: at most 10 points, an interval above 0, a sweep from 1 on.
-        {"C2,6 C2,4", "2 2 2 2 2 2 2 2 2 2"},
-        {"C2,6 C2,5", TooLarge},
-        {"C2,6 C2,inf", TooLarge},
-        {"C2,3 C2,-1 C2,-inf C2,nan", "2 2 2"},
-        {"C2,1 interval=0", Illegal},
-        {"C2,1 sweep=0", Illegal},
-        // A segment at its increment, inside of the target.
-        {"C2,3 room=8 at=1 step=3", "0 2 0 0 2 0 0 2"},
-        {"C2,3 room=8 at=2 step=3", TooLarge},
-        {"C2,3 room=8 at=1e19", TooLarge},
-        {"C2,3 room=8 step=0", ""},
-        // Digital channels set their bit by the sign (3), or write their voltage (2).
-        {"S0.1,1 dac=3 bit=2 room=1 fill=3", "7"},
-        {"S-5,1 dac=3 bit=1 room=1 fill=3", "1"},
-        {"S0,1 dac=3 bit=1 room=1 fill=3", "3"},
-        {"S1,1 dac=3 bit=16 room=1 fill=3", "3"},
-        {"S3.6,1 dac=2 bit=2 room=1 fill=3", "7"},
-        {"Snan,1 dac=2 bit=1 room=1 fill=3", "1"},
-        {"S1e300,1 dac=2 bit=15 room=1 fill=3", "32771"},
-    };
-    for (const auto& [words, wanted] : cases) EXPECT_EQ(Bench(words).Run(), wanted) << words;
+    for (const auto& one : Support::CaseTable("stimuli")) EXPECT_EQ(Bench(one[0]).Run(), one[1]) << one[0];
     Bench missing("C1,1");
     missing.Pointers[0] = nullptr;
-    EXPECT_EQ(missing.Run(), Illegal);
+    EXPECT_EQ(missing.Run(), "StimGen.Stimulus: illegal parameters.");
     EXPECT_TRUE(SegmentTable(1, missing.Source()).empty());
 }
 

@@ -6,27 +6,21 @@
 #include "support/data_session.h"
 #include "support/temp_folder.h"
 
-#include <array>
-
 namespace {
 
-struct Layout {
-    std::int32_t Offset, Points;
-    std::uint8_t Format;
-    std::int32_t Size, Skip;
-    bool Little = true;
+// Offset, points, format, block size and skip; samples of the little order.
+struct Layout : VennicTrace {
+    Layout(std::int32_t offset, std::int32_t points, std::uint8_t format, std::int32_t size,
+           std::int32_t skip, bool little = true)
+        : VennicTrace{} {
+        TrFileOffset = offset;
+        TrDataPoints = points;
+        TrDataFormat = format;
+        TrInterleaveSize = size;
+        TrInterleaveSkip = skip;
+        TrDataKind = little ? DataKind::LittleEndian : 0;
+    }
 };
-
-VennicTrace TraceOf(const Layout& layout) {
-    VennicTrace trace{};
-    trace.TrFileOffset = layout.Offset;
-    trace.TrDataPoints = layout.Points;
-    trace.TrDataFormat = layout.Format;
-    trace.TrInterleaveSize = layout.Size;
-    trace.TrInterleaveSkip = layout.Skip;
-    trace.TrDataKind = layout.Little ? DataKind::LittleEndian : 0;
-    return trace;
-}
 
 // Two files, the first one with noise; the scratch memory is as small as it may be.
 class TraceCopies : public testing::Test {
@@ -53,17 +47,17 @@ protected:
         EXPECT_EQ(Files::SetLength(Target, 0), 0);
         RawData::TraceCopier copier(Source, Target, toLittle, 100);
         std::vector<std::int64_t> places;
-        for (const Layout& layout : layouts) ASSERT_TRUE(copier.Add(TraceOf(layout), places.emplace_back()));
+        for (const Layout& layout : layouts) ASSERT_TRUE(copier.Add(layout, places.emplace_back()));
         ASSERT_TRUE(copier.Finish());
         std::int64_t end = 100;
         for (std::size_t i = 0; i < layouts.size(); ++i) {
             SCOPED_TRACE("trace " + std::to_string(i));
-            const VennicTrace trace = TraceOf(layouts[i]);
+            const VennicTrace& trace = layouts[i];
             const std::size_t size = RawData::SampleSize(trace.TrDataFormat);
             const auto points = static_cast<std::size_t>(trace.TrDataPoints);
             EXPECT_EQ(places[i], end);
             std::vector<std::byte> wanted(points * size), copied(points * size);
-            const bool swap = layouts[i].Little != toLittle;
+            const bool swap = (trace.TrDataKind != 0) != toLittle;
             ASSERT_TRUE(
                 RawData::ReadSamples(trace, Source, trace.TrFileOffset, wanted, points, size, swap, true));
             std::size_t got = 0;
@@ -104,10 +98,7 @@ TEST_F(TraceCopies, EveryLayoutComesOutAsItIsReadTraceByTrace) {
     const CopyOperation half = [](int from, std::int64_t fromAt, std::size_t bytes, int to,
                                   std::int64_t toAt) {
         // What it may spoil behind its end is written anew.
-        constexpr std::array<char, 8> Spoilt{};
-        (void)Files::Native().WriteAt(to, Spoilt.data(), Spoilt.size(),
-                                      toAt + static_cast<std::int64_t>(bytes) - 8);
-        if (!Files::Native().Copy) return std::int64_t{0};
+        (void)Files::Native().WriteAt(to, "spoilt!", 8, toAt + static_cast<std::int64_t>(bytes) - 8);
         return Files::Native().Copy(from, fromAt, bytes / 2, to, toAt);
     };
     const CopyOperation refuse = [](int, std::int64_t, std::size_t, int, std::int64_t) {
@@ -134,7 +125,7 @@ TEST_F(TraceCopies, AlternatingSamplesAreDealtToTheirTraces) {
                 sweep.push_back({1'000 + 2 * (t == 0 ? 0 : count - t), points, 0, 2, 2 * count, t % 3 != 1});
             CopyAndCompare(sweep, true);
             std::vector<Layout> twice = sweep;
-            twice.back().Offset = twice.front().Offset;
+            twice.back().TrFileOffset = twice.front().TrFileOffset;
             CopyAndCompare(twice, false);
             sweep.pop_back();
             CopyAndCompare(sweep, false);
@@ -156,7 +147,7 @@ TEST_F(TraceCopies, EndWithTheFileAndWithTheLimitOfItsPositions) {
         const Messages::Recorder said;
         RawData::TraceCopier copier(Source, Target, true, startAt);
         std::int64_t place = 0;
-        EXPECT_FALSE(copier.Add(TraceOf(layout), place) && copier.Finish());
+        EXPECT_FALSE(copier.Add(layout, place) && copier.Finish());
         EXPECT_EQ(said.Alerts, alert);
     }
     std::int64_t length = -1;

@@ -3,10 +3,6 @@
 #include "data/sweep_stimulus.h"
 #include "support/data_session.h"
 
-#include <algorithm>
-#include <cstring>
-#include <gtest/gtest.h>
-
 using Support::Json;
 using Support::OpenedData;
 
@@ -127,19 +123,17 @@ TEST(Traces, TheReferenceSeriesIsSubtractedSweepBySweep) {
         return Traces::LoadAndCorrect(data.Session, OpenedData::SweepOf(trace), trace, data.Session.DataHeap,
                                       range);
     };
-    // A series minus itself is nothing, and its record keeps its own buffer.
+    // A series minus itself is nothing, and its record keeps its own buffer; a part, and a trace that takes
+    // no part, are left as they are.
     data.Session.ReferenceSeries = static_cast<VennicSeries*>(data.Find({1, 1}));
-    ASSERT_TRUE(load());
-    EXPECT_TRUE(std::ranges::all_of(Traces::Loaded(*trace), [](float v) { return v == 0.0f; }));
-    EXPECT_NE(trace->SampleHeap, nullptr);
-    // A part, and a trace that takes no part, are left as they are.
-    for (const bool whole : {false, true}) {
-        Setup::Settings.TraceReference.fill(!whole);
-        ASSERT_TRUE(load({440, whole ? 0 : 1, true}));
-        EXPECT_NE(Traces::Loaded(*trace)[0], 0.0f);
+    for (const auto& [takesPart, first] : {std::pair{true, 0}, {true, 1}, {false, 0}}) {
+        Setup::Settings.TraceReference.fill(takesPart);
+        const bool isWhole = takesPart && first == 0;
+        ASSERT_TRUE(load(isWhole ? Traces::Range{} : Traces::Range{440, first, true}));
+        EXPECT_EQ(std::ranges::all_of(Traces::Loaded(*trace), [](float v) { return v == 0.0f; }), isWhole);
+        EXPECT_NE(trace->SampleHeap, nullptr);
     }
     Setup::Settings.TraceReference.fill(true);
-
     const auto expectRefusal = [&](const char* words) {
         data.Said.Notes.clear();
         EXPECT_FALSE(load());
@@ -158,29 +152,20 @@ TEST(Traces, TheReferenceSeriesIsSubtractedSweepBySweep) {
 }
 
 TEST_F(OneTrace, RefusalsHaveTheirWordsAndLeaveNoSamples) {
-    using Session = DataSession;
-    const struct {
-        const char* Words;
-        void (*Break)(Session& session, VennicTrace& trace);
-        Traces::Range Range = {};
-    } cases[] = {
-        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace& t) { t.TrDataPoints = INT32_MIN; }},
-        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {10, 440, true}},
-        {"Error: loading beyond Trace end\n", [](Session&, VennicTrace&) {}, {10, -1, true}},
-        {"", [](Session&, VennicTrace& t) { t.TrDataPoints = 0; }, {10, 0, false}},
-        {"Trace = NIL or file not opened.\n", [](Session& s, VennicTrace&) { Files::Close(s.DataFile); }},
-    };
-    const VennicTrace sound = *Trace;
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.Words);
-        *Trace = sound;
-        one.Break(Data.Session, *Trace);
-        Data.Said.Notes.clear();
+    const auto refuses = [&](const Traces::Range& range, const char* words) {
         Data.Said.Alerts.clear();
-        EXPECT_FALSE(Traces::LoadTrace(Data.Session, Sweep, Trace, Data.Session.DataHeap, one.Range));
-        EXPECT_EQ(Data.Said.Alerts + Data.Said.Notes, one.Words);
+        Data.Said.Notes.clear();
+        EXPECT_FALSE(Traces::LoadTrace(Data.Session, Sweep, Trace, Data.Session.DataHeap, range));
+        EXPECT_EQ(Data.Said.Alerts + Data.Said.Notes, words);
         EXPECT_TRUE(Traces::Loaded(*Trace).empty());
-    }
+    };
+    for (const int first : {440, -1}) refuses({10, first, true}, "Error: loading beyond Trace end\n");
+    Trace->TrDataPoints = INT32_MIN;
+    refuses({}, "Error: loading beyond Trace end\n");
+    Trace->TrDataPoints = 0;
+    refuses({10, 0, false}, "");
+    Files::Close(Data.Session.DataFile);
+    refuses({}, "Trace = NIL or file not opened.\n");
     EXPECT_FALSE(Traces::LoadTrace(Data.Session, nullptr, nullptr, Data.Session.DataHeap));
 }
 
@@ -196,15 +181,13 @@ TEST_F(OneTrace, ABufferIsReusedGrownAndReleased) {
     EXPECT_EQ(heap->UsedBytes(), 440 * sizeof(float));
     Traces::ReleaseBelow(Data.Find({1}));
     EXPECT_TRUE(heap->UsedBytes() == 0 && Samples().empty());
-    EXPECT_FALSE(Traces::LoadTraceRaw(Data.Session, Trace, nullptr));
-
     // A buffer that belongs to someone else is neither grown nor given back.
     std::vector<float> own(20);
     Trace->Samples = own.data();
     Trace->BufferBytes = 20 * sizeof(float);
-    ASSERT_TRUE(Traces::LoadTraceRaw(Data.Session, Trace, nullptr, {20, 50, true}));
+    for (const int points : {20, 21})
+        EXPECT_EQ(Traces::LoadTraceRaw(Data.Session, Trace, nullptr, {points, 50, true}), points == 20);
     EXPECT_EQ(own[19], part[19]);
-    EXPECT_FALSE(Traces::LoadTraceRaw(Data.Session, Trace, nullptr, {21, 50, true}));
     Traces::ReleaseTrace(Trace);
     Setup::Settings.MaxSamplePoints = 100;
     ASSERT_TRUE(LoadRaw());

@@ -3,8 +3,6 @@
 #include "data/traces.h"
 #include "support/data_session.h"
 
-#include <gtest/gtest.h>
-
 // The second series of steps.dat: 50 stored points, a prepulse that is not stored, then 400 points that the
 // fit looks at.
 TEST(ZeroOffset, IsTheMeanOfTheRecordedStretchWhateverIsLoaded) {

@@ -7,11 +7,6 @@
 #include "events/trace_copy.h"
 #include "vectors.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
-
 namespace {
 
 using nlohmann::json;
@@ -61,19 +56,18 @@ TEST(SingleChannels, AreIdealisedAsTheCasesSay) {
 
 TEST(SingleChannels, EndsJumpsAndSenselessLevels) {
     const SingleChannel::Settings settings{.Low = 0.0, .High = 1.0, .InclFirst = true, .InclLast = true};
-    // Two channels open at once, and the trace ends in an event.
+    // Two channels open at once, and the trace ends in an event: level, state, mean and ms of each. The one
+    // between has no samples of its own; it takes the rest of one interval and a part of the next.
     const auto jump = Idealised(settings, {0, 0, 0, 2, 2, 2, 2, 1, 1});
+    const double wanted[][4] = {{0, 0, 0, 3.25}, {1, 2, 1, 1.5}, {2, 0, 2, -1}, {1, 0, 1, 1.5}};
     ASSERT_EQ(jump.size(), 4U);
-    EXPECT_EQ(jump[1].Level, 1); // between, without samples of its own
-    EXPECT_EQ(jump[1].AmplitudeState, FitParamState::Off);
-    EXPECT_EQ(jump[1].Amplitude, 1.0);
-    EXPECT_NEAR(jump[0].Duration, 3.25e-3, 1e-15);
-    EXPECT_NEAR(jump[1].Duration, 1.5e-3, 1e-15); // the rest of one interval and the part of the next
-    EXPECT_EQ(jump[2].Level, 2);
-    EXPECT_EQ(jump[3].Amplitude, 1.0);
-    EXPECT_EQ(jump[3].MeanSamples, 2U);
-    EXPECT_NEAR(jump[3].Duration, 1.5e-3, 1e-15); // to the last sample
-    EXPECT_TRUE(jump[3].Final);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(jump[i].Level, wanted[i][0]);
+        EXPECT_EQ(static_cast<int>(jump[i].AmplitudeState), wanted[i][1]);
+        EXPECT_EQ(jump[i].Amplitude, wanted[i][2]);
+        EXPECT_NEAR(jump[i].Duration, i == 2 ? jump[i].Duration : 1e-3 * wanted[i][3], 1e-15);
+    }
+    EXPECT_TRUE(jump[3].Final && jump[3].MeanSamples == 2);
     SingleChannel::Settings within = settings;
     within.InclFirst = within.InclLast = false;
     EXPECT_EQ(Idealised(within, {0, 0, 0, 2, 2, 2, 2, 1, 1}).size(), 2U);

@@ -166,10 +166,9 @@ TEST(EventRuns, TheRowHoldsTheLastEventOrTheirMean) {
 
 TEST(EventRuns, AreListedInTheNotebook) {
     Walk walk(Spikes({5, 6}), SweepFitType::ActionPotential);
-    Fit::ActionPotentialRecord& record = walk.Engine.Records.ActionPotential;
     using R = Fit::ActionPotentialRecord;
     for (FitParam R::*const param : {&R::Time, &R::Realtime, &R::Interval, &R::MaxdT, &R::MinY, &R::MindT})
-        (record.*param).Store = 0;
+        (walk.Engine.Records.ActionPotential.*param).Store = 0;
     ASSERT_TRUE(walk.Fit(SweepFitType::ActionPotential)); // four columns are left
     EXPECT_EQ(walk.Said.Notes, "");
     walk.Begin(true);

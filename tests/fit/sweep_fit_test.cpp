@@ -1,13 +1,7 @@
 #include "fit/analysis_table.h"
 #include "fit/sweep_fit.h"
 
-#include "base/messages.h"
-#include "base/text.h"
-#include "data/scratch.h"
-#include "support/fixtures.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
+#include "support/data_session.h"
 
 namespace {
 
@@ -20,26 +14,21 @@ double TauOf(int sweep) {
 
 class SweepFitting : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(OpenDataFile(Session, Path, {.Mode = OpenMode::Analysis}));
+    SweepFitting() {
         Engine.Params.FitType = SweepFitType::Exponential;
         Select(1);
     }
-    void TearDown() override {
-        CloseDataFile(Session);
-        Scratch::Release();
-    }
-
     void Select(int sweep) { GetRelatives(Session, Tree::Child(Session.CurSeries, sweep)); }
     int Records() const { return Tree::ChildCount(Session.CurASeries); }
     const AnalysisValue& Cell(int record, int column, int sweep) const {
         const void* const entry = Tree::Child(Tree::Child(Session.CurASeries, record), column);
         return *Tree::ChildAs<AnalysisValue>(entry, sweep);
     }
-    Messages::Recorder Heard;
     Support::TempFolder Folder;
-    std::string Path = Folder.Write("cell.dat", Support::ReadWhole(Support::DataFile("fit/relaxations.dat")));
-    DataSession Session;
+    Support::OpenedData Data{
+        Folder.Write("cell.dat", Support::ReadWhole(Support::DataFile("fit/relaxations.dat"))),
+        OpenMode::Analysis};
+    DataSession& Session = Data.Session;
     SweepFit::Engine Engine{Session};
 };
 
@@ -71,50 +60,41 @@ TEST_F(SweepFitting, TheRangeLiesInTheStoredSegmentOfYValues) {
                               work.SegmentStart * 1e3, work.FirstX * 1e3};
         for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(got[i], c.Range[i], 1e-9) << c.What << " " << i;
     }
-}
-
-TEST_F(SweepFitting, ACompressedTraceKeepsItsTimes) {
-    Session.CurTrace->TrXInterval = 2 * Interval;
+    Engine.Params.FitSegOffset = 0;
+    Engine.Params.FitRightBound = 1.0;
+    Session.CurTrace->TrXInterval = 2 * Interval; // a compressed trace keeps its times
     Session.CurTrace->TrDataPoints /= 2;
     ASSERT_TRUE(SweepFit::PrepareData(Engine));
-    EXPECT_EQ(Engine.Work.FirstPoint, Baseline / 2);
-    EXPECT_EQ(Engine.Work.RangePoints, Pulse / 2);
+    EXPECT_TRUE(Engine.Work.FirstPoint == Baseline / 2 && Engine.Work.RangePoints == Pulse / 2);
     EXPECT_NEAR(Engine.Work.SegmentStart, 0.01, 1e-12);
 }
 
-TEST_F(SweepFitting, TimeZeroFollowsItsSourceForExponentialsOnly) {
+TEST_F(SweepFitting, TimeZeroFollowsItsSourceForExponentialsOnlyWhichAreThinnedLikeGating) {
     Engine.Params.FitLeftBound = 0.5; // the range starts at 0.04 s
+    Engine.Params.MaxNoOfFittedPoints = 50;
     using enum Fit::ExpTimeSource;
     Fit::ExpRecord& record = Engine.Records.Exponential;
     const struct {
         SweepFitType Type;
         Fit::ExpTimeSource Source;
         double Time0, FirstX;
-    } cases[] = {{SweepFitType::Exponential, CursorPosition, 0.0, 0.0},
-                 {SweepFitType::Exponential, GivenTime0, 0.02, 0.02},
-                 {SweepFitType::Gaussian, GivenTime0, 0.02, 0.03},
-                 {SweepFitType::Exponential, GivenTime0, 5.0, 0.0}}; // behind the range: moved to its start
+        std::size_t Points;
+    } cases[] = {{SweepFitType::Exponential, CursorPosition, 0.0, 0.0, 50},
+                 {SweepFitType::Exponential, GivenTime0, 0.02, 0.02, 50},
+                 {SweepFitType::Gaussian, GivenTime0, 0.02, 0.03, 300},
+                 {SweepFitType::HodgkinHuxley, GivenTime0, 0.02, 0.03, 50},
+                 {SweepFitType::Polynomial, GivenTime0, 0.02, 0.03, 300},
+                 {SweepFitType::Exponential, GivenTime0, 5.0, 0.0, 50}}; // behind the range: to its start
     for (const auto& c : cases) {
         Engine.Params.FitType = c.Type;
         record.TimeSource = c.Source;
         record.GivenTime0 = c.Time0;
         ASSERT_TRUE(SweepFit::PrepareData(Engine));
         EXPECT_NEAR(Engine.Work.FirstX, c.FirstX, 1e-12);
+        EXPECT_EQ(Engine.Work.FitDataX.size(), c.Points);
+        EXPECT_EQ(Engine.Work.RangePoints, Pulse / 2);
     }
     EXPECT_NEAR(record.GivenTime0, 0.04, 1e-12);
-}
-
-TEST_F(SweepFitting, OnlyExponentialsAndGatingAreThinned) {
-    Engine.Params.MaxNoOfFittedPoints = 50;
-    for (const auto& [type, points] : {std::pair{SweepFitType::Exponential, 50u},
-                                       {SweepFitType::HodgkinHuxley, 50u},
-                                       {SweepFitType::Polynomial, 600u},
-                                       {SweepFitType::Gaussian, 600u}}) {
-        Engine.Params.FitType = type;
-        ASSERT_TRUE(SweepFit::PrepareData(Engine));
-        EXPECT_EQ(Engine.Work.FitDataX.size(), points);
-        EXPECT_EQ(Engine.Work.RangePoints, Pulse);
-    }
 }
 
 TEST_F(SweepFitting, AutoFitFillsTheTableFromTheSelectedSweepOn) {
@@ -213,7 +193,7 @@ TEST_F(SweepFitting, RefusalsComeInWordsAndLeaveNoRecord) {
         Select(1);
         one.Spoil(Engine);
         EXPECT_FALSE(SweepFit::FitCommand(Engine));
-        EXPECT_NE(Heard.Alerts.find(one.Words), std::string::npos) << Heard.Alerts;
+        EXPECT_NE(Data.Said.Alerts.find(one.Words), std::string::npos) << Data.Said.Alerts;
     }
     EXPECT_EQ(Records(), 0);
 }

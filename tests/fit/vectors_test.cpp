@@ -1,14 +1,6 @@
 // Whole fits of every model against results computed independently of this program.
-#include "base/messages.h"
 #include "support/fit_records.h"
 #include "vectors.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <string>
-#include <vector>
 
 namespace {
 

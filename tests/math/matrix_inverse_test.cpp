@@ -1,11 +1,6 @@
 #include "math/matrix_inverse.h"
 #include "vectors.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
-
 namespace {
 
 using MatrixInverse::Matrix;

@@ -1,11 +1,8 @@
 // Searches for the first sample that matters, and the transform of blocks.
 #include "math/fft.h"
 #include "math/scan.h"
+#include "support/testing.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 #include <numbers>
 #include <random>
 

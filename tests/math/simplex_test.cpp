@@ -1,12 +1,6 @@
 #include "math/simplex.h"
 #include "vectors.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
-
 namespace {
 
 TEST(Simplex, MovesBitForBitAsRecorded) {
@@ -36,12 +30,10 @@ TEST(Simplex, RefusesSizesThatItCannotHoldAndMendsTheStep) {
     for (const int size : {0, Simplex::MaxDim + 1}) EXPECT_FALSE(SimplexInit(state, size, 0.1));
     ASSERT_TRUE(SimplexInit(state, 3, 0.1));
     const double wanted = state.P;
-    for (const double step : {0.0, -1.0, 0.99E-8, std::nan("")}) {
+    for (const double step : {0.0, 0.99E-8, 1E-8, std::nan("")}) {
         ASSERT_TRUE(SimplexInit(state, 3, step));
-        EXPECT_EQ(state.P, wanted) << step;
+        EXPECT_EQ(state.P == wanted, step != 1E-8) << step;
     }
-    ASSERT_TRUE(SimplexInit(state, 3, 1E-8));
-    EXPECT_LT(state.P, 1E-7);
 }
 
 TEST(Simplex, ConvergesOnlyAtTheEndOfACycle) {

@@ -1,12 +1,5 @@
 #include "math/vector_exp.h"
-
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <vector>
+#include "support/testing.h"
 
 namespace {
 

@@ -1,18 +1,15 @@
 // Online computing over recordings: each kind against what the samples, records and stimulus say.
 #include "online/compute.h"
 
-#include "base/text.h"
 #include "data/traces.h"
+#include "math/lane_sums.h"
+#include "math/measure.h"
 #include "online/equation_words.h"
 #include "online/kinds.h"
 #include "online/notebook_lines.h"
 #include "online/online_edit.h"
 #include "support/data_session.h"
 #include "vectors.h"
-
-#include <gtest/gtest.h>
-
-#include <numeric>
 
 namespace {
 
@@ -58,67 +55,50 @@ protected:
 
 // The IV series: three stored segments, of which the second is the relevant one.
 TEST_F(OnlinePass, MeasuresTheSegmentBetweenTheBounds) {
-    for (const int kind : {10, 11, 12, 13, 15, 16, 8, 9, 7, 76, 75, 69, 77, 10}) Add(kind);
+    for (const int kind : {10, 11, 12, 13, 15, 16, 8, 9, 7, 76, 75, 69, 77, 10}) Add(kind).OfNoPeakFit = 1;
     for (int i = 1; i <= Tree::ChildCount(Method()); ++i) {
-        At(i).OfNoPeakFit = 1;
-        At(i).OfLeftBound = 0.1;
-        At(i).OfRightBound = 0.601;
+        At(i).OfLeftBound = i == 12 ? 0.0 : 0.1; // the whole trace
+        At(i).OfRightBound = i == 12 ? 1.0 : 0.601;
     }
-    At(12).OfLeftBound = 0.0; // the whole trace
-    At(12).OfRightBound = 1.0;
     At(14).OfXSegOffset = 1;
     const std::vector<double> got = Run({1, 1, 9});
 
     const std::vector<float> y = Samples({1, 1, 9, 1});
-    const VennicTrace& trace = *Data.Trace({1, 1, 9, 1});
     SweepStimulus stimulus;
     ASSERT_TRUE(FindStimulus(Data.Session, Sweep({1, 1, 9}), 1, stimulus));
     const auto table = StimGen::SegmentTable(stimulus.SweepNumber, stimulus.Source());
-    const double dx = trace.TrXInterval;
-    const auto part = [&](std::size_t segment, double leftBound, double rightBound) {
+    const double dx = Data.Trace({1, 1, 9, 1})->TrXInterval;
+    const auto part = [&](std::size_t segment) {
         const double points = table[segment].Duration / dx;
         const auto start = static_cast<double>(table[segment].StoredFirst);
-        return std::vector<float>(y.begin() + std::lround(start + points * leftBound),
-                                  y.begin() +
-                                      static_cast<std::ptrdiff_t>(start + points * rightBound + 1e-9));
+        const auto left = std::lround(start + points * 0.1);
+        return std::span(y).subspan(
+            static_cast<std::size_t>(left),
+            static_cast<std::size_t>(static_cast<long>(start + points * 0.601 + 1e-9) - left));
     };
-    const std::vector<float> x = part(1, 0.1, 0.601);
+    const auto mean = [](std::span<const float> all) { return LaneSums::Sum(all) / double(all.size()); };
+    const std::span<const float> x = part(1);
     ASSERT_GT(x.size(), 100U);
-    double sum = 0, squares = 0, above = 0, below = 0;
-    for (const float sample : x) {
-        sum += sample;
-        squares += static_cast<double>(sample) * sample;
-        (sample > 0 ? above : below) += sample;
-    }
-    const auto n = static_cast<double>(x.size());
-    double slope = 0, spread = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        const double away = static_cast<double>(i) - (n - 1) / 2;
-        slope += away * x[i];
-        spread += away * away;
-    }
-    const auto least = std::min_element(x.begin(), x.end()), most = std::max_element(x.begin(), x.end());
+    const auto [least, most] = std::minmax_element(x.begin(), x.end());
     const double first = table[1].Duration * 0.1; // s behind the segment's start
-    const double whole = std::accumulate(y.begin(), y.end(), 0.0) / static_cast<double>(y.size());
-    const std::vector<float> tail = part(2, 0.1, 0.601);
-    const double want[] = {sum / n,
-                           sum * dx,
-                           (squares - sum * sum / n) / (n - 1),
-                           slope / spread / dx,
-                           above * dx,
-                           -below * dx,
+    const double want[] = {mean(x),
+                           LaneSums::Sum(x) * dx,
+                           Measure::Variance(x),
+                           Measure::SlopePerSample(x) / dx,
+                           LaneSums::SumAbove(x) * dx,
+                           -LaneSums::SumBelow(x) * dx,
                            *most,
                            *least,
                            std::fabs(*most) >= std::fabs(*least) ? *most : *least,
                            first + static_cast<double>(most - x.begin()) * dx,
                            first + static_cast<double>(least - x.begin()) * dx,
-                           whole};
-    for (std::size_t i = 0; i < std::size(want); ++i)
-        EXPECT_NEAR(got[i], want[i], 1e-9 * std::fabs(want[i])) << OnlineKinds::NameOf(At(int(i) + 1).OfKind);
-    EXPECT_TRUE(Vectors::Near(
-        got[13], std::accumulate(tail.begin(), tail.end(), 0.0) / static_cast<double>(tail.size()), 1e-9));
+                           mean(y)};
     static constexpr const char* Units[] = {"A", "As", "A", "A/s", "As", "As", "A", "A", "A", "s", "s", "A"};
-    for (int i = 1; i <= 12; ++i) EXPECT_EQ(Texts::FromField(At(i).OfUnit), Units[i - 1]) << i;
+    for (std::size_t i = 0; i < std::size(want); ++i) {
+        EXPECT_NEAR(got[i], want[i], 1e-9 * std::fabs(want[i])) << OnlineKinds::NameOf(At(int(i) + 1).OfKind);
+        EXPECT_EQ(Texts::FromField(At(int(i) + 1).OfUnit), Units[i]) << i;
+    }
+    EXPECT_TRUE(Vectors::Near(got[13], mean(part(2)), 1e-9));
     EXPECT_FALSE(Data.Trace({1, 1, 9, 1})->Samples); // given back
 }
 
@@ -126,14 +106,11 @@ TEST_F(OnlinePass, EndCorrectionAndThreshold) {
     for (const int kind : {11, 11, 77, 66}) Add(kind);
     At(2).OfArgB = 1;
     At(3).OfConstant = 5e-10;
-    At(3).OfArgA = 3;
-    At(4).OfArgA = 3;
+    At(3).OfArgA = At(4).OfArgA = 3;
     At(4).OfArgB = 0; // the stimulus at the crossing
     const std::vector<double> got = Run({1, 1, 9});
-    const std::vector<float> y = Samples({1, 1, 9, 1});
     EXPECT_NE(got[0], got[1]);
-    EXPECT_GT(got[2], 0.0);
-    EXPECT_LT(got[2], 0.02);
+    EXPECT_TRUE(got[2] > 0.0 && got[2] < 0.02);
     EXPECT_EQ(got[3], 0.01F); // within the step
     At(3).OfConstant = 1.0;
     EXPECT_TRUE(std::isnan(Run({1, 1, 9})[2]));
@@ -213,42 +190,40 @@ TEST_F(OnlinePass, ComputesWithEarlierResultsOnly) {
         At(3).OfArgB = static_cast<std::int16_t>(operand);
         EXPECT_TRUE(std::isnan(Run({1, 1, 1})[2])) << operand;
     }
-    At(3).OfKind = 39; // an axis of graphs
-    EXPECT_TRUE(std::isnan(Run({1, 1, 1})[2]));
-    At(3).OfKind = 200;
-    EXPECT_TRUE(std::isnan(Run({1, 1, 1})[2]));
+    for (const std::uint8_t kind : {std::uint8_t{39}, std::uint8_t{200}}) { // an axis of graphs, none
+        At(3).OfKind = kind;
+        EXPECT_TRUE(std::isnan(Run({1, 1, 1})[2]));
+    }
 }
 
 TEST_F(OnlinePass, EquationsReadResultsAndValues) {
     Add(OnlineKinds::Constant).OfConstant = 2.5;
     At(1).OfValueIndex = 7;
     Add(OnlineKinds::Equation);
+    constexpr const char* Index = "Incorrect function index";
     struct {
         const char* Text;
         double Want;
         const char* Said;
-    } const rows[] = {{"F[1]*2+v<7>", 7.5, ""},
-                      {"F[3]", Invalid, "Incorrect function index"},
-                      {"F[0]", Invalid, "Incorrect function index"},
-                      {"V[32]", Invalid, "Incorrect function index"},
+    } const rows[] = {{"F[1]*2+v<7>+V[31]", 7.5, ""},
+                      {"F[3]", Invalid, Index},
+                      {"F[0]", Invalid, Index},
+                      {"V[32]", Invalid, Index},
+                      {"V", Invalid, Index},
+                      {"V[1.5]", Invalid, Index},
                       {"P[3]+1", 1.0, ""},
-                      {"P[32]", Invalid, "Incorrect function index"},
-                      {"ICON[a]", Invalid, "Incorrect function index"},
-                      {"AMPL", Invalid, "Unknown token"},
-                      {"x", Invalid, "Unknown token"},
-                      {"(1", Invalid, "Error brackets"}};
+                      {"P[32]", Invalid, Index},
+                      {"ICON[a]", Invalid, Index},
+                      {"ICON", Invalid, Index},
+                      {"AMPL", Invalid, "Unknown token"}};
     for (const auto& row : rows) {
         Texts::ToField(At(2).OfEquation, row.Text);
-        Data.Said.Notes.clear();
-        const double got = Run({1, 1, 1})[1];
-        EXPECT_TRUE(Vectors::Near(got, row.Want, 0)) << row.Text;
-        if (*row.Said)
-            EXPECT_NE(Data.Said.Notes.find(row.Said), std::string::npos) << Data.Said.Notes;
-        else
-            EXPECT_EQ(Data.Said.Notes, "");
-        Data.Said.Notes.clear();
-        (void)Run({1, 1, 2});
-        EXPECT_EQ(Data.Said.Notes, "") << "said once";
+        for (const char* const said : {row.Said, ""}) { // once
+            Data.Said.Notes.clear();
+            EXPECT_TRUE(Vectors::Near(Run({1, 1, 1})[1], row.Want, 0)) << row.Text;
+            EXPECT_EQ(Data.Said.Notes.find(said) != std::string::npos, true) << Data.Said.Notes;
+            EXPECT_EQ(Data.Said.Notes.empty(), *said == '\0') << row.Text;
+        }
     }
     Engine.UseAmplitude = true;
     Engine.Amplitude = 0.25;
@@ -268,7 +243,6 @@ TEST_F(OnlinePass, EquationsReadResultsAndValues) {
     (void)Run({1, 1, 1});
     Add(OnlineKinds::Constant).OfConstant = 1.0;
     EXPECT_TRUE(std::isnan(Run({1, 1, 1})[1])); // of a later function
-    EXPECT_EQ(Engine.Results[2], 1.0);
 }
 
 TEST_F(OnlinePass, WhatIsNotThereIsInvalidAndStopsNothing) {
@@ -321,24 +295,23 @@ TEST(OnlineTable, RowsAreDroppedOrWrap) {
 TEST_F(OnlinePass, WritesNotebookLinesAndListsAMethod) {
     Add(OnlineKinds::Constant).OfConstant = 0.0123456;
     Add(OnlineKinds::Constant).OfConstant = 2.0;
-    Add(OnlineKinds::AOverB);
-    Texts::ToField(At(1).OfName, "c");
-    for (int i = 1; i <= 2; ++i) At(i).OfNotebook = 1;
-    Texts::ToField(At(1).OfUnit, "V");
+    Add(OnlineKinds::AOverB).OfArgB = 4;
     At(3).OfArgA = 1;
-    At(3).OfArgB = 4;
     At(3).OfValueIndex = 2;
-    Setup::Settings.Export.ASCIISeparator = 1;
+    Texts::ToField(At(1).OfName, "c");
+    Texts::ToField(At(1).OfUnit, "V");
+    for (int i = 1; i <= 2; ++i) At(i).OfNotebook = 1;
     Setup::Settings.Program.NotebookDigits = 4;
-    Data.Said.Notes.clear();
-    (void)Run({1, 1, 2});
-    (void)Run({1, 1, 3});
-    EXPECT_EQ(Data.Said.Notes, "  Sweep,c[V],Constant\n      2, 12.35m, 2.000\n      3, 12.35m, 2.000\n");
-    Setup::Settings.Program.ScientUnits = true;
-    Setup::Settings.Export.ASCIISeparator = 2;
-    Data.Said.Notes.clear();
-    (void)Run({1, 1, 2});
-    EXPECT_EQ(Data.Said.Notes, "  Sweep\tc[V]\tConstant\n      2\t 1.235E-02\t 2.000E+00\n");
+    for (const bool scientific : {false, true}) {
+        Setup::Settings.Export.ASCIISeparator = scientific ? 2 : 1;
+        Setup::Settings.Program.ScientUnits = scientific;
+        Data.Said.Notes.clear();
+        for (const int sweep : {2, 3}) (void)Run({1, 1, sweep});
+        EXPECT_EQ(Data.Said.Notes,
+                  scientific ? "  Sweep\tc[V]\tConstant\n      2\t 1.235E-02\t 2.000E+00\n"
+                               "      3\t 1.235E-02\t 2.000E+00\n"
+                             : "  Sweep,c[V],Constant\n      2, 12.35m, 2.000\n      3, 12.35m, 2.000\n");
+    }
     EXPECT_EQ(NotebookLines::Listing(*Method())[2],
               "   3  a / b = c /  ERROR: right argument > function index!   -> V[2]");
 }

@@ -1,9 +1,5 @@
 #include "online/online_edit.h"
-
-#include "base/messages.h"
-#include "base/text.h"
-
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
 
@@ -74,55 +70,49 @@ std::string Order(const OnlineAnalysis& analysis) {
 }
 
 TEST_F(Method, WhatNamesFunctionsFollowsThem) {
+    using namespace OnlineEdit;
+    constexpr const char* Unmoved = "Moving of analysis function failed !\n";
     const struct {
-        const char* Step;
         bool (*Do)(OnlineAnalysis&, OnlineMethod*);
-        const char* After; // empty: refused, nothing has changed
-        const char* Alert;
+        std::string After; // empty: refused, nothing has changed
+        std::string Alert = "";
     } cases[] = {
-        {"insert in front", [](auto& a, auto* m) { return OnlineEdit::InsertFunction(a, m, 1); },
-         ":0,0 a:5,5 b:0,0 c:2,3 d:4,5 e:3,2 f:0,0F[6]*f [ 3 ]-off[2]+F[9] (2,6)(3,9)", ""},
-        {"insert beyond", [](auto& a, auto* m) { return OnlineEdit::InsertFunction(a, m, 8); }, "",
+        {[](auto& a, auto* m) { return InsertFunction(a, m, 1); },
+         ":0,0 a:5,5 b:0,0 c:2,3 d:4,5 e:3,2 f:0,0F[6]*f [ 3 ]-off[2]+F[9] (2,6)(3,9)"},
+        {[](auto& a, auto* m) { return InsertFunction(a, m, 8); }, "",
          "The analysis could not be changed: \n"},
-        {"copy", [](auto& a, auto* m) { return OnlineEdit::CopyFunction(a, m, 3); },
-         "a:5,5 b:0,0 c:1,2 d:3,5 e:3,2 f:0,0F[5]*f [ 2 ]-off[2]+F[9] c:1,2 (1,5)(2,9)", ""},
-        {"move down", [](auto& a, auto* m) { return OnlineEdit::MoveFunction(a, m, 1, 2); },
-         "b:0,0 a:5,5 c:2,1 d:3,5 e:3,2 f:0,0F[5]*f [ 1 ]-off[2]+F[9] (2,5)(1,9)", ""},
-        {"move up", [](auto& a, auto* m) { return OnlineEdit::MoveFunction(a, m, 5, 1); },
-         "e:3,2 a:5,5 b:0,0 c:2,3 d:4,5 f:0,0F[1]*f [ 3 ]-off[2]+F[9] (2,1)(3,9)", ""},
-        {"an operand behind its function",
-         [](auto& a, auto* m) { return OnlineEdit::MoveFunction(a, m, 1, 3); }, "",
-         "Moving of analysis function failed !\n"},
-        {"a function before its operand",
-         [](auto& a, auto* m) { return OnlineEdit::MoveFunction(a, m, 4, 2); }, "",
-         "Moving of analysis function failed !\n"},
-        {"move beyond the end", [](auto& a, auto* m) { return OnlineEdit::MoveFunction(a, m, 1, 7); }, "",
-         "Moving of analysis function failed !\n"},
-        {"delete the first", [](auto& a, auto* m) { return OnlineEdit::DeleteFunction(a, m, 1); }, "",
-         "Cannot delete first function.\n"},
-        {"delete an operand", [](auto& a, auto* m) { return OnlineEdit::DeleteFunction(a, m, 3); }, "",
+        {[](auto& a, auto* m) { return CopyFunction(a, m, 3); },
+         "a:5,5 b:0,0 c:1,2 d:3,5 e:3,2 f:0,0F[5]*f [ 2 ]-off[2]+F[9] c:1,2 (1,5)(2,9)"},
+        {[](auto& a, auto* m) { return MoveFunction(a, m, 1, 2); },
+         "b:0,0 a:5,5 c:2,1 d:3,5 e:3,2 f:0,0F[5]*f [ 1 ]-off[2]+F[9] (2,5)(1,9)"},
+        {[](auto& a, auto* m) { return MoveFunction(a, m, 5, 1); },
+         "e:3,2 a:5,5 b:0,0 c:2,3 d:4,5 f:0,0F[1]*f [ 3 ]-off[2]+F[9] (2,1)(3,9)"},
+        // An operand behind its function, a function before its operand, and beyond the end.
+        {[](auto& a, auto* m) { return MoveFunction(a, m, 1, 3); }, "", Unmoved},
+        {[](auto& a, auto* m) { return MoveFunction(a, m, 4, 2); }, "", Unmoved},
+        {[](auto& a, auto* m) { return MoveFunction(a, m, 1, 7); }, "", Unmoved},
+        {[](auto& a, auto* m) { return DeleteFunction(a, m, 1); }, "", "Cannot delete first function.\n"},
+        {[](auto& a, auto* m) { return DeleteFunction(a, m, 3); }, "",
          "Cannot delete function 3 \"c\": function 4 \"d\" computes with it.\n"},
-        {"delete what an equation reads",
-         [](auto& a, auto* m) { return OnlineEdit::DeleteFunction(a, m, 5); }, "",
+        {[](auto& a, auto* m) { return DeleteFunction(a, m, 5); }, "",
          "Cannot delete function 5 \"e\": function 6 \"f\" computes with it.\n"},
-        {"delete", [](auto& a, auto* m) { return OnlineEdit::DeleteFunction(a, m, 4); },
-         "a:5,5 b:0,0 c:1,2 e:3,2 f:0,0F[4]*f [ 2 ]-off[2]+F[9] (1,4)(2,9)", ""},
-        {"delete what is drawn",
-         [](auto& a, auto* m) {
+        {[](auto& a, auto* m) { return DeleteFunction(a, m, 4); },
+         "a:5,5 b:0,0 c:1,2 e:3,2 f:0,0F[4]*f [ 2 ]-off[2]+F[9] (1,4)(2,9)"},
+        {[](auto& a, auto* m) { // what is drawn
              *OnlineTree::FunctionAt(m, 6)->OfEquation = '\0';
-             return OnlineEdit::DeleteFunction(a, m, 5);
+             return DeleteFunction(a, m, 5);
          },
-         "a:5,5 b:0,0 c:1,2 d:3,5 f:0,0 (1,0 off)(2,9)", ""},
+         "a:5,5 b:0,0 c:1,2 d:3,5 f:0,0 (1,0 off)(2,9)"},
     };
     for (const auto& one : cases) {
-        SCOPED_TRACE(one.Step);
+        SCOPED_TRACE(one.After + one.Alert);
         ASSERT_TRUE(OnlineEdit::CopyMethod(Analysis, 1)); // each case has its own
         Analysis.Current = OnlineTree::MethodCount(Analysis);
         Analysis.Changed = false;
         const std::string before = Picture();
         Said.Alerts.clear();
         const bool done = one.Do(Analysis, Of());
-        EXPECT_EQ(done, *one.After != '\0');
+        EXPECT_EQ(done, !one.After.empty());
         EXPECT_EQ(Picture(), done ? one.After : before);
         EXPECT_EQ(Said.Alerts, one.Alert);
         EXPECT_EQ(Analysis.Changed, done);
@@ -140,58 +130,52 @@ TEST_F(Method, AnEquationThatWouldNotFitStopsTheChange) {
 }
 
 TEST(Methods, KeepTheirNamesApart) {
+    using namespace OnlineEdit;
     Messages::Recorder said;
     OnlineAnalysis analysis;
-    ASSERT_TRUE(OnlineTree::New(analysis));
-    ASSERT_TRUE(OnlineEdit::RenameMethod(analysis, 1, "Peaks"));
-    ASSERT_TRUE(OnlineEdit::AppendMethod(analysis) && OnlineEdit::AppendMethod(analysis) &&
-                OnlineEdit::CopyMethod(analysis, 1));
+    ASSERT_TRUE(OnlineTree::New(analysis) && RenameMethod(analysis, 1, "Peaks"));
+    ASSERT_TRUE(AppendMethod(analysis) && AppendMethod(analysis) && CopyMethod(analysis, 1));
     EXPECT_EQ(Order(analysis), "Peaks OA-1 OA-2 Peaks-2 @3");
     EXPECT_EQ(said.Questions, ""); // there are no settings to copy
-    EXPECT_FALSE(OnlineEdit::RenameMethod(analysis, 2, "Peaks"));
-    EXPECT_FALSE(OnlineEdit::RenameMethod(analysis, 2, ""));
-    EXPECT_TRUE(OnlineEdit::RenameMethod(analysis, 2, "OA-1")); // its own
-    EXPECT_TRUE(OnlineEdit::RenameMethod(analysis, 2, std::string(40, 'n')));
-    EXPECT_FALSE(OnlineEdit::RenameMethod(analysis, 3, std::string(35, 'n'))); // the same once it is cut
+    for (const char* const taken : {"Peaks", ""}) EXPECT_FALSE(RenameMethod(analysis, 2, taken));
+    EXPECT_TRUE(RenameMethod(analysis, 2, "OA-1")); // its own
+    EXPECT_TRUE(RenameMethod(analysis, 2, std::string(40, 'n')));
+    EXPECT_FALSE(RenameMethod(analysis, 3, std::string(35, 'n'))); // the same once it is cut
     EXPECT_EQ(said.Alerts,
               "Method name \"Peaks\" is not unique!\nA method must have a name.\nMethod name \"" +
                   std::string(31, 'n') + "\" is not unique!\n");
 
-    ASSERT_TRUE(OnlineEdit::InsertFunction(analysis, OnlineTree::MethodAt(analysis, 3), 1));
-    OnlineTree::MethodAt(analysis, 3)->OmGraphs[4].Flags[0] = 1;
-    ASSERT_TRUE(OnlineEdit::AppendMethod(analysis));
-    said.Answer = [](bool) { return true; };
-    analysis.Current = 3;
-    ASSERT_TRUE(OnlineEdit::AppendMethod(analysis));
-    EXPECT_EQ(said.Questions, "Copy settings from previous method ?\nCopy settings from previous method ?\n");
+    ASSERT_TRUE(InsertFunction(analysis, OnlineTree::MethodAt(analysis, 3), 1));
+    for (const bool copies : {false, true}) {
+        said.Answer = [copies](bool) { return copies; };
+        analysis.Current = 3;
+        ASSERT_TRUE(AppendMethod(analysis));
+        EXPECT_EQ(std::exchange(said.Questions, ""), "Copy settings from previous method ?\n");
+        EXPECT_EQ(Tree::ChildCount(OnlineTree::CurrentMethod(analysis)), copies ? 1 : 0);
+    }
     EXPECT_EQ(Order(analysis), "Peaks " + std::string(31, 'n') + " OA-2 Peaks-2 OA-1 OA-3 @6");
-    EXPECT_EQ(Tree::ChildCount(OnlineTree::MethodAt(analysis, 5)), 0);
-    EXPECT_EQ(Tree::ChildCount(OnlineTree::MethodAt(analysis, 6)), 1);
-    EXPECT_EQ(OnlineTree::MethodAt(analysis, 6)->OmGraphs[4].Flags[0], 1);
 }
 
 TEST(Methods, TheMethodInUseStaysInUseWhileOthersMoveAndGo) {
+    using namespace OnlineEdit;
     Messages::Recorder said;
     OnlineAnalysis analysis;
     ASSERT_TRUE(OnlineTree::New(analysis));
-    for (int i = 0; i < 3; ++i) ASSERT_TRUE(OnlineEdit::AppendMethod(analysis));
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(AppendMethod(analysis));
     analysis.Current = 2;
-    ASSERT_TRUE(OnlineEdit::MoveMethod(analysis, 4, 1));
+    ASSERT_TRUE(MoveMethod(analysis, 4, 1));
     EXPECT_EQ(Order(analysis), "OA-4 OA-1 OA-2 OA-3 @3");
-    ASSERT_TRUE(OnlineEdit::MoveMethod(analysis, 1, 4));
+    ASSERT_TRUE(MoveMethod(analysis, 1, 4));
     EXPECT_EQ(Order(analysis), "OA-1 OA-2 OA-3 OA-4 @2");
-    EXPECT_FALSE(OnlineEdit::MoveMethod(analysis, 1, 5) || OnlineEdit::MoveMethod(analysis, 0, 1));
-    EXPECT_EQ(said.Alerts, "Moving of analysis method failed !\nMoving of analysis method failed !\n");
-
-    EXPECT_FALSE(OnlineEdit::DeleteMethod(analysis, 1)); // nobody said yes
-    EXPECT_EQ(said.Questions, "Really delete this analysis method?\n");
+    EXPECT_FALSE(MoveMethod(analysis, 1, 5) || MoveMethod(analysis, 0, 1));
+    EXPECT_FALSE(DeleteMethod(analysis, 1)); // nobody said yes
     said.Answer = [](bool) { return true; };
-    ASSERT_TRUE(OnlineEdit::DeleteMethod(analysis, 1));
+    ASSERT_TRUE(DeleteMethod(analysis, 1));
     EXPECT_EQ(Order(analysis), "OA-2 OA-3 OA-4 @1");
     analysis.Current = 3;
-    ASSERT_TRUE(OnlineEdit::DeleteMethod(analysis, 3));
+    ASSERT_TRUE(DeleteMethod(analysis, 3));
     EXPECT_EQ(Order(analysis), "OA-2 OA-3 @2");
-    EXPECT_FALSE(OnlineEdit::DeleteMethod(analysis, 3));
-    ASSERT_TRUE(OnlineEdit::DeleteMethod(analysis, 1) && OnlineEdit::DeleteMethod(analysis, 1));
+    EXPECT_FALSE(DeleteMethod(analysis, 3));
+    ASSERT_TRUE(DeleteMethod(analysis, 1) && DeleteMethod(analysis, 1));
     EXPECT_EQ(Order(analysis), "OA-1 @1");
 }

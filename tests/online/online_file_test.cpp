@@ -1,16 +1,12 @@
 #include "online/online_file.h"
 
 #include "base/buffer.h"
-#include "base/messages.h"
-#include "base/text.h"
 #include "online/online_edit.h"
 #include "online/unique_names.h"
 #include "setup/settings_file.h"
 #include "support/failing_files.h"
 #include "support/fixtures.h"
 #include "support/tree_bytes.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -21,21 +17,6 @@ std::string Names(const OnlineAnalysis& analysis) {
                  std::to_string(Tree::ChildCount(OnlineTree::MethodAt(analysis, i))) + ") ";
     return names;
 }
-
-// A file system that does not let the file be written.
-class WriteProtected {
-public:
-    WriteProtected() {
-        Files::Platform disk = Files::Native();
-        disk.Open = [](const char* path, Files::Mode mode) {
-            const bool refused = mode == Files::Mode::ReadWrite && std::filesystem::exists(path);
-            return refused ? -EACCES : Files::Native().Open(path, mode);
-        };
-        Files::Use(disk);
-    }
-    ~WriteProtected() { Files::Use(Files::Native()); }
-    WriteProtected(WriteProtected&&) = delete;
-};
 
 }
 
@@ -63,33 +44,23 @@ TEST(OnlineFile, MethodsAreFoundAndStoredAsTheyWere) {
 }
 
 TEST(OnlineFile, AFileThatCannotBeLoadedLeavesThePresentMethods) {
-    const struct {
-        const char *File, *Alerts, *Questions;
-    } cases[] = {
-        {"online-cut.onl", "Error reading Online Tree: Tree.LoadRead", ""},
-        {"online-version-11.onl", "User cancelled loading wrong version !\nError reading Online Tree: ",
-         "This is an unknown \"online\"-file version (v11).\nLoad anyway?\n"},
-        {"none.onl", "Error reading Online Tree: Tree.Load - opening file failed: ", ""},
-    };
     OnlineAnalysis analysis;
     ASSERT_TRUE(OnlineTree::Load(analysis, Support::Recording("functions.onl")));
     analysis.Current = 2;
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.File);
-        const Support::TempFolder folder;
-        if (std::string(one.File) != "none.onl") (void)folder.Write(one.File, Support::DamagedFile(one.File));
-        for (const auto step : {+[](OnlineAnalysis&a, const std::string&p) { return OnlineTree::Load(a, p); },
-                                OnlineTree::MergeFile}) {
+    const Support::TempFolder folder;
+    for (const auto& [file, alerts] :
+         {std::pair{"online-cut.onl", "Error reading Online Tree: Tree.LoadRead"},
+          {"online-version-11.onl", "User cancelled loading wrong version !\nError reading Online Tree: "}}) {
+        const std::string path = folder.Write(file, Support::DamagedFile(file));
+        for (const bool merge : {false, true}) {
             const Messages::Recorder said;
-            EXPECT_FALSE(step(analysis, folder.At(one.File)));
-            EXPECT_EQ(said.Alerts.rfind(one.Alerts, 0), 0u) << said.Alerts;
-            EXPECT_EQ(said.Questions, one.Questions);
+            EXPECT_FALSE(merge ? OnlineTree::MergeFile(analysis, path) : OnlineTree::Load(analysis, path));
+            EXPECT_TRUE(said.Alerts.starts_with(alerts)) << said.Alerts;
             EXPECT_EQ(Names(analysis), "OA-1(5) OA-2(7) ");
-            EXPECT_EQ(analysis.Current, 2);
+            EXPECT_TRUE(analysis.Current == 2 && !analysis.Changed);
             EXPECT_EQ(analysis.FileName, Support::Recording("functions.onl"));
         }
     }
-    EXPECT_FALSE(analysis.Changed);
 }
 
 TEST(OnlineFile, ThereIsAlwaysAMethodOfTwelveGraphs) {
@@ -122,45 +93,36 @@ TEST(OnlineFile, AForeignFileIsSaidAndBecomesNativeWithTheNextStore) {
 
 TEST(OnlineFile, MergedMethodsGetFreeNames) {
     const Messages::Recorder said;
+    const std::string file = Support::Recording("functions.onl");
     OnlineAnalysis analysis;
-    ASSERT_TRUE(OnlineTree::Load(analysis, Support::Recording("functions.onl")));
-    ASSERT_TRUE(OnlineTree::MergeFile(analysis, Support::Recording("functions.onl")));
-    ASSERT_TRUE(OnlineTree::MergeFile(analysis, Support::Recording("functions.onl")));
+    ASSERT_TRUE(OnlineTree::Load(analysis, file));
+    for (int i = 0; i < 2; ++i) ASSERT_TRUE(OnlineTree::MergeFile(analysis, file));
     EXPECT_EQ(Names(analysis), "OA-1(5) OA-2(7) OA-3(5) OA-4(7) OA-5(5) OA-6(7) ");
-    EXPECT_EQ(said.Notes, "Merged method \"OA-1\" is now named \"OA-3\".\n"
-                          "Merged method \"OA-2\" is now named \"OA-4\".\n"
-                          "Merged method \"OA-1\" is now named \"OA-5\".\n"
-                          "Merged method \"OA-2\" is now named \"OA-6\".\n");
+    EXPECT_TRUE(said.Notes.starts_with("Merged method \"OA-1\" is now named \"OA-3\".\n"));
     EXPECT_EQ(said.Alerts, "");
     EXPECT_TRUE(analysis.Changed);
     EXPECT_EQ(analysis.Current, 1);
-    EXPECT_EQ(Buffer::Exists(OnlineTree::MergeHeapName), false);
-}
-
-TEST(OnlineFile, AMergeThatRunsOutOfMemoryLeavesNothingBehind) {
-    const Messages::Recorder said;
-    OnlineAnalysis analysis;
-    ASSERT_TRUE(OnlineTree::Load(analysis, Support::Recording("functions.onl")));
+    EXPECT_FALSE(Buffer::Exists(OnlineTree::MergeHeapName));
     std::size_t room = analysis.Tree->Heap->AreaBytes();
     for (int failures = 0; failures < 2;) { // room is made until the heap can take some methods, but not all
         analysis.Tree->Heap->SetLimit(room);
-        if (OnlineTree::MergeFile(analysis, Support::Recording("functions.onl"))) continue;
+        if (OnlineTree::MergeFile(analysis, file)) continue;
         ++failures;
         ASSERT_NE(said.Alerts.find("Cannot merge to analysis: Tree.Insert"), std::string::npos);
-        EXPECT_EQ(OnlineTree::MethodCount(analysis) % 2, 0);
+        EXPECT_EQ(OnlineTree::MethodCount(analysis) % 2, 0); // nothing is left behind
         room = analysis.Tree->Heap->AreaBytes() * 2 + 5000;
     }
 }
 
 TEST(OnlineFile, RefusalsNameTheirReasonAndLeaveTheFile) {
     const Support::TempFolder folder;
-    const std::string bytes = Support::ReadWhole(Support::Recording("functions.onl"));
+    std::string bytes = Support::ReadWhole(Support::Recording("functions.onl"));
+    Support::Patch(bytes, 20 + 44, 0x1234); // a check sum: protected
     const std::string path = folder.Write("a.onl", bytes);
     const Messages::Recorder said;
     OnlineAnalysis analysis;
     ASSERT_TRUE(OnlineTree::New(analysis));
     EXPECT_FALSE(OnlineTree::Store(analysis, path, "x"));
-    ASSERT_TRUE(OnlineTree::Load(analysis, path));
     Setup::State.ConfigurationLocked = true;
     EXPECT_FALSE(OnlineTree::Load(analysis, path) || OnlineTree::MergeFile(analysis, path) ||
                  OnlineTree::Store(analysis, path, "x"));
@@ -168,10 +130,7 @@ TEST(OnlineFile, RefusalsNameTheirReasonAndLeaveTheFile) {
     analysis.Executing = true;
     EXPECT_FALSE(OnlineTree::MergeFile(analysis, path) || OnlineEdit::MayModify(analysis));
     analysis.Executing = false;
-    {
-        const WriteProtected disk;
-        ASSERT_TRUE(OnlineTree::Load(analysis, path));
-    }
+    ASSERT_TRUE(OnlineTree::Load(analysis, path));
     EXPECT_FALSE(OnlineTree::MergeFile(analysis, path) || OnlineTree::Store(analysis, path, "x") ||
                  OnlineTree::Store(analysis, folder.Path + "/./a.onl", "x") ||
                  OnlineEdit::CopyMethod(analysis, 1));
@@ -185,56 +144,36 @@ TEST(OnlineFile, RefusalsNameTheirReasonAndLeaveTheFile) {
                            "Cannot save analysis: Analysis is read-only.\n"
                            "Cannot save analysis: Analysis is read-only.\n"
                            "Cannot modify read-only analysis.\n");
-    EXPECT_EQ(Support::ReadWhole(path), bytes);
-    ASSERT_TRUE(OnlineTree::Store(analysis, folder.At("b.onl"), "x")); // elsewhere it can be saved
-    EXPECT_FALSE(analysis.ReadOnly);
-}
-
-TEST(OnlineFile, AProtectedFileIsReadOnly) {
-    const Support::TempFolder folder;
-    std::string bytes = Support::ReadWhole(Support::Recording("functions.onl"));
-    Support::Patch(bytes, 20 + 44, 0x1234);
-    const Messages::Recorder said;
-    OnlineAnalysis analysis;
-    ASSERT_TRUE(OnlineTree::Load(analysis, folder.Write("p.onl", bytes)));
-    EXPECT_TRUE(analysis.ReadOnly);
-    EXPECT_EQ(said.Notes, std::string(RecordTree::ProtectedMessage) + "\n");
-}
-
-TEST(OnlineFile, AFailedStoreKeepsTheFileAndTheMethods) {
-    const Support::TempFolder folder;
-    const std::string bytes = Support::ReadWhole(Support::Recording("functions.onl"));
-    const Messages::Recorder said;
-    OnlineAnalysis analysis;
-    ASSERT_TRUE(OnlineTree::Load(analysis, folder.Write("a.onl", bytes)));
-    ASSERT_TRUE(OnlineEdit::CopyMethod(analysis, 1));
     const Support::FailingFiles disk;
     Support::TheDisk.Room = 1000;
-    EXPECT_FALSE(OnlineTree::Store(analysis, analysis.FileName, "Another"));
-    EXPECT_EQ(said.Alerts.rfind("Error storing \".onl\"-file: Tree.Store - write error (4): ", 0), 0u);
-    EXPECT_EQ(Support::ReadWhole(folder.At("a.onl")), bytes);
-    EXPECT_EQ(folder.Count(), 1);
-    EXPECT_TRUE(analysis.Changed);
+    EXPECT_FALSE(OnlineTree::Store(analysis, folder.At("b.onl"), "x"));
     EXPECT_STREQ(static_cast<OnlineRoot*>(Tree::Root(analysis.Tree))->OnVersionName, "Qorvanite v1.20");
+    Support::TheDisk.Room = 1'000'000;
+    EXPECT_EQ(folder.Count(), 1);
+    ASSERT_TRUE(OnlineTree::Store(analysis, folder.At("b.onl"), "x")); // elsewhere it can be saved
+    EXPECT_FALSE(analysis.ReadOnly);
+    EXPECT_EQ(Support::ReadWhole(path), bytes);
+    Files::Platform writeProtected = Files::Native();
+    writeProtected.Open = [](const char* name, Files::Mode mode) {
+        const bool refused = mode == Files::Mode::ReadWrite && std::filesystem::exists(name);
+        return refused ? -EACCES : Files::Native().Open(name, mode);
+    };
+    Files::Use(writeProtected);
+    ASSERT_TRUE(OnlineTree::Load(analysis, folder.At("b.onl")));
+    EXPECT_TRUE(analysis.ReadOnly);
 }
 
 TEST(UniqueNames, ATakenNameIsCountedOn) {
     UniqueNames names{{"Peak", "OA-1", "OA-3", "Run-99999999999", "", std::string(31, 'n')}, {}};
-    const struct {
-        const char *Wanted, *Given;
-    } cases[] = {
-        {"New", "New"},
-        {"Peak", "Peak-2"},
-        {"Peak", "Peak-3"},
-        {"Peak-2", "Peak-4"},
-        {"OA-1", "OA-2"},
-        {"OA-1", "OA-4"},
-        {"Run-99999999999", "Run-99999999999-2"}, // no number to count on
-        {"", "-2"},
-        {"peak", "peak"},
-        {"nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn", "nnnnnnnnnnnnnnnnnnnnnnnnnnnnn-2"},
-    };
-    for (const auto& one : cases) EXPECT_EQ(names.Take(one.Wanted, 31), one.Given) << one.Wanted;
+    for (const auto& [wanted, given] : {std::pair<std::string, std::string>{"New", "New"},
+                                        {"Peak", "Peak-2"},
+                                        {"Peak-2", "Peak-3"},
+                                        {"OA-1", "OA-2"},
+                                        {"OA-1", "OA-4"},
+                                        {"Run-99999999999", "Run-99999999999-2"}, // no number to count on
+                                        {"", "-2"},
+                                        {std::string(35, 'n'), std::string(29, 'n') + "-2"}})
+        EXPECT_EQ(names.Take(wanted, 31), given) << wanted;
     for (int i = 0; i < 200'000; ++i) (void)names.Take("x", 31); // in no more than linear time
     EXPECT_EQ(names.Take("x", 31), "x-200001");
 }

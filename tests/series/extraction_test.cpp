@@ -1,22 +1,12 @@
 // Columns of an analysis as waves: in all input selections, from a tree in memory and from a recording.
-#include "base/messages.h"
-#include "base/text.h"
 #include "series/extraction.h"
-#include "support/data_session.h"
+#include "support/waves.h"
 #include "trees/analysis_tree.h"
-
-#include <cmath>
-#include <cstdio>
-#include <gtest/gtest.h>
 
 namespace {
 
 using namespace SGFit;
 using Cells = std::vector<double>; // NAN: an empty cell
-
-struct OpenStore : Store {
-    OpenStore() { EXPECT_TRUE(Open(*this)); }
-};
 
 // An analysis of its own, column by column.
 class Table {
@@ -84,7 +74,7 @@ protected:
 
     Messages::Recorder Said;
     Table Events;
-    OpenStore Waves;
+    Support::OpenStore Waves;
 };
 
 TEST_F(Extraction, TakesRowsOrEventsAsSelected) {
@@ -109,18 +99,14 @@ TEST_F(Extraction, ASweepWithoutEventsDoesNotCountInTheMean) {
 }
 
 TEST_F(Extraction, CountsWhatASelectionWillYield) {
-    const auto expected = [&](DataSource source, int sweep = 1) {
+    for (const auto& [source, points] :
+         {std::pair{DataSource::Results, 3}, {DataSource::SweepEvents, 5}, {DataSource::AllEvents, 10}}) {
         Waves.DataSource = source;
-        Waves.EventsSweep = static_cast<std::int16_t>(sweep);
-        return ExpectedPoints(Waves, Events.Record, 2);
-    };
-    EXPECT_EQ(expected(DataSource::Results), 3);
-    EXPECT_EQ(expected(DataSource::SweepEvents, 2), 5);
-    EXPECT_EQ(expected(DataSource::AllEvents), 10);
-    EXPECT_EQ(EventsCount(Events.Record), 10);
+        Waves.EventsSweep = 2;
+        EXPECT_EQ(ExpectedPoints(Waves, Events.Record, 2), points);
+    }
     EXPECT_EQ(EventsCount(nullptr), 0);
     EXPECT_EQ(DataSourceNamed("Add_Events_Sweepwise"), DataSource::AddSweepwise);
-    EXPECT_FALSE(DataSourceNamed("sweeps"));
     EXPECT_EQ(ColumnNamed(Events.Record, "charge"), 2);
     EXPECT_EQ(ColumnNamed(Events.Record, "?"), 0);
 }
@@ -142,43 +128,6 @@ TEST_F(Extraction, AppendsUpToTheLimitAndRefusesWhatIsNotThere) {
     EXPECT_EQ(Waves.PreviewPoints, 0);
     EXPECT_FALSE(PreviewWave(Waves, Events.Record, {1, 0}));
     EXPECT_EQ(Said.Alerts, "Empty Analysis\nIllegal X-Parameter\nIllegal Y-Parameter\n");
-}
-
-// The measurement of plain.ana is cyclic: three values to a sweep.
-TEST(ExtractionFromFile, ARecordingsEventsBecomeWaves) {
-    Support::OpenedData data(Support::Recording("plain.dat"));
-    ASSERT_TRUE(data.IsOpen) << data.Said.Alerts;
-    GetRelatives(data.Session, data.Find({1, 1}));
-    const auto* const record = Tree::ChildAs<AnalysisRecord>(data.Session.CurASeries, 3);
-    OpenStore store;
-    const int column = ColumnNamed(record, "dXValue1");
-    ASSERT_EQ(column, 1);
-    const struct {
-        DataSource Source;
-        int Points;
-    } cases[] = {{DataSource::Results, 5},
-                 {DataSource::SweepEvents, 3},
-                 {DataSource::AllEvents, 15},
-                 {DataSource::AddSweepwise, 3},
-                 {DataSource::AvgSweepwise, 3}};
-    double sum = 0;
-    for (const auto& c : cases) {
-        store.DataSource = c.Source;
-        ASSERT_TRUE(PreviewWave(store, record, {column, column}));
-        ASSERT_EQ(store.PreviewPoints, c.Points);
-        EXPECT_EQ(ExpectedPoints(store, record, column), c.Points);
-        const auto* const value = Tree::ChildAs<AnalysisValue>(Tree::Child(record, column), 5);
-        switch (c.Source) {
-        case DataSource::Results: EXPECT_EQ(store.YPreview[4], value->Value); break;
-        case DataSource::SweepEvents: break;
-        case DataSource::AllEvents:
-            for (int s = 0; s < 5; ++s) sum += store.YPreview[3 * s + 1];
-            EXPECT_NE(sum, 0);
-            break;
-        case DataSource::AddSweepwise: EXPECT_DOUBLE_EQ(store.YPreview[1], sum); break;
-        case DataSource::AvgSweepwise: EXPECT_DOUBLE_EQ(store.YPreview[1], sum / 5); break;
-        }
-    }
 }
 
 }

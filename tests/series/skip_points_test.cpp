@@ -1,11 +1,8 @@
 // Which points are left out: the texts that users type, and rectangles in the graph.
 #include "series/skip_points.h"
 #include "series/wave_text.h"
+#include "support/fixtures.h"
 #include "vectors.h"
-
-#include <cmath>
-#include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 
@@ -45,37 +42,11 @@ TEST(SkipPoints, EveryCaseAgrees) {
 }
 
 TEST(SkipPoints, TextsThatTheCasesLeaveOut) {
-    const struct {
-        const char* Text;
-        const char* Flags; // of five points at 1 to 5, Y = -X, no flag set before
-    } cases[] = {
-        {"", "00000"},
-        {",,2,,4,", "01010"},
-        {" 2 - 4 , 5 ", "01111"},
-        {"2-4,2-4", "00000"},
-        {"4-2", "00000"},
-        {"-3", "00000"},
-        {"2-", "00000"},
-        {"1,2-3-4,5", "10000"},
-        {"99999999999999999999-3,1", "10000"},
-        {"3-99999999999999999999", "00111"},
-        {"1.0,2", "00000"},
-        {"3-end,END", "00110"},
-        {"[x>2][y<-3.5],1", "10111"},
-        {"[>2],[x2],1", "10000"},
-        {"[x>a][x<3]", "00000"}, // a bad number ends the conditions, and "[" the list
-        {"]1[,2", "00000"},
-        {"[x>2", "00000"},
-        {"[ x < +1.5E0 ]", "10000"},
-        {"[xy>-2.5]", "11111"}, // X goes first
-        {"[x>-inf]", "11111"},
-        {"[x<1<2]", "00000"},
-    };
-    for (const auto& c : cases) {
+    for (const auto& one : Support::CaseTable("skip_texts")) {
         Points points(5);
         for (std::size_t i = 0; i < 5; ++i) points.Y[i] = -(points.X[i] = static_cast<double>(i + 1));
-        SGFit::SelectPoints(points.Wave(), c.Text);
-        EXPECT_EQ(points.Text(), c.Flags) << c.Text;
+        SGFit::SelectPoints(points.Wave(), one[0]);
+        EXPECT_EQ(points.Text(), one[1]) << one[0];
     }
     Points points(5);
     SGFit::SelectPoints(points.Wave(), std::string(SGFit::SkipTextMax, ',') + "3"); // cut
@@ -97,22 +68,23 @@ TEST(SkipPoints, ARectangleTurnsThePointsInsideOver) {
 }
 
 TEST(WaveText, NumbersAreReadWhole) {
-    const struct {
-        const char* Text;
-        double Value;
-    } good[] = {{" 1.00000E+00", 1},   {"-2.5e-3 ", -0.0025}, {"+4", 4},
-                {"1E400", INFINITY},   {"-1E400", -INFINITY}, {"INF", INFINITY},
-                {"  -inf", -INFINITY}, {"1E-400", 0}};
-    for (const auto& c : good) {
+    for (const auto& [text, wanted] : {std::pair{" 1.00000E+00", 1.0},
+                                       {"-2.5e-3 ", -0.0025},
+                                       {"1E400", INFINITY},
+                                       {"INF", INFINITY},
+                                       {"  -inf", -INFINITY},
+                                       {"1E-400", 0.0},
+                                       {"", 7.0},
+                                       {"1 2", 7.0},
+                                       {"1E", 7.0},
+                                       {"+-1", 7.0},
+                                       {"0x10", 7.0},
+                                       {"infinity", 7.0},
+                                       {"nan(1)", 7.0},
+                                       {"1,", 7.0}}) {
         double value = 7;
-        EXPECT_TRUE(WaveText::ReadReal(c.Text, value)) << c.Text;
-        EXPECT_EQ(value, c.Value) << c.Text;
-    }
-    for (const char* const text :
-         {"", " ", "1 2", "1E", "x", "+-1", "0x10", "infinity", "nan(1)", "1.2.3", "1,"}) {
-        double value = 7;
-        EXPECT_FALSE(WaveText::ReadReal(text, value)) << text;
-        EXPECT_EQ(value, 7) << text;
+        EXPECT_EQ(WaveText::ReadReal(text, value), wanted != 7) << text;
+        EXPECT_EQ(value, wanted) << text;
     }
     double value = 7;
     EXPECT_TRUE(WaveText::ReadReal("NAN", value) && std::isnan(value));

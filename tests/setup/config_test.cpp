@@ -3,10 +3,6 @@
 #include "support/failing_files.h"
 #include "support/temp_folder.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <numeric>
-
 using namespace Setup;
 
 namespace {
@@ -100,71 +96,46 @@ TEST(Config, EachKindIsWrittenInItsFormAndReadBack) {
 
 TEST(Config, ValuesThatCannotBeDecodedLeaveTheirPlaceAndTellWhy) {
     const struct {
-        const char *Line, *Reason; // none: the value is taken
+        const char* Reason; // none: the value is taken
+        std::vector<std::string> Lines;
     } cases[] = {
-        {"Flag f", nullptr},
-        {"Flag yes", ": encoding error."},
-        {"Flag", ": number not found."},
-        {"Flag    ", ": number not found."},
-        {"Int +12 and more", nullptr},
-        {"Int:  12", nullptr}, // to the next blank is skipped
-        {"Int 12x", ": number not found."},
-        {"Int x", ": number not found."},
-        {"Int 2147483648", ": number not found."},
-        {"Short 32768", ": number not found."},
-        {"Enum 256", ": number not found."},
-        {"Enum -1", ": number not found."},
-        {"Cardinal 4294967295", nullptr},
-        {"Cardinal -1", ": number not found."},
-        {"Real 1E-8", nullptr},
-        {"Real nan", ": number not found."},
-        {"Real inf", ": number not found."},
-        {"Real 1e999", ": number not found."},
-        {"Real 1,5x", nullptr}, // ends at the comma
-        {"Text abc", ": starting quotes not found."},
-        {"Text \"", nullptr},
-        {"Tint 1,2,3", nullptr},
-        {"Tint 1, 2", ": number not found."},
-        {"Tint 1, 2, 65536", ": number not found."},
-        {"Tint 1 2 3", ": number not found."},
-        {"Bytes    \"", ": input buffer overflow."},
-        {"Bytes \"        \"", nullptr},
-        {"Bytes \"        ", ": input buffer overflow."},
-        {"Bytes \"       \"", ": input buffer overflow."},
-        {"Bytes \"   \x1f    \"", ": encoding error."},
-        {"Bytes \"   0    \"", ": encoding error."},
-        {"Bytes \"          \"", ": output buffer overflow."},
-        {"Bytes         ", ": number not found."},
-        {"Bytes 12345678", ": starting quotes not found."},
+        {nullptr,
+         {"Flag f", "Int +12 and more", "Int:  12", "Cardinal 4294967295", "Real 1E-8", "Real 1,5x",
+          "Text \"", "Tint 1,2,3", "Bytes \"        \""}},
+        {": number not found.",
+         {"Flag", "Int 12x", "Int x", "Int 2147483648", "Short 32768", "Enum 256", "Enum -1", "Cardinal -1",
+          "Real nan", "Real 1e999", "Tint 1, 2", "Tint 1, 2, 65536", "Tint 1 2 3", "Bytes         "}},
+        {": encoding error.", {"Flag yes", "Bytes \"   \x1f    \"", "Bytes \"   0    \""}},
+        {": starting quotes not found.", {"Text abc", "Bytes 12345678"}},
+        {": input buffer overflow.", {"Bytes    \"", "Bytes \"        ", "Bytes \"       \""}},
+        {": output buffer overflow.", {"Bytes \"          \""}},
     };
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.Line);
-        const std::string line = one.Line;
-        Sample sample;
-        BeginConfigText(line + "\n");
-        ConfigSample(sample);
-        EXPECT_EQ(Config.ConfigMissing, 13); // of 14 keys
-        EXPECT_EQ(Config.ConfigError, 0);
-        EXPECT_EQ(sample == Sample{}, one.Reason != nullptr);
-        const std::string key = line.substr(0, line.find_first_of(" :"));
-        EXPECT_EQ(Config.ConfigUndecoded, one.Reason
-                                              ? std::vector<std::string>{"\"" + key + "\"" + one.Reason}
-                                              : std::vector<std::string>{});
-    }
+    for (const auto& [reason, lines] : cases)
+        for (const std::string& line : lines) {
+            SCOPED_TRACE(line);
+            Sample sample;
+            BeginConfigText(line + "\n");
+            ConfigSample(sample);
+            EXPECT_EQ(Config.ConfigMissing, 13); // of 14 keys
+            EXPECT_EQ(Config.ConfigError, 0);
+            EXPECT_EQ(sample == Sample{}, reason != nullptr);
+            const std::string key = line.substr(0, line.find_first_of(" :"));
+            EXPECT_EQ(Config.ConfigUndecoded,
+                      reason ? std::vector{"\"" + key + "\"" + reason} : std::vector<std::string>{});
+        }
 }
 
 TEST(Config, StringsAreCutAtTheirPlace) {
-    const struct {
-        const char *Line, *Text; // of at most 5 characters
-    } cases[] = {{"Key \"abc\"", "abc"},       {"Key \"\"", ""},
-                 {"Key   \"abcde\"", "abcde"}, {"Key \"abcdefgh\"", "abcde"},
-                 {"Key \"abcd\"\"", "abcd"},   {"Key \"a\"b\"c\"", "a\"b\"c"},
-                 {"Key \"ab", "ab"},           {"Key \" a \"", " a "}};
-    for (const auto& one : cases) {
+    for (const auto& [line, wanted] : {std::pair{"Key \"\"", ""},
+                                       {"Key   \"abcde\"", "abcde"},
+                                       {"Key \"abcdefgh\"", "abcde"},
+                                       {"Key \"abcd\"\"", "abcd"},
+                                       {"Key \"a\"b\"c\"", "a\"b\"c"},
+                                       {"Key \"ab", "ab"}}) {
         std::string text = "?";
-        BeginConfigText(one.Line);
+        BeginConfigText(line);
         ConfigString("Key", text, 5);
-        EXPECT_EQ(text, one.Text) << one.Line;
+        EXPECT_EQ(text, wanted) << line;
     }
     // Characters that would break the line are blanks; a line that would not fit is not written.
     const Support::TempFolder folder;
@@ -231,26 +202,18 @@ TEST(Config, BlocksOfManyLinesAreTakenWholeOrNotAtAll) {
 
 // "abcd" is 0x64636261 as a little-endian word.
 TEST(Config, TheCheckSumAddsTheWordsOfEachLine) {
-    const struct {
-        const char* Text;
-        std::uint32_t Sum;
-    } cases[] = {
-        {"", 0},
-        {"abcd", 0x64636261},
-        {"abcd\n\n\nCRC 17\nCRCode 5\n", 0x64636261},
-        {"abcd\nabcd\n", 0xC8C6C4C2},
-        {"abcda", 0x64636261 + 0x61},
-        {"abcdab\r\n", 0x64636261 + 0x6261},
-        {"abcdabc", 0x64636261 + 0x6261 + 0x63},
-        {"xCRC", 0x43524378}, // it does not start the line
-        {"\xff\xff\xff\xff\n\x01", 0},
-    };
-    for (const auto& one : cases) {
+    for (const auto& [text, sum] : {std::pair<std::string, std::uint32_t>{"", 0},
+                                    {"abcd\n\n\nCRC 17\nCRCode 5\n", 0x64636261},
+                                    {"abcd\nabcd\n", 0xC8C6C4C2},
+                                    {"abcdab\r\n", 0x64636261 + 0x6261},
+                                    {"abcdabc", 0x64636261 + 0x6261 + 0x63},
+                                    {"xCRC", 0x43524378}, // it does not start the line
+                                    {"\xff\xff\xff\xff\n\x01", 0}}) {
         std::uint32_t stored = 5, computed = 5;
-        BeginConfigText(one.Text);
+        BeginConfigText(text);
         ConfigCheckSum(stored, computed);
-        EXPECT_EQ(computed, one.Sum) << one.Text;
-        EXPECT_EQ(stored, std::string_view(one.Text).find("CRC 17") == std::string_view::npos ? 0u : 17u);
+        EXPECT_EQ(computed, sum) << text;
+        EXPECT_EQ(stored, text.find("CRC 17") == std::string::npos ? 0u : 17u);
     }
 }
 
@@ -261,23 +224,17 @@ TEST(Config, AFailedFileStopsThePassAndLeavesWhatWasThere) {
     EXPECT_FALSE(BeginConfig(folder.At("none.set"), false));
     EXPECT_EQ(Config.ConfigText, "No such file or directory");
     ConfigInt("Int", value);
-    EXPECT_EQ(value, 5);
-    EXPECT_EQ(Config.ConfigMissing, 0);
-    EXPECT_FALSE(EndConfig());
-    EXPECT_FALSE(BeginConfig(folder.Path, false));
+    EXPECT_TRUE(value == 5 && Config.ConfigMissing == 0 && !EndConfig());
     EXPECT_FALSE(BeginConfig(folder.Path + "/none/a.set", true));
-    EXPECT_FALSE(BeginConfig(
-        folder.Write("long", std::string(static_cast<std::size_t>(ConfigFileBytesMax) + 1, 'x')), false));
+    const std::string tooLong(static_cast<std::size_t>(ConfigFileBytesMax) + 1, 'x');
+    EXPECT_FALSE(BeginConfig(folder.Write("long", tooLong), false));
     EXPECT_EQ(Config.ConfigText, "File too large");
-    for (int Support::Disk::*const error : {&Support::Disk::FlushError, &Support::Disk::RenameError}) {
-        const Support::FailingFiles disk;
-        Support::TheDisk.*error = ENOSPC;
-        ASSERT_TRUE(BeginConfig(path, true));
-        ConfigInt("Int", value);
-        EXPECT_FALSE(EndConfig());
-        EXPECT_EQ(Config.ConfigText, "No space left on device");
-        EXPECT_EQ(Support::TheDisk.OpenHandles, 0);
-    }
+    const Support::FailingFiles disk;
+    Support::TheDisk.FlushError = ENOSPC;
+    ASSERT_TRUE(BeginConfig(path, true));
+    ConfigInt("Int", value);
+    EXPECT_FALSE(EndConfig());
+    EXPECT_EQ(Config.ConfigText, "No space left on device");
     EXPECT_EQ(Support::ReadWhole(path), "Int 1\n");
-    EXPECT_EQ(folder.Count(), 2);
+    EXPECT_EQ(folder.Count() + Support::TheDisk.OpenHandles, 2);
 }

@@ -1,13 +1,10 @@
 // A recording opened for a test: settings of a first start, all messages collected, everything given back.
 #pragma once
 #include "base/buffer.h"
-#include "base/messages.h"
 #include "data/scratch.h"
 #include "data/session.h"
 #include "setup/settings.h"
 #include "support/fixtures.h"
-
-#include <gtest/gtest.h>
 
 namespace Support {
 

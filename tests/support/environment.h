@@ -1,10 +1,8 @@
 // Variables of the process for the stretch of a test: unset at first, back at its end.
 #pragma once
+#include "support/testing.h"
+
 #include <cstdlib>
-#include <map>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace Support {
 

@@ -1,10 +1,8 @@
 // The file layer with a disk that fails on demand and counts what goes to it.
 #pragma once
 #include "base/files.h"
+#include "support/testing.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <set>
 #include <string_view>
 
 namespace Support {

@@ -9,17 +9,9 @@
 #include "base/files.h"
 #include "support/temp_folder.h"
 
-#include <cerrno>
-#include <cstdint>
-#include <cstdio>
 #include <fcntl.h>
-#include <functional>
-#include <gtest/gtest.h>
-#include <map>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace Support {
 
@@ -132,24 +124,25 @@ inline int Open(const char* path, Files::Mode mode) {
     return handle;
 }
 
-inline std::int64_t WriteAt(int handle, const void* data, std::size_t bytes, std::int64_t position) {
+// All bytes, or half of them where the fault says so; done(count) moves them.
+template <class Done>
+std::int64_t Move(std::size_t bytes, bool isCopy, Done done) {
     const int error = Strike(true, true);
     if (error != 0) return -error;
-    const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
-    if (!half || Now.Count != Now.At) return Files::Native().WriteAt(handle, data, bytes, position);
-    (void)Files::Native().WriteAt(handle, data, bytes / 2, position);
-    Now.Over = Now.Kind == Fault::KillInWrite;
-    return -ENOSPC;
+    const bool half =
+        Now.Count == Now.At && (Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite);
+    const std::int64_t moved = done(half ? bytes / 2 : bytes);
+    if (half) Now.Over = Now.Kind == Fault::KillInWrite;
+    return half && !isCopy ? -ENOSPC : moved;
+}
+
+inline std::int64_t WriteAt(int handle, const void* data, std::size_t bytes, std::int64_t position) {
+    return Move(bytes, false,
+                [&](std::size_t n) { return Files::Native().WriteAt(handle, data, n, position); });
 }
 
 inline std::int64_t Copy(int from, std::int64_t fromAt, std::size_t bytes, int to, std::int64_t toAt) {
-    const int error = Strike(true, true);
-    if (error != 0) return -error;
-    const bool half = Now.Kind == Fault::ShortWrite || Now.Kind == Fault::KillInWrite;
-    const bool stopsShort = half && Now.Count == Now.At;
-    const std::int64_t done = SystemCopy(from, fromAt, stopsShort ? bytes / 2 : bytes, to, toAt);
-    if (stopsShort) Now.Over = Now.Kind == Fault::KillInWrite;
-    return done;
+    return Move(bytes, true, [&](std::size_t n) { return SystemCopy(from, fromAt, n, to, toAt); });
 }
 
 inline int SetLength(int handle, std::int64_t length) {
@@ -207,15 +200,10 @@ inline int Run(const std::function<int()>& work) {
 // behind the last operation, power is cut at the return.
 inline FaultRun RunWithFault(const TempFolder& folder, Fault fault, int at,
                              const std::function<int()>& work) {
-    FaultyDisk::Now = {.Kind = fault,
-                       .At = at,
-                       .Count = 0,
-                       .Over = false,
-                       .Writes = {},
-                       .Folder = folder.Path,
-                       .Content = {},
-                       .Names = {},
-                       .Held = {}};
+    FaultyDisk::Now = {};
+    FaultyDisk::Now.Kind = fault;
+    FaultyDisk::Now.At = at;
+    FaultyDisk::Now.Folder = folder.Path;
     FaultRun run{.Kind = fault, .At = at, .Ended = FaultyDisk::EndsProgram(fault)};
     if (FaultyDisk::CutsPower(fault)) FaultyDisk::NoteAllFlushed();
     run.Result = FaultyDisk::Run(work);

@@ -1,8 +1,7 @@
 // The parameter records of both levels, and a model of theirs by its short name.
 #pragma once
 #include "fit/fit.h"
-
-#include <string>
+#include "support/testing.h"
 
 namespace Support {
 

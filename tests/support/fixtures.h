@@ -4,9 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cmath>
-#include <string>
-
 namespace Support {
 
 using Json = nlohmann::json;
@@ -34,6 +31,22 @@ inline Json ReadJson(const std::string& name) {
 
 inline Json Expected(const std::string& set) {
     return ReadJson("recordings/" + set + ".json");
+}
+
+// The cases of tests/data/cases/NAME.txt: one a line, its fields between bars; "\\n" stands for a line's end.
+inline std::vector<std::vector<std::string>> CaseTable(const std::string& name) {
+    std::vector<std::vector<std::string>> table;
+    std::ifstream file(DataFile("cases/" + name + ".txt"));
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line.starts_with('#')) continue;
+        for (std::size_t at; (at = line.find("\\n")) != std::string::npos;) line.replace(at, 2, "\n");
+        std::vector<std::string>& fields = table.emplace_back();
+        std::istringstream rest(line);
+        for (std::string field; std::getline(rest, field, '|');) fields.push_back(field);
+        if (line.ends_with('|')) fields.emplace_back();
+    }
+    EXPECT_FALSE(table.empty()) << name;
+    return table;
 }
 
 // The bytes of a damaged file: what is taken out, where it is cut, and what is written over it.

@@ -1,11 +1,10 @@
 // A folder of its own for a test, gone at its end; whole files in and out.
 #pragma once
+#include "support/testing.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <map>
-#include <string>
 #include <string_view>
 
 namespace Support {

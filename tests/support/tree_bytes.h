@@ -4,7 +4,6 @@
 #include "trees/tree.h"
 
 #include <memory>
-#include <string>
 
 namespace Support {
 
