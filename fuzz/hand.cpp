@@ -32,14 +32,15 @@ bool SetUp() {
     (void)Fuzz::Desk();
     std::atexit(Dialogs::DisposeAll); // ahead of the heaps that hold the items
     return ItemConfig::Initialise() &&
-           Dialogs::SetupDialogBuffer(Beside, {.Title = "Beside",
-                                               .IDName = "Beside",
-                                               .Count = Support::LastItem,
-                                               .Place = {0, 0, 400, 300},
-                                               .Window = Platform::WindowKind::Floating,
-                                               .LoadDia = false,
-                                               .Define = Support::DefineDesk,
-                                               .Configure = Support::ConfigureDesk});
+           Dialogs::SetupDialogBuffer(
+               Beside, {.Title = "Beside",
+                        .IDName = "Beside",
+                        .Count = Support::LastItem,
+                        .Place = {0, 0, 400, 300},
+                        .Window = Platform::WindowKind::Floating,
+                        .LoadDia = false,
+                        .Define = [](DialogRecord& made) { Dialogs::DefineRows(made, Support::DeskRows()); },
+                        .Configure = Support::ConfigureDesk});
 }
 
 void HandOn() {
