@@ -139,6 +139,42 @@ void PressFocused(DialogRecord& dialog, int number, const Activation& how) {
     }
 }
 
+// The character that a key stands for; none for one that is meant for a menu.
+std::string TypedBy(const Event& event) {
+    constexpr std::uint32_t commanding = Platform::Command | Platform::Option | Platform::Control;
+    if ((event.Modifiers & commanding) != 0) return {};
+    const std::uint32_t key = event.Char;
+    if (event.KeyClass == KeyClass::Printable) return key >= ' ' && key != 127 ? Texts::Utf8Of(key) : "";
+    constexpr auto digits = static_cast<std::uint32_t>(KeyCode::Numeric0);
+    if (key >= digits && key < digits + 10) return std::string(1, static_cast<char>('0' + (key - digits)));
+    switch (CodeOf(event)) {
+    case KeyCode::NumericPoint: return ".";
+    case KeyCode::NumericPlus: return "+";
+    case KeyCode::NumericMinus: return "-";
+    default: return {};
+    }
+}
+
+// Begins the entry of the item that has the focus, presses it, or flips a bit of its set.
+bool HandleTyped(DialogRecord& dialog, const std::string& typed, const Activation& how) {
+    const int number = dialog.CurrentItem;
+    if (number == 0) return false;
+    if (TakesText(dialog, number)) {
+        Editing::Begin(dialog, number, typed);
+        return true;
+    }
+    if (!TakesFocus(dialog, number)) return false;
+    if (typed == " ") {
+        PressFocused(dialog, number, how);
+        return true;
+    }
+    std::uint16_t bit = 0;
+    const bool digit = Item(dialog, number).Kind == ItemKind::MultiCheck && ReadSetDigits(typed, bit);
+    if (!digit || bit == 0) return false;
+    FlipBits(dialog, number, bit, how);
+    return true;
+}
+
 bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
     const Activation how{
         .KeyClass = event.KeyClass, .Char = event.Char, .Modifiers = event.Modifiers, .Source = Source::Key};
@@ -159,26 +195,8 @@ bool HandleFocusKey(DialogRecord& dialog, const Event& event) {
     }
     default: break;
     }
-    // A letter with a command key is meant for a menu.
-    constexpr std::uint32_t commanding = Platform::Command | Platform::Option | Platform::Control;
-    if (event.KeyClass != KeyClass::Printable || (event.Modifiers & commanding) != 0) return false;
-    const int number = dialog.CurrentItem;
-    if (number == 0) return false;
-    const std::string typed = event.Char >= ' ' && event.Char != 127 ? Texts::Utf8Of(event.Char) : "";
-    if (TakesText(dialog, number) && !typed.empty()) {
-        Editing::Begin(dialog, number, typed);
-        return true;
-    }
-    if (!TakesFocus(dialog, number)) return false;
-    if (event.Char == ' ') {
-        PressFocused(dialog, number, how);
-        return true;
-    }
-    std::uint16_t bit = 0;
-    const bool digit = Item(dialog, number).Kind == ItemKind::MultiCheck && ReadSetDigits(typed, bit);
-    if (!digit || bit == 0) return false;
-    FlipBits(dialog, number, bit, how);
-    return true;
+    const std::string typed = TypedBy(event);
+    return !typed.empty() && HandleTyped(dialog, typed, how);
 }
 
 // Keys that the platform's editing leaves to us.

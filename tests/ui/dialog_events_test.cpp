@@ -202,6 +202,11 @@ TEST_F(DialogEventsTest, TabGoesRoundTheEntriesAndCursorKeysRoundAllItems) {
     Key(dialog, '4');
     Key(dialog, KeyCode::Tab);
     EXPECT_EQ(n, 4);
+    Key(dialog, KeyCode::Backtab);
+    Key(dialog, KeyCode::Escape);
+    Key(dialog, static_cast<KeyCode>(static_cast<int>(KeyCode::Numeric0) + 7)); // of the keypad
+    Key(dialog, KeyCode::Tab);
+    EXPECT_EQ(n, 7);
     Key(dialog, KeyCode::Escape);
     Key(dialog, 0xE9);
     Key(dialog, KeyCode::Return);
