@@ -75,11 +75,11 @@ int Demo(const Arguments& arguments) {
 
 }
 
-Procedure DeclareDemo(CLI::App& command) {
+Procedure DeclareDemo(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("DIR", arguments->Folder, "Folder for the data set and its results")->required();
-    command.add_option("--seed", arguments->Seed, "Seed of the simulated noise");
-    command.add_flag("--force", arguments->Force, "Write over an earlier demonstration");
+    words.Add("DIR", arguments->Folder, "Folder for the data set and its results").Needed();
+    words.Add("--seed", arguments->Seed, "Seed of the simulated noise");
+    words.Flag("--force", arguments->Force, "Write over an earlier demonstration");
     return [arguments] { return Demo(*arguments); };
 }
 

@@ -77,12 +77,12 @@ int Eval(const Arguments& arguments) {
 
 }
 
-Procedure DeclareEval(CLI::App& command) {
+Procedure DeclareEval(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("EXPR", arguments->Expression, "Expression, such as 2*exp(-x/c[1])")->required();
-    command.add_option("--x", arguments->X, "Value of X; ranges in {} count then");
-    command.add_option("--c", arguments->Coefficients, "Values of C[1] to C[9], with commas between");
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("EXPR", arguments->Expression, "Expression, such as 2*exp(-x/c[1])").Needed();
+    words.Add("--x", arguments->X, "Value of X; ranges in {} count then");
+    words.Add("--c", arguments->Coefficients, "Values of C[1] to C[9], with commas between");
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Eval(*arguments); };
 }
 

@@ -99,38 +99,38 @@ int RunCompress(const Arguments& arguments) {
                     });
 }
 
-std::shared_ptr<Arguments> FileArgument(CLI::App& command) {
+std::shared_ptr<Arguments> FileArgument(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file")->required();
+    words.Add("FILE", arguments->File, "Data file").Needed();
     return arguments;
 }
 
 }
 
-Procedure DeclareBundle(CLI::App& command) {
-    return [arguments = FileArgument(command)] { return RunBundle(*arguments); };
+Procedure DeclareBundle(const Words& words) {
+    return [arguments = FileArgument(words)] { return RunBundle(*arguments); };
 }
 
-Procedure DeclareUnbundle(CLI::App& command) {
-    return [arguments = FileArgument(command)] { return RunUnbundle(*arguments); };
+Procedure DeclareUnbundle(const Words& words) {
+    return [arguments = FileArgument(words)] { return RunUnbundle(*arguments); };
 }
 
-Procedure DeclareRebuild(CLI::App& command) {
-    return [arguments = FileArgument(command)] { return RunRebuild(*arguments); };
+Procedure DeclareRebuild(const Words& words) {
+    return [arguments = FileArgument(words)] { return RunRebuild(*arguments); };
 }
 
-Procedure DeclareMerge(CLI::App& command) {
-    const auto arguments = FileArgument(command);
-    command.add_option("OTHER", arguments->Other, "Data file whose groups are appended")->required();
+Procedure DeclareMerge(const Words& words) {
+    const auto arguments = FileArgument(words);
+    words.Add("OTHER", arguments->Other, "Data file whose groups are appended").Needed();
     return [arguments] { return RunMerge(*arguments); };
 }
 
-Procedure DeclareCompress(CLI::App& command) {
-    const auto arguments = FileArgument(command);
-    command.add_option("TARGET", arguments->Target, "group[.series[.sweep[.trace]]], from 1")->required();
-    command.add_option("FACTOR", arguments->Factor, "Samples that become one, their mean")
-        ->required()
-        ->check(CLI::Range(2, Setup::MaxSamplePointsHighest));
+Procedure DeclareCompress(const Words& words) {
+    const auto arguments = FileArgument(words);
+    words.Add("TARGET", arguments->Target, "group[.series[.sweep[.trace]]], from 1").Needed();
+    words.Add("FACTOR", arguments->Factor, "Samples that become one, their mean")
+        .Needed()
+        .Between(2, Setup::MaxSamplePointsHighest);
     return [arguments] { return RunCompress(*arguments); };
 }
 

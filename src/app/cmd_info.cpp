@@ -237,12 +237,11 @@ int Info(const Arguments& arguments) {
 
 }
 
-Procedure DeclareInfo(CLI::App& command) {
+Procedure DeclareInfo(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file (.dat), tree file, or settings file (.set)")
-        ->required();
-    command.add_option("--tree", arguments->Trees, "Show all fields of these trees: vnc,pgf,amp,sol,ana,onl");
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("FILE", arguments->File, "Data file (.dat), tree file, or settings file (.set)").Needed();
+    words.Add("--tree", arguments->Trees, "Show all fields of these trees: vnc,pgf,amp,sol,ana,onl");
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Info(*arguments); };
 }
 

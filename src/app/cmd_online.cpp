@@ -119,15 +119,15 @@ int Online(const Arguments& arguments) {
 
 }
 
-Procedure DeclareOnline(CLI::App& command) {
+Procedure DeclareOnline(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file")->required();
-    command.add_option("TARGET", arguments->Target, "group.series or group.series.sweep, from 1")->required();
-    command.add_option("--methods", arguments->Methods, "Online analysis file (.onl)")->required();
-    command.add_option("--method", arguments->Method, "Name of the method; else the first");
-    arguments->Corrections.Declare(command);
-    command.add_flag("--list", arguments->List, "List the functions of the method instead");
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("FILE", arguments->File, "Data file").Needed();
+    words.Add("TARGET", arguments->Target, "group.series or group.series.sweep, from 1").Needed();
+    words.Add("--methods", arguments->Methods, "Online analysis file (.onl)").Needed();
+    words.Add("--method", arguments->Method, "Name of the method; else the first");
+    arguments->Corrections.Declare(words);
+    words.Flag("--list", arguments->List, "List the functions of the method instead");
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Online(*arguments); };
 }
 

@@ -143,10 +143,10 @@ int Pictures(const Arguments& arguments) {
 
 }
 
-Procedure DeclarePictures(CLI::App& command) {
+Procedure DeclarePictures(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file (.dat) that the windows show")->required();
-    command.add_option("DIR", arguments->Folder, "Folder of the pictures")->required();
+    words.Add("FILE", arguments->File, "Data file (.dat) that the windows show").Needed();
+    words.Add("DIR", arguments->Folder, "Folder of the pictures").Needed();
     return [arguments] { return Pictures(*arguments); };
 }
 

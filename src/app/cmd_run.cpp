@@ -43,10 +43,10 @@ int Run(const Arguments& arguments) {
 
 }
 
-Procedure DeclareRun(CLI::App& command) {
+Procedure DeclareRun(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file")->required();
-    command.add_option("--macro", arguments->Macro, "Macro file to play");
+    words.Add("FILE", arguments->File, "Data file").Needed();
+    words.Add("--macro", arguments->Macro, "Macro file to play");
     return [arguments] { return Run(*arguments); };
 }
 

@@ -202,24 +202,19 @@ int RunSeriesFit(const Arguments& arguments) {
 
 }
 
-Procedure DeclareSeriesFit(CLI::App& command) {
+Procedure DeclareSeriesFit(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Points X,Y as text, or a wave file (.wav)")->required();
-    command.add_option("--type", arguments->Type, "Fit type, such as Boltzmann or Dose-Response")->required();
-    command.add_option("--level", arguments->Level, "Models of the series or of the sweep level")
-        ->check(CLI::IsMember({"series", "sweep"}));
-    command.add_option("--param", arguments->Params, "NAME=VALUE[:fit|hold|off], as often as needed")
-        ->expected(1)
-        ->take_all();
-    command.add_option("--skip", arguments->Skip, "Points to leave out: \"3,7-9\", \"[X>0.05]\"");
-    command.add_option("--max-iterations", arguments->MaxIterations, "Stop after so many evaluations")
-        ->check(CLI::NonNegativeNumber);
-    command.add_option("--step", arguments->Step, "Relative size of the starting simplex")
-        ->check(CLI::NonNegativeNumber);
-    command
-        .add_option("--epsilon", arguments->Epsilon, "Relative spread of residuals that counts as converged")
-        ->check(CLI::NonNegativeNumber);
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("FILE", arguments->File, "Points X,Y as text, or a wave file (.wav)").Needed();
+    words.Add("--type", arguments->Type, "Fit type, such as Boltzmann or Dose-Response").Needed();
+    words.Add("--level", arguments->Level, "Models of the series or of the sweep level")
+        .OneOf({"series", "sweep"});
+    words.Add("--param", arguments->Params, "NAME=VALUE[:fit|hold|off], as often as needed").Repeated();
+    words.Add("--skip", arguments->Skip, "Points to leave out: \"3,7-9\", \"[X>0.05]\"");
+    words.Add("--max-iterations", arguments->MaxIterations, "Stop after so many evaluations").NotNegative();
+    words.Add("--step", arguments->Step, "Relative size of the starting simplex").NotNegative();
+    words.Add("--epsilon", arguments->Epsilon, "Relative spread of residuals that counts as converged")
+        .NotNegative();
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return RunSeriesFit(*arguments); };
 }
 

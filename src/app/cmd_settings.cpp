@@ -65,12 +65,12 @@ int RunSettings(const Arguments& arguments) {
 
 }
 
-Procedure DeclareSettings(CLI::App& command) {
+Procedure DeclareSettings(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Settings file (.set)")->required();
-    command.add_option("KEY", arguments->Words, "Shows this key; KEY=VALUE sets it and saves the file");
-    command.add_flag("--new", arguments->New, "Make the file, from the defaults");
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("FILE", arguments->File, "Settings file (.set)").Needed();
+    words.Add("KEY", arguments->Words, "Shows this key; KEY=VALUE sets it and saves the file");
+    words.Flag("--new", arguments->New, "Make the file, from the defaults");
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return RunSettings(*arguments); };
 }
 

@@ -124,15 +124,14 @@ int Stimulus(const Arguments& arguments) {
 
 }
 
-Procedure DeclareStimulus(CLI::App& command) {
+Procedure DeclareStimulus(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file")->required();
-    command.add_option("TARGET", arguments->Target, "group.series.sweep, from 1")->required();
-    command.add_option("--channel", arguments->Channel, "Only this channel, from 1")
-        ->check(CLI::PositiveNumber);
-    command.add_flag("--stored", arguments->Stored, "Only what lines up with the stored trace");
-    command.add_flag("--samples", arguments->Samples, "Print the samples as CSV instead of the segments");
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("FILE", arguments->File, "Data file").Needed();
+    words.Add("TARGET", arguments->Target, "group.series.sweep, from 1").Needed();
+    words.Add("--channel", arguments->Channel, "Only this channel, from 1").Positive();
+    words.Flag("--stored", arguments->Stored, "Only what lines up with the stored trace");
+    words.Flag("--samples", arguments->Samples, "Print the samples as CSV instead of the segments");
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Stimulus(*arguments); };
 }
 

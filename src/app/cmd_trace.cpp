@@ -104,16 +104,16 @@ int Trace(const Arguments& arguments) {
 
 }
 
-Procedure DeclareTrace(CLI::App& command) {
+Procedure DeclareTrace(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
-    command.add_option("FILE", arguments->File, "Data file")->required();
-    command.add_option("TARGET", arguments->Target, "group.series.sweep.trace, from 1")->required();
-    arguments->Corrections.Declare(command);
-    command.add_option("--reference", arguments->Reference, "Subtract this series (group.series)");
-    command.add_option("--first", arguments->First, "First point, from 0")->check(CLI::NonNegativeNumber);
-    command.add_option("--points", arguments->Points, "At most so many points")->check(CLI::PositiveNumber);
-    command.add_option("--out", arguments->Out, "Write to a file; .npy for NumPy");
-    command.add_flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Add("FILE", arguments->File, "Data file").Needed();
+    words.Add("TARGET", arguments->Target, "group.series.sweep.trace, from 1").Needed();
+    arguments->Corrections.Declare(words);
+    words.Add("--reference", arguments->Reference, "Subtract this series (group.series)");
+    words.Add("--first", arguments->First, "First point, from 0").NotNegative();
+    words.Add("--points", arguments->Points, "At most so many points").Positive();
+    words.Add("--out", arguments->Out, "Write to a file; .npy for NumPy");
+    words.Flag("--json", arguments->AsJson, "Print one JSON document");
     return [arguments] { return Trace(*arguments); };
 }
 

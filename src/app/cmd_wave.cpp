@@ -205,31 +205,27 @@ int RunWave(const Arguments& arguments) {
 
 }
 
-Procedure DeclareWave(CLI::App& command) {
+Procedure DeclareWave(const Words& words) {
     const auto arguments = std::make_shared<Arguments>();
     std::vector<std::string> inputs;
     for (int i = 0; i < SGFit::DataSources; ++i)
         inputs.emplace_back(SGFit::NameOf(static_cast<SGFit::DataSource>(i)).Macro);
-    command.add_option("FILE", arguments->File, "Wave file")->required();
-    CLI::Option* const from =
-        command.add_option("--from", arguments->From, "Make the file: data file and group.series")
-            ->expected(2);
-    command.add_option("--analysis", arguments->Analysis, "Analysis of the series, from 1; else the last")
-        ->check(CLI::PositiveNumber)
-        ->needs(from);
-    command.add_option("--x", arguments->X, "Column of the X values")->needs(from);
-    command.add_option("--y", arguments->Y, "Column of the Y values")->needs(from);
-    command.add_option("--input", arguments->Input, "What makes the points")
-        ->check(CLI::IsMember(inputs))
-        ->needs(from);
-    command.add_option("--sweep", arguments->Sweep, "Sweep of --input events, from 1")
-        ->check(CLI::Range(1, 32767))
-        ->needs(from);
-    command.add_option("--skip", arguments->Skip, "Points to leave out: \"3,7-9\", \"[X>0.05]\"")
-        ->needs(from);
-    command.add_option("--comment", arguments->Comment, "Comment of the file")->needs(from);
-    CLI::Option* const json = command.add_flag("--json", arguments->AsJson, "Print one JSON document");
-    command.add_flag("--csv", arguments->AsCsv, "Print the points with all their digits")->excludes(json);
+    words.Add("FILE", arguments->File, "Wave file").Needed();
+    const Word from =
+        words.Add("--from", arguments->From, "Make the file: data file and group.series").Values(2);
+    words.Add("--analysis", arguments->Analysis, "Analysis of the series, from 1; else the last")
+        .Positive()
+        .Requires(from);
+    words.Add("--x", arguments->X, "Column of the X values").Requires(from);
+    words.Add("--y", arguments->Y, "Column of the Y values").Requires(from);
+    words.Add("--input", arguments->Input, "What makes the points").OneOf(inputs).Requires(from);
+    words.Add("--sweep", arguments->Sweep, "Sweep of --input events, from 1")
+        .Between(1, 32767)
+        .Requires(from);
+    words.Add("--skip", arguments->Skip, "Points to leave out: \"3,7-9\", \"[X>0.05]\"").Requires(from);
+    words.Add("--comment", arguments->Comment, "Comment of the file").Requires(from);
+    const Word json = words.Flag("--json", arguments->AsJson, "Print one JSON document");
+    words.Flag("--csv", arguments->AsCsv, "Print the points with all their digits").Excludes(json);
     return [arguments] { return RunWave(*arguments); };
 }
 

@@ -9,6 +9,7 @@
 #include "data/scratch.h"
 #include "setup/settings_file.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -91,7 +92,7 @@ bool OutputWritten() {
 struct CommandRow {
     const char* Word;
     const char* Help;
-    Commands::Procedure (*Declare)(CLI::App& command);
+    Commands::Procedure (*Declare)(const Commands::Words& words);
 };
 
 constexpr CommandRow Rows[] = {
@@ -192,19 +193,19 @@ int Run(const std::vector<std::string>& arguments) {
     app.require_subcommand(0, 1);
     app.fallthrough();
     std::string answer = "ask";
-    app.add_option("--answer", answer, "How questions are answered: yes, no or ask")
-        ->check(CLI::IsMember({"yes", "no", "ask"}));
+    const Commands::Words common{&app};
+    common.Add("--answer", answer, "How questions are answered: yes, no or ask").OneOf({"yes", "no", "ask"});
     std::string mode;
-    app.add_option("--mode", mode, "How the data set is opened: modify, read or analysis")
-        ->check(CLI::IsMember({"modify", "read", "analysis"}));
+    common.Add("--mode", mode, "How the data set is opened: modify, read or analysis")
+        .OneOf({"modify", "read", "analysis"});
     std::string settingsFile;
-    app.add_option("--settings", settingsFile, "Settings file to use instead of the user's own");
-    app.add_flag("--verbose", Options.Verbose, "Show routine messages as well");
+    common.Add("--settings", settingsFile, "Settings file to use instead of the user's own");
+    common.Flag("--verbose", Options.Verbose, "Show routine messages as well");
 
     std::vector<std::pair<CLI::App*, Commands::Procedure>> commands;
     for (const CommandRow& row : Rows) {
         CLI::App* const command = app.add_subcommand(row.Word, row.Help);
-        commands.emplace_back(command, row.Declare(*command));
+        commands.emplace_back(command, row.Declare({command}));
     }
 
     try {

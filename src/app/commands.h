@@ -1,7 +1,7 @@
-// The commands, one file each. Each declares its options on a subcommand; the procedure that is left behind
+// The commands, one file each. Each declares its words on a subcommand; the procedure that is left behind
 // runs when the subcommand was named, and returns the exit status.
 #pragma once
-#include <CLI/CLI.hpp>
+#include "app/words.h"
 
 #include <functional>
 
@@ -9,22 +9,22 @@ namespace Commands {
 
 using Procedure = std::function<int()>;
 
-Procedure DeclareInfo(CLI::App& command);
-Procedure DeclareTrace(CLI::App& command);
-Procedure DeclareStimulus(CLI::App& command);
-Procedure DeclareFit(CLI::App& command);
-Procedure DeclareOnline(CLI::App& command);
-Procedure DeclareSeriesFit(CLI::App& command);
-Procedure DeclareWave(CLI::App& command);
-Procedure DeclareEval(CLI::App& command);
-Procedure DeclareBundle(CLI::App& command);
-Procedure DeclareUnbundle(CLI::App& command);
-Procedure DeclareRebuild(CLI::App& command);
-Procedure DeclareMerge(CLI::App& command);
-Procedure DeclareCompress(CLI::App& command);
-Procedure DeclareSettings(CLI::App& command);
-Procedure DeclareRun(CLI::App& command);
-Procedure DeclareDemo(CLI::App& command);
-Procedure DeclarePictures(CLI::App& command);
+Procedure DeclareInfo(const Words& words);
+Procedure DeclareTrace(const Words& words);
+Procedure DeclareStimulus(const Words& words);
+Procedure DeclareFit(const Words& words);
+Procedure DeclareOnline(const Words& words);
+Procedure DeclareSeriesFit(const Words& words);
+Procedure DeclareWave(const Words& words);
+Procedure DeclareEval(const Words& words);
+Procedure DeclareBundle(const Words& words);
+Procedure DeclareUnbundle(const Words& words);
+Procedure DeclareRebuild(const Words& words);
+Procedure DeclareMerge(const Words& words);
+Procedure DeclareCompress(const Words& words);
+Procedure DeclareSettings(const Words& words);
+Procedure DeclareRun(const Words& words);
+Procedure DeclareDemo(const Words& words);
+Procedure DeclarePictures(const Words& words);
 
 }

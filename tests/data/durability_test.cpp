@@ -37,6 +37,11 @@ struct Case {
     const char* Second = nullptr; // a second data set, as other.*
 };
 
+// How the names of the tests show a case.
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << one.Name;
+}
+
 bool Nothing(DataSession&, const Support::TempFolder&) {
     return true;
 }
